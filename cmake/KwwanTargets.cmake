@@ -1,0 +1,48 @@
+# What every target of the project shares.
+
+# Warnings, sanitizers and include roots for our own code; consumers inherit none of it.
+function(kwwan_own_code target)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wshadow -Wconversion -Werror
+                         $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>)
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src)
+  target_link_libraries(${target} PRIVATE Threads::Threads)
+  if(KWWAN_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=${KWWAN_SANITIZE} -fno-sanitize-recover=all
+                           -fno-omit-frame-pointer
+                           # The added checks make g++ warn of the standard library's own code.
+                           $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
+    target_link_options(${target} PRIVATE -fsanitize=${KWWAN_SANITIZE})
+  endif()
+endfunction()
+
+# A shared library of the project that only shows what `exports` (a linker version script) lists.
+function(kwwan_shared_library target exports)
+  kwwan_own_code(${target})
+  target_include_directories(${target} INTERFACE
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kwwan>)
+  target_compile_features(${target} INTERFACE cxx_std_17)
+  target_link_options(${target} PRIVATE -Wl,--gc-sections -Wl,--version-script=${exports})
+  if(NOT KWWAN_SANITIZE)
+    target_link_options(${target} PRIVATE -Wl,--no-undefined)
+  endif()
+  target_compile_options(${target} PRIVATE -ffunction-sections -fdata-sections)
+  set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${exports})
+  install(TARGETS ${target} EXPORT kwwanTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endfunction()
+
+# Headers, CMake package and pkg-config file.
+function(kwwan_install_package)
+  include(CMakePackageConfigHelpers)
+  install(DIRECTORY include/wwan DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kwwan FILES_MATCHING PATTERN "*.h")
+  install(DIRECTORY src/common DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kwwan FILES_MATCHING PATTERN "*.h")
+  install(FILES platform/modem/sim_modem.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kwwan/modem)
+  configure_package_config_file(cmake/kwwanConfig.cmake.in kwwanConfig.cmake
+    INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kwwan)
+  write_basic_package_version_file(kwwanConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+  configure_file(cmake/kwwan.pc.in kwwan.pc @ONLY)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/kwwanConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/kwwanConfigVersion.cmake
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kwwan)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/kwwan.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+  install(EXPORT kwwanTargets NAMESPACE kwwan:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kwwan)
+endfunction()
