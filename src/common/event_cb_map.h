@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <functional>
+#include <map>
+#include <utility>
+#include <vector>
+
+#include "common/event_dic.h"
+#include "common/mutex.h"
+
+namespace kor::util {
+
+// Subscription table of one event publisher: key -> callback.
+//
+// Thread safety: all operations may be called from any thread; each holds the table's lock from start to end.
+// Notify() keeps that lock while the callbacks run, on the publisher's thread. A callback therefore
+//   - must not call Add() or Remove() on the same table (it would wait for itself), and
+//   - may take its owner's lock, briefly. Order: table lock first, owner's lock second.
+class EventCbMap {
+ public:
+  using Callback = std::function<void(EventDic&)>;
+
+  // Stores a callback under `key` (usually the subscriber's `this`); one already there is replaced.
+  void Add(void* key, Callback cb) KOR_EXCLUDES(mutex_) {
+    MutexLock lock(mutex_);
+    // Room first: once the callback is stored nothing may fail any more.
+    order_.reserve(callbacks_.size() + 1);
+    callbacks_[key] = std::move(cb);
+    RebuildOrderLocked();
+  }
+
+  // Forgets `key`; an unknown key changes nothing. Once this has returned, the callback is not running and never runs
+  // again, so the subscriber may be destroyed.
+  void Remove(void* key) KOR_EXCLUDES(mutex_) {
+    MutexLock lock(mutex_);
+    callbacks_.erase(key);
+    RebuildOrderLocked();
+  }
+
+  // Calls every non-empty callback with `ev`, in ascending key order.
+  void Notify(EventDic& ev) KOR_EXCLUDES(mutex_) {
+    MutexLock lock(mutex_);
+    for (const Callback* cb : order_) {
+      if (*cb) (*cb)(ev);
+    }
+  }
+
+ private:
+  void RebuildOrderLocked() KOR_REQUIRES(mutex_) {
+    order_.clear();
+    for (const auto& entry : callbacks_) order_.push_back(&entry.second);
+  }
+
+  Mutex mutex_;
+  std::map<void*, Callback, std::less<void*>> callbacks_ KOR_GUARDED_BY(mutex_);
+  std::vector<const Callback*> order_ KOR_GUARDED_BY(mutex_);  // The map's callbacks in key order, for a quick walk.
+};
+
+}  // namespace kor::util

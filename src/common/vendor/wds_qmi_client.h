@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <list>
+
+#include "common/event_cb_map.h"
+#include "common/export.h"
+#include "common/result.h"
+#include "wwan/data_manager.h"
+
+namespace kor::vendor::qcom::qmi {
+
+// The client of the modem's wireless data service (QMI WDS): the stored data profiles.
+//
+// Thread safety: all operations may be called from any thread.
+class KOR_EXPORT WdsQmiClient {
+ public:
+  // The process's one client, alive until the process ends. Throws std::runtime_error when the modem is not reachable.
+  static WdsQmiClient* GetInstance();
+
+  // kSuccess when the profile exists and `setting` is filled.
+  kor::Result GetProfileSetting(kor::wwan::DataManager::ProfileType type, int index,
+                                kor::wwan::DataManager::ProfileSetting& setting);
+  kor::Result GetProfileList(std::list<kor::wwan::DataManager::ProfileInfo>& profiles);
+
+  kor::util::EventCbMap event_cbs;
+};
+
+}  // namespace kor::vendor::qcom::qmi
