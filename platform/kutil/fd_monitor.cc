@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "common/util/fd_monitor.h"
+
+#include <utility>
+#include <vector>
+
+#include "common/mutex.h"
+#include "kutil/fd_loop.h"
+
+namespace kor::util {
+
+namespace {
+
+struct Registry {
+  Mutex mutex;
+  std::vector<FdMonitor*> monitors KOR_GUARDED_BY(mutex);
+};
+
+// Never destroyed: monitors may be at work on their threads while the process exits.
+Registry& TheRegistry() {
+  static Registry& registry = *new Registry;
+  return registry;
+}
+
+}  // namespace
+
+FdMonitor* FdMonitor::Get(unsigned int index) {
+  Registry& registry = TheRegistry();
+  MutexLock lock(registry.mutex);
+  return index < registry.monitors.size() ? registry.monitors[index] : nullptr;
+}
+
+FdMonitor* FdMonitor::Create() {
+  auto* const monitor = new FdMonitor;
+  monitor->loop_ = std::make_shared<FdLoop>("kutil-fd");
+  Registry& registry = TheRegistry();
+  MutexLock lock(registry.mutex);
+  registry.monitors.push_back(monitor);
+  return monitor;
+}
+
+void FdMonitor::Add(int fd, FdType type, std::function<void(int, FdType)> cb) {
+  loop_->Add(fd, [fd, type, cb = std::move(cb)] { cb(fd, type); });
+}
+
+void FdMonitor::Remove(int fd, FdType) { loop_->Remove(fd); }
+
+}  // namespace kor::util
