@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "modem/profiles.h"
+
+namespace kor::modem {
+
+using kor::wwan::DataManager;
+
+DataManager::ProfileSetting Profiles::Make(int index, const char* name, const char* apn) {
+  Setting setting;
+  setting.index = index;
+  setting.name = name;
+  setting.apn = apn;
+  return setting;
+}
+
+DataManager::ProfileSetting Profiles::MakePrivate(int index) {
+  Setting setting = Make(index, "private", "m2m.example");
+  setting.user_name = "router";
+  setting.password = "secret";
+  setting.pdp_type = DataManager::PdpType::kIpv4;
+  setting.authentication = DataManager::Authentication::kChap;
+  return setting;
+}
+
+kor::Result Profiles::Get(DataManager::ProfileType type, int index, Setting& setting) const {
+  for (const Setting& profile : profiles_) {
+    if (profile.type != type || profile.index != index) continue;
+    setting = profile;
+    return kor::Result::kSuccess;
+  }
+  return kor::Result::kFailure;
+}
+
+std::list<DataManager::ProfileInfo> Profiles::List() const {
+  std::list<DataManager::ProfileInfo> list;
+  for (const Setting& profile : profiles_) list.push_back({profile.type, profile.index, profile.name});
+  return list;
+}
+
+}  // namespace kor::modem

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "modem/sim_modem.h"
+
+#include "modem/simulation.h"
+
+namespace kor::modem {
+
+// All three are leaked on purpose: the event thread may be at work while exit() destroys what is static.
+Simulation& Simulation::Get() {
+  static Simulation* const simulation = new Simulation;
+  return *simulation;
+}
+
+ModemPort& ModemPort::Get() { return Simulation::Get(); }
+
+SimModem& SimModem::Get() {
+  static SimModem* const modem = new SimModem;
+  return *modem;
+}
+
+void SimModem::SetConnectDelay(Milliseconds delay) { Simulation::Get().calls.SetConnectDelay(delay); }
+
+void SimModem::SetDisconnectDelay(Milliseconds delay) { Simulation::Get().calls.SetDisconnectDelay(delay); }
+
+void SimModem::SetNotReadyQueries(int count) { Simulation::Get().calls.SetNotReadyQueries(count); }
+
+void SimModem::SetDnsServers(kor::util::IPFamily family, const std::string& dns_1, const std::string& dns_2) {
+  Simulation::Get().calls.SetDnsServers(family, {dns_1, dns_2});
+}
+
+void SimModem::SetDnsServers(int32_t handle, kor::util::IPFamily family, const std::string& dns_1,
+                             const std::string& dns_2) {
+  Simulation::Get().calls.SetDnsServers(handle, family, {dns_1, dns_2});
+}
+
+void SimModem::SetLinks(bool enable) { Simulation::Get().links.SetEnabled(enable); }
+
+bool SimModem::SetCarrierNamespace(const std::string& path) { return Simulation::Get().links.SetCarrier(path); }
+
+void SimModem::SetRoaming(bool roaming) { Simulation::Get().roaming = roaming; }
+
+void SimModem::FailNext(const std::string& operation, int count, kor::Result result) {
+  Simulation::Get().faults.FailNext(operation, count, result);
+}
+
+void SimModem::FailConnects(int count) { Simulation::Get().faults.Set(Faults::kConnectFails, count); }
+
+void SimModem::FailDisconnects(int count) { Simulation::Get().faults.Set(Faults::kDisconnectFails, count); }
+
+void SimModem::IgnoreRequests(int count) { Simulation::Get().faults.Set(Faults::kIgnoredRequest, count); }
+
+void SimModem::LoseReports(int count) { Simulation::Get().faults.Set(Faults::kLostReport, count); }
+
+bool SimModem::Drop(int32_t handle, kor::util::IPFamily family) { return Simulation::Get().calls.Drop(handle, family); }
+
+std::vector<std::string> SimModem::TakeRecord() { return Simulation::Get().faults.TakeRecord(); }
+
+bool SimModem::WaitIdle(Milliseconds limit) { return Simulation::Get().events.WaitIdle(limit); }
+
+}  // namespace kor::modem

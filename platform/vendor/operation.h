@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <type_traits>
+
+#include "common/ip_family.h"
+#include "common/result.h"
+#include "modem/modem_port.h"
+
+namespace kor::vendor::qcom {
+
+// How an argument is written in an operation's text: a family as 4, 6 or 46, everything else as a number.
+template <typename T>
+std::string ArgumentText(T value) {
+  if constexpr (std::is_enum_v<T>) {
+    return std::to_string(static_cast<std::underlying_type_t<T>>(value));
+  } else {
+    return std::to_string(value);
+  }
+}
+
+inline std::string ArgumentText(kor::util::IPFamily family) {
+  if (family == kor::util::IPFamily::kIpv4) return "4";
+  if (family == kor::util::IPFamily::kIpv6) return "6";
+  if (family == kor::util::IPFamily::kBoth) return "46";
+  return std::to_string(static_cast<uint32_t>(family));
+}
+
+// Asks the modem for an operation, as "ConnectBackhaul 0 4"; anything but kSuccess is the operation's result.
+template <typename... Args>
+kor::Result Ask(const char* name, Args... args) {
+  return kor::modem::ModemPort::Get().Admit((std::string(name) + ... + (" " + ArgumentText(args))));
+}
+
+// The same for operations that only know yes and no.
+template <typename... Args>
+bool Admitted(const char* name, Args... args) {
+  return Ask(name, args...) == kor::Result::kSuccess;
+}
+
+}  // namespace kor::vendor::qcom
