@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "wwan/dns_ctrl_manager.h"
+
+#include <utility>
+
+#include "dns/dns_ctrl_service.h"
+
+namespace kor::wwan {
+
+DnsCtrlService* DnsCtrlManager::s_dns_ctrl_service_ = nullptr;
+int DnsCtrlManager::s_ref_cnt_ = 0;
+kor::util::Mutex& DnsCtrlManager::s_mutex_ = *new kor::util::Mutex;  // Outlives exit(): managers may be in use then.
+
+DnsCtrlManager::DnsCtrlManager() {
+  kor::util::MutexLock lock(s_mutex_);
+  if (s_dns_ctrl_service_ == nullptr) s_dns_ctrl_service_ = new DnsCtrlService;
+  ++s_ref_cnt_;
+}
+
+DnsCtrlManager::~DnsCtrlManager() {
+  UnsetEventCb();
+  kor::util::MutexLock lock(s_mutex_);
+  if (--s_ref_cnt_ > 0) return;
+  // Under the lock: a service made meanwhile would lose its dnsmasq to this one's end.
+  delete s_dns_ctrl_service_;
+  s_dns_ctrl_service_ = nullptr;
+}
+
+bool DnsCtrlManager::StartService() { return s_dns_ctrl_service_->Start(); }
+
+bool DnsCtrlManager::StopService() { return s_dns_ctrl_service_->Stop(); }
+
+void DnsCtrlManager::SetEventCb(std::function<void(kor::util::EventDic&)> cb) {
+  s_dns_ctrl_service_->callbacks_.Add(this, std::move(cb));
+}
+
+void DnsCtrlManager::UnsetEventCb() { s_dns_ctrl_service_->callbacks_.Remove(this); }
+
+}  // namespace kor::wwan

@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: Apache-2.0
+// The dnsmasq process: started and killed through the shell, known by its pid file alone.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <string>
+
+#include "common/log.h"
+#include "dns/dns_ctrl_service.h"
+#include "dns/paths.h"
+
+namespace kor::wwan {
+
+namespace {
+
+constexpr size_t kPidTextSize = 1024;  // What is read of the pid file to look for the process,
+constexpr size_t kPidLineSize = 256;   // and to kill it.
+constexpr int kGonePolls = 40;         // A killed process is gone within 200 ms, or is not waited for any longer.
+constexpr timespec kGonePollPause{0, 5'000'000};
+
+std::string ProcPath(long pid) { return "/proc/" + std::to_string(pid); }
+
+// So that the next start can bind the address.
+void WaitUntilGone(long pid) {
+  const std::string path = ProcPath(pid);
+  for (int i = 0; i < kGonePolls && access(path.c_str(), F_OK) == 0; ++i) nanosleep(&kGonePollPause, nullptr);
+}
+
+}  // namespace
+
+bool DnsCtrlService::StartDnsmasq() {
+  mkdir(kDnsmasqDir, kDnsmasqDirMode);
+  std::string cmd = "dnsmasq -r ";
+  cmd += kDnsmasqResolvPath;  // Upstream servers.
+  cmd += " --pid-file=";
+  cmd += kDnsmasqPidPath;
+  cmd += " --listen-address 127.0.0.1 --bind-dynamic";  // Loopback only.
+  cmd += " --leasefile-ro";                             // No DHCP leases on disk.
+  KOR_LOG(LOG_INFO, "cmd %s\n", cmd.c_str());
+  return system(cmd.c_str()) == 0;
+}
+
+bool DnsCtrlService::IsDnsmasqAlive() {
+  const int fd = open(kDnsmasqPidPath, O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return false;
+  char text[kPidTextSize + 1] = {};
+  const ssize_t n = read(fd, text, kPidTextSize);
+  close(fd);
+  if (n < 0) return false;
+  const long pid = strtol(text, nullptr, 10);
+  return pid >= 1 && access(ProcPath(pid).c_str(), X_OK) == 0;
+}
+
+bool DnsCtrlService::KillDnsmasq() {
+  constexpr char kStop[] = "bool kor::wwan::DnsCtrlService::Stop()";  // The operation that the log speaks of.
+  FILE* file = fopen(kDnsmasqPidPath, "re");
+  if (file == nullptr) {
+    KOR_LOG_AS(kStop, LOG_ERR, "There is no dnsmasq pid file on %s\n", kDnsmasqPidPath);
+    return true;
+  }
+  char line[kPidLineSize] = {};
+  const bool has_line = fgets(line, sizeof(line), file) != nullptr;
+  fclose(file);
+  if (!has_line) {
+    KOR_LOG_AS(kStop, LOG_ERR, "Cannot read data from %s\n", kDnsmasqPidPath);
+    return false;
+  }
+  const long pid = strtol(line, nullptr, 10);
+  if (pid < 1) {
+    KOR_LOG_AS(kStop, LOG_ERR, "dnsmasq pid has wrong value %s\n", line);
+    return false;
+  }
+  const std::string cmd = "kill -9 " + std::to_string(pid);
+  KOR_LOG_AS(kStop, LOG_DEBUG, "Try to kill dnsmasq with cmd [%s] and remove file %s\n", cmd.c_str(), kDnsmasqPidPath);
+  [[maybe_unused]] const int status = system(cmd.c_str());  // A process that is gone already is as good.
+  WaitUntilGone(pid);
+  KOR_LOG_AS(kStop, LOG_DEBUG, "after kill dnsmasq with cmd [%s] and remove file %s\n", cmd.c_str(), kDnsmasqPidPath);
+  unlink(kDnsmasqPidPath);
+  return true;
+}
+
+}  // namespace kor::wwan
