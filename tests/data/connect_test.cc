@@ -1,0 +1,364 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <future>
+#include <memory>
+#include <thread>
+
+#include "dns/dns_ctrl_service.h"
+#include "support/scripted_vendor.h"
+#include "support/syslog_reader.h"
+#include "support/wait.h"
+#include "wwan/data_manager.h"
+#include "wwan/dns_ctrl_manager.h"
+
+namespace kor::wwan {
+
+struct DataManagerPeer {
+  static void SetWaitBudget(DataManager& data, std::chrono::microseconds budget) {
+    data.wait_budget_us_ = budget.count();
+  }
+  static uint32_t InstanceNumber(const DataManager& data) { return data.ins_no_; }
+  static size_t Queued(DataManager& data) {
+    kor::util::MutexLock lock(data.mutex_);
+    return data.events_.size();
+  }
+};
+
+}  // namespace kor::wwan
+
+namespace kor::test {
+namespace {
+
+using namespace std::chrono_literals;
+using kor::wwan::DataManagerPeer;
+using kor::wwan::DnsCtrlManager;
+using Clock = std::chrono::steady_clock;
+using Status = DataManager::ConnectStatus;
+
+constexpr auto kIpv4 = IPFamily::kIpv4;
+constexpr auto kIpv6 = IPFamily::kIpv6;
+constexpr auto kOk = kor::Result::kSuccess;
+constexpr auto kFailed = kor::Result::kFailure;
+
+class ConnectTest : public testing::Test {
+ protected:
+  ConnectTest() {
+    Vendor::Set([](Answers& a) { a.policies = {Policy(1, 1, 100), Policy(2, 2, 101)}; });
+  }
+
+  static void PublishDnsUpdate() {
+    kor::util::EventDic ev;
+    ev.event = kor::util::kEvtDnsUpdated;
+    DnsCtrlManager::s_dns_ctrl_service_->callbacks_.Notify(ev);
+  }
+
+  // What the modem does while the request is being made: its events stand in the queue before the wait begins.
+  static void OnRequest(std::function<void()> action) {
+    Vendor::Set([&](Answers& a) { a.on_request = std::move(action); });
+  }
+
+  static void SetState(uint32_t index, Status ipv4, Status ipv6) {
+    Vendor::Set([&](Answers& a) { a.states[index] = {ipv4, ipv6}; });
+  }
+
+  // The requests among what was asked of the modem.
+  static Calls TakeRequests() {
+    Calls requests;
+    for (const auto& call : Vendor::Take()) {
+      if (call.rfind("Get", 0) != 0) requests.push_back(call);
+    }
+    return requests;
+  }
+
+  DnsCtrlManager dns_;
+  DataManager data_;
+};
+
+TEST_F(ConnectTest, UpTakesBothConfirmationsInEitherOrder) {
+  OnRequest([] {
+    Vendor::Publish(0x200, "100", "4");
+    PublishDnsUpdate();
+  });
+  EXPECT_EQ(kOk, data_.Connect(0, kIpv4, true));
+  OnRequest([] {
+    PublishDnsUpdate();
+    PublishDnsUpdate();
+    Vendor::Publish(0x200, "101", "6");
+  });
+  EXPECT_EQ(kOk, data_.Connect(1, kIpv6, true));
+  EXPECT_EQ((Calls{"ConnectBackhaul 0 1", "ConnectBackhaul 1 2"}), TakeRequests());
+
+  // Neither alone is enough.
+  DataManagerPeer::SetWaitBudget(data_, 30ms);
+  OnRequest([] { Vendor::Publish(0x200, "100", "4"); });
+  EXPECT_EQ(kFailed, data_.Connect(0, kIpv4, true));
+  OnRequest([] { PublishDnsUpdate(); });
+  EXPECT_EQ(kFailed, data_.Connect(0, kIpv4, true));
+
+  // The subscriptions are gone: nothing is queued any more, and the next wait starts empty.
+  Vendor::Publish(0x200, "100", "4");
+  PublishDnsUpdate();
+  EXPECT_EQ(0u, DataManagerPeer::Queued(data_));
+}
+
+TEST_F(ConnectTest, EventsOfOtherCallsAreToldApart) {
+  SyslogReader log;
+  OnRequest([] {
+    PublishDnsUpdate();
+    Vendor::Publish(0x200, "101", "4");     // Another policy's call.
+    Vendor::Publish(0x201, "101", "4");     // Its failure is not ours either.
+    Vendor::Publish(0x200, "100", "6");     // The other family's call,
+    Vendor::Publish(0x201, "100", "IPv4");  // or none.
+    for (const char* handle : {"", "abc", "100x", " 100", "99999999999"}) Vendor::Publish(0x200, handle, "4");
+    Vendor::Publish(0x202, "100", "4");  // Means nothing to a connect.
+    Vendor::Publish(0x203, "100", "4");
+    Vendor::Publish(0x9999, "100", "4");
+    Vendor::Publish(0x200, "100", "4");
+    Vendor::Publish(0x201, "100", "4");  // Too late: the outcome is known.
+  });
+  EXPECT_EQ(kOk, data_.Connect(0, kIpv4, true));
+
+  const std::string connect = "7 kor::Result kor::wwan::DataManager::Connect(uint32_t, kor::util::IPFamily, bool) #: ";
+  const std::string wait = "7 kor::Result kor::wwan::DataManager::WaitEvent(uint32_t, kor::util::IPFamily, bool) #: ";
+  Calls lines = log.Take();
+  ASSERT_EQ(18u, lines.size());
+  EXPECT_EQ(connect + "Before wait event\n", lines[0]);
+  EXPECT_EQ(wait + "GOT event [0x303]\n", lines[1]);
+  EXPECT_EQ(wait + "GOT event [0x200]\n", lines[2]);
+  EXPECT_EQ(wait + "target handle is [100], but event handle is [101]\n", lines[3]);
+  EXPECT_EQ(wait + "GOT event [0x9999]\n", lines[15]);
+  EXPECT_EQ(connect + "After wait event [", lines[17].substr(0, connect.size() + 18));
+  EXPECT_EQ("]\n", lines[17].substr(lines[17].size() - 2));
+}
+
+TEST_F(ConnectTest, AFailureEndsTheWaitAtOnceAndTheObjectConnectsAgain) {
+  const auto start = Clock::now();
+  OnRequest([] {
+    PublishDnsUpdate();
+    Vendor::Publish(0x201, "100", "4");
+    Vendor::Publish(0x200, "100", "4");
+  });
+  EXPECT_EQ(kFailed, data_.Connect(0, kIpv4, true));
+  EXPECT_LT(Clock::now() - start, 9s);  // The budget is ten.
+
+  OnRequest([] {
+    PublishDnsUpdate();
+    Vendor::Publish(0x200, "100", "4");
+  });
+  EXPECT_EQ(kOk, data_.Connect(0, kIpv4, true));
+}
+
+TEST_F(ConnectTest, StatesDecideBeforeAnythingIsSent) {
+  struct {
+    Status status;
+    kor::Result connect;
+    kor::Result disconnect;
+    bool connect_sent;
+    bool disconnect_sent;
+  } const cases[] = {
+      {Status::kNone, kOk, kOk, true, true},          {Status::kConnecting, kFailed, kOk, false, true},
+      {Status::kConnected, kOk, kOk, false, true},    {Status::kDisconnecting, kFailed, kOk, false, true},
+      {Status::kDisconnected, kOk, kOk, true, false},
+  };
+  for (const auto& c : cases) {
+    for (const IPFamily family : {kIpv4, kIpv6}) {
+      SCOPED_TRACE(static_cast<int>(c.status) * 10 + static_cast<int>(family));
+      // The other family's state, which would decide otherwise, does not count.
+      const Status other = c.status == Status::kConnected ? Status::kConnecting : Status::kConnected;
+      SetState(1, family == kIpv4 ? c.status : other, family == kIpv6 ? c.status : other);
+      EXPECT_EQ(c.connect, data_.Connect(1, family, false));
+      EXPECT_EQ(c.connect_sent ? 1u : 0u, TakeRequests().size());
+      EXPECT_EQ(c.disconnect, data_.Disconnect(1, family, false));
+      EXPECT_EQ(c.disconnect_sent ? 1u : 0u, TakeRequests().size());
+    }
+  }
+
+  // Both families at once are refused; an unknown family has no state to stop it, and the modem answers.
+  EXPECT_EQ(kFailed, data_.Connect(1, IPFamily::kBoth, true));
+  EXPECT_EQ(kFailed, data_.Disconnect(1, IPFamily::kBoth, true));
+  EXPECT_EQ(Calls{}, TakeRequests());
+  Vendor::Set([](Answers& a) { a.request = static_cast<kor::Result>(77); });
+  EXPECT_EQ(77, static_cast<int>(data_.Connect(1, static_cast<IPFamily>(0), true)));
+  EXPECT_EQ(77, static_cast<int>(data_.Connect(1, static_cast<IPFamily>(9), true)));
+
+  // A modem that does not answer.
+  Vendor::Set([](Answers& a) { a.ok = false; });
+  EXPECT_EQ(kFailed, data_.Connect(1, kIpv4, true));
+  EXPECT_EQ(kFailed, data_.Disconnect(1, kIpv4, true));
+}
+
+TEST_F(ConnectTest, ARefusedRequestIsNotWaitedFor) {
+  SyslogReader log;
+  Vendor::Set([](Answers& a) { a.request = static_cast<kor::Result>(77); });
+  EXPECT_EQ(77, static_cast<int>(data_.Connect(0, kIpv4, true)));
+  EXPECT_EQ(2u, log.TakeWith(" wait event").size());  // Both lines stand in the log all the same.
+  SetState(0, Status::kConnected, Status::kConnected);
+  EXPECT_EQ(77, static_cast<int>(data_.Disconnect(0, kIpv4, true)));
+  Vendor::Publish(0x202, "100", "4");
+  EXPECT_EQ(0u, DataManagerPeer::Queued(data_));
+
+  // A policy that went away under way, or that cannot be read: found when the wait begins.
+  Vendor::Set([](Answers& a) { a.request = kOk; });
+  EXPECT_EQ(kFailed, data_.Connect(7, kIpv4, true));
+  EXPECT_EQ(Calls{}, log.TakeWith("GetWwanPolicies"));
+  Vendor::Set([](Answers& a) { a.lists_ok = false; });
+  SetState(0, Status::kDisconnected, Status::kDisconnected);
+  EXPECT_EQ(kFailed, data_.Connect(0, kIpv4, true));
+  EXPECT_EQ((Calls{"3 kor::Result kor::wwan::DataManager::WaitEvent(uint32_t, kor::util::IPFamily, bool) #: "
+                   "Cannot get GetWwanPolicies\n"}),
+            log.TakeWith("GetWwanPolicies"));
+  SetState(0, Status::kConnected, Status::kConnected);
+  EXPECT_EQ(kFailed, data_.Disconnect(0, kIpv4, true));
+  EXPECT_EQ((Calls{"3 kor::Result kor::wwan::DataManager::Disconnect(uint32_t, kor::util::IPFamily, bool) #: "
+                   "Cannot get wwan statuses"}),
+            log.TakeWith("Cannot get"));
+}
+
+TEST_F(ConnectTest, DisconnectHearsOnlyItsOwnOutcome) {
+  SetState(0, Status::kConnected, Status::kConnecting);
+  OnRequest([] {
+    PublishDnsUpdate();  // Not even queued.
+    Vendor::Publish(0x200, "100", "4");
+    Vendor::Publish(0x201, "100", "4");
+    Vendor::Publish(0x202, "100", "4");
+  });
+  EXPECT_EQ(kOk, data_.Disconnect(0, kIpv4, true));
+  OnRequest([] {
+    Vendor::Publish(0x203, "100", "6");
+    Vendor::Publish(0x202, "100", "6");
+  });
+  EXPECT_EQ(kFailed, data_.Disconnect(0, kIpv6, true));
+  EXPECT_EQ((Calls{"DisconnectBackhaul 0 1", "DisconnectBackhaul 0 2"}), TakeRequests());
+}
+
+TEST_F(ConnectTest, TheBudgetRunsOverAllPasses) {
+  // Events of another call keep the wait awake for longer than its budget.
+  DataManagerPeer::SetWaitBudget(data_, 200ms);
+  std::promise<void> requested;
+  OnRequest([&] { requested.set_value(); });
+  const auto start = Clock::now();
+  auto connect = std::async(std::launch::async, [&] { return data_.Connect(0, kIpv4, true); });
+  requested.get_future().wait();
+  int published = 0;
+  while (connect.wait_for(2ms) != std::future_status::ready && Clock::now() - start < kLongEnough) {
+    Vendor::Publish(0x200, "101", "4");
+    ++published;
+  }
+  ASSERT_EQ(std::future_status::ready, connect.wait_for(0s));
+  EXPECT_EQ(kFailed, connect.get());
+  EXPECT_GE(Clock::now() - start, 200ms);
+  EXPECT_GT(published, 1);
+
+  // An event that is queued already is taken though the budget has run out.
+  DataManagerPeer::SetWaitBudget(data_, 1us);
+  OnRequest([] {
+    PublishDnsUpdate();
+    Vendor::Publish(0x200, "100", "4");
+  });
+  EXPECT_EQ(kOk, data_.Connect(0, kIpv4, true));
+}
+
+TEST_F(ConnectTest, LateConfirmationAndTheNextConnectFindsTheCallUp) {
+  DataManagerPeer::SetWaitBudget(data_, 20ms);
+  EXPECT_EQ(kFailed, data_.Connect(0, kIpv4, true));
+  Vendor::Publish(0x200, "100", "4");
+  SetState(0, Status::kConnected, Status::kDisconnected);
+  (void)TakeRequests();
+  EXPECT_EQ(kOk, data_.Connect(0, kIpv4, true));
+  EXPECT_EQ(Calls{}, TakeRequests());
+}
+
+// Regression: two live objects can have the same instance number, the wished key of their waits' subscriptions.
+TEST_F(ConnectTest, ObjectsWithTheSameInstanceNumberWaitSideBySide) {
+  auto first = std::make_unique<DataManager>();
+  DataManager a;
+  first.reset();
+  DataManager b;
+  ASSERT_EQ(DataManagerPeer::InstanceNumber(a), DataManagerPeer::InstanceNumber(b));
+
+  std::atomic<int> requests{0};
+  OnRequest([&] { ++requests; });
+  auto connect_a = std::async(std::launch::async, [&] { return a.Connect(0, kIpv4, true); });
+  auto connect_b = std::async(std::launch::async, [&] { return b.Connect(1, kIpv6, true); });
+  ASSERT_TRUE(Eventually([&] { return requests == 2; }));
+  PublishDnsUpdate();
+  Vendor::Publish(0x200, "101", "6");
+  ASSERT_EQ(std::future_status::ready, connect_b.wait_for(kLongEnough));
+  Vendor::Publish(0x200, "100", "4");
+  ASSERT_EQ(std::future_status::ready, connect_a.wait_for(kLongEnough));
+  EXPECT_EQ(kOk, connect_a.get());
+  EXPECT_EQ(kOk, connect_b.get());
+}
+
+TEST_F(ConnectTest, ThreadsConnectTheirOwnObjectsAtOnce) {
+  OnRequest([] {
+    PublishDnsUpdate();
+    Vendor::Publish(0x200, "100", "4");
+    Vendor::Publish(0x200, "101", "4");
+  });
+  std::vector<std::thread> threads;
+  for (uint32_t n = 0; n < 6; ++n) {
+    threads.emplace_back([n] {
+      for (int i = 0; i < 25; ++i) {
+        DataManager data;
+        EXPECT_EQ(kOk, data.Connect(n % 2, kIpv4, true));
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+}
+
+class ConnectWithCidTest : public ConnectTest {
+ protected:
+  ConnectWithCidTest() {
+    SetState(0, Status::kConnected, Status::kConnected);
+    SetState(1, Status::kConnected, Status::kConnected);
+  }
+
+  Calls Requests(int cid, IPFamily family, kor::Result expected) {
+    EXPECT_EQ(expected, data_.ConnectWithCid(cid, family, false));
+    return TakeRequests();
+  }
+};
+
+TEST_F(ConnectWithCidTest, TheFirstPolicyThatFitsIsTaken) {
+  // Up already: nothing is sent.
+  EXPECT_EQ(Calls{}, Requests(2, kIpv4, kOk));
+  // The policy that carries the profile is connected as it is.
+  SetState(1, Status::kDisconnected, Status::kConnected);
+  EXPECT_EQ((Calls{"ConnectBackhaul 1 1"}), Requests(2, kIpv4, kOk));
+  // The profile counts in its family's place only: for IPv6 policy 1 is up.
+  Vendor::Set([](Answers& a) { a.policies[1] = Policy(2, 3, 101); });
+  EXPECT_EQ(Calls{}, Requests(3, kIpv6, kOk));
+  // An idle policy that comes first is given the profile, though a later one carries it.
+  SyslogReader log;
+  SetState(0, Status::kDisconnected, Status::kDisconnected);
+  EXPECT_EQ((Calls{"SetWwanPolicy 0 7 1 2 -1", "ConnectBackhaul 0 1"}), Requests(2, kIpv4, kOk));
+  EXPECT_EQ((Calls{"7 kor::Result kor::wwan::DataManager::ConnectWithCid(int, kor::util::IPFamily, bool) #: "
+                   "before call SetPolicy ip_family 1 cid 2 set_policy 1\n"}),
+            log.TakeWith("before call"));
+}
+
+TEST_F(ConnectWithCidTest, WithoutOneAPdnIsMadeWithTheSmallestFreeProfile) {
+  Vendor::Set([](Answers& a) { a.policies = {Policy(1, 3, 100), Policy(2, 5, 101)}; });
+  EXPECT_EQ((Calls{"CreateWwanPolicy 7 3 4 4", "SetWwanPolicy 2 7 2 9 -1", "ConnectBackhaul 2 2"}),
+            Requests(9, kIpv6, kOk));
+
+  // Every number from 1 to 24 is in use.
+  Vendor::Set([](Answers& a) {
+    a.policies.clear();
+    for (int n = 0; n < 12; ++n) {
+      a.policies.push_back(Policy(2 * n + 1, 2 * n + 2, 100 + n));
+      a.states[static_cast<uint32_t>(n)] = {Status::kConnected, Status::kConnected};
+    }
+  });
+  EXPECT_EQ(Calls{}, Requests(30, kIpv4, kFailed));
+  // What cannot be read is not guessed.
+  Vendor::Set([](Answers& a) { a.lists_ok = false; });
+  EXPECT_EQ(Calls{}, Requests(1, kIpv4, kFailed));
+}
+
+}  // namespace
+}  // namespace kor::test

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <string>
+
+#include "dns/dns_ctrl_service.h"
+#include "support/files.h"
+#include "support/scripted_vendor.h"
+#include "support/syslog_reader.h"
+#include "support/wait.h"
+
+namespace kor::test {
+
+using kor::wwan::DnsCtrlService;
+
+constexpr char kResolvConf[] = "/etc/resolv.conf";
+constexpr char kPermanentFile[] = "/data/permanent-dns.conf";
+constexpr char kRunDir[] = "/var/run/netctld-dnsmasq";
+constexpr char kServerFile[] = "/var/run/netctld-dnsmasq/dnsmasq_resolv.conf";
+constexpr char kPidFile[] = "/var/run/netctld-dnsmasq/dnsmasq.pid";
+constexpr char kRepaired[] = "#AUTOMATICALLY EDITED BY NETCTLD\nnameserver 127.0.0.1\n";
+
+// A service over scripted calls, on the sandbox's real files.
+class DnsTest : public testing::Test {
+ protected:
+  DnsTest() {
+    service_.callbacks_.Add(this, [this](kor::util::EventDic& ev) {
+      EXPECT_EQ(0x303u, ev.event);
+      EXPECT_TRUE(ev.params.empty());
+      EXPECT_EQ(nullptr, ev.data);
+      ++updates_;
+    });
+  }
+
+  static void SetServers(uint32_t index, IPFamily family, const std::string& dns_1, const std::string& dns_2) {
+    Vendor::Set([&](Answers& a) {
+      if (a.policies.size() <= index) a.policies.resize(index + 1);
+      a.configs[{index, family}] = {family, "192.0.2.9", dns_1, dns_2};
+    });
+  }
+
+  // The server list after a change of the setting.
+  std::string After(DnsCtrlService::DnsSettingType setting) {
+    EXPECT_TRUE(service_.ChangeDnsSetting(setting));
+    return ReadFile(kServerFile);
+  }
+
+  int TakeUpdates() { return updates_.exchange(0); }
+
+  SyslogReader log_;
+  DnsCtrlService service_;
+  std::atomic<int> updates_{0};
+};
+
+// Runs a command line of the test's own; what it mounts or makes ends with the sandbox.
+inline void Shell(const std::string& command) { ASSERT_EQ(0, system(command.c_str())) << command; }
+
+}  // namespace kor::test

@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <arpa/inet.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+
+#include "dns/dns_fixture.h"
+
+namespace kor::test {
+namespace {
+
+class DnsmasqTest : public DnsTest {
+ protected:
+  // Whether a real dnsmasq answers on 127.0.0.1 (a refusal is an answer).
+  static bool Answers() {
+    const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(53);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const timeval limit{0, 100'000};
+    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
+    const char query[] = "\x12\x34\x01\0\0\x01\0\0\0\0\0\0\x04test\0\0\x01\0\x01";
+    char answer[512];
+    const bool answered = connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0 &&
+                          send(fd, query, sizeof(query) - 1, 0) > 0 && recv(fd, answer, sizeof(answer), 0) > 0;
+    close(fd);
+    return answered;
+  }
+
+  // The command lines that dnsmasq was started with since the last call.
+  Calls TakeStarts() { return log_.TakeWith("cmd dnsmasq"); }
+
+  static void WritePidFile(const std::string& text) {
+    mkdir(kRunDir, 0777);
+    WriteFile(kPidFile, text);
+  }
+};
+
+TEST_F(DnsmasqTest, IsStartedWhenNoneIsAliveAndKilledByItsPidFile) {
+  service_.ChangeDnsSetting(DnsCtrlService::kAll);
+  EXPECT_EQ((Calls{"6 bool kor::wwan::DnsCtrlService::StartDnsmasq() #: cmd dnsmasq -r "
+                   "/var/run/netctld-dnsmasq/dnsmasq_resolv.conf --pid-file=/var/run/netctld-dnsmasq/dnsmasq.pid "
+                   "--listen-address 127.0.0.1 --bind-dynamic --leasefile-ro\n"}),
+            TakeStarts());
+  ASSERT_TRUE(Eventually([] { return !ReadFile(kPidFile).empty(); }));
+  const int pid = std::stoi(ReadFile(kPidFile));
+  EXPECT_TRUE(Eventually(Answers));
+
+  // Alive: not started again. Dead: the next change starts another.
+  service_.ChangeDnsSetting(DnsCtrlService::kAll);
+  EXPECT_EQ(Calls{}, TakeStarts());
+  kill(pid, SIGKILL);
+  ASSERT_TRUE(Eventually([&] { return access(("/proc/" + std::to_string(pid)).c_str(), F_OK) != 0; }));
+  service_.ChangeDnsSetting(DnsCtrlService::kAll);
+  EXPECT_EQ(1u, TakeStarts().size());
+  EXPECT_TRUE(Eventually([&] { return ReadFile(kPidFile) != std::to_string(pid) + "\n" && Answers(); }));
+
+  // Another service finds and kills it, as after a restart of the host; then there is none to kill.
+  const std::string second = std::to_string(std::stoi(ReadFile(kPidFile)));
+  const std::string stop = " bool kor::wwan::DnsCtrlService::Stop() #: ";
+  DnsCtrlService other;
+  EXPECT_TRUE(other.Stop());
+  EXPECT_EQ((Calls{"7" + stop + "Try to kill dnsmasq with cmd [kill -9 " + second +
+                       "] and remove file /var/run/netctld-dnsmasq/dnsmasq.pid\n",
+                   "7" + stop + "after kill dnsmasq with cmd [kill -9 " + second +
+                       "] and remove file /var/run/netctld-dnsmasq/dnsmasq.pid\n"}),
+            log_.TakeWith("Stop()"));
+  EXPECT_FALSE(Answers());
+  EXPECT_TRUE(other.Stop());
+  EXPECT_EQ((Calls{"3" + stop + "There is no dnsmasq pid file on /var/run/netctld-dnsmasq/dnsmasq.pid\n"}),
+            log_.TakeWith("Stop()"));
+}
+
+TEST_F(DnsmasqTest, APidFileOfAnyContent) {
+  setenv("PATH", "/nonexistent", 1);  // dnsmasq is not installed: a start fails and the rest of the change is done.
+  struct {
+    const char* text;
+    const char* error;
+  } const cases[] = {
+      {"", "Cannot read data from /var/run/netctld-dnsmasq/dnsmasq.pid\n"},
+      {"0\n", "dnsmasq pid has wrong value 0\n\n"},
+      {"-5", "dnsmasq pid has wrong value -5\n"},
+      {"abc 12\nmore", "dnsmasq pid has wrong value abc 12\n\n"},
+  };
+  for (const auto& c : cases) {
+    WritePidFile(c.text);
+    service_.ChangeDnsSetting(DnsCtrlService::kAll);
+    EXPECT_EQ(1u, TakeStarts().size()) << c.text;  // Not alive.
+    EXPECT_FALSE(service_.Stop()) << c.text;
+    EXPECT_EQ((Calls{std::string("3 bool kor::wwan::DnsCtrlService::Stop() #: ") + c.error}), log_.TakeWith("Stop()"));
+    EXPECT_EQ(c.text, ReadFile(kPidFile));
+  }
+  EXPECT_EQ(4, TakeUpdates());
+  EXPECT_EQ(kRepaired, ReadFile(kResolvConf));
+
+  // A live process is believed to be dnsmasq, whatever it is, and killed as such.
+  const pid_t child = fork();
+  if (child == 0) {
+    pause();
+    _exit(0);
+  }
+  WritePidFile(" " + std::to_string(child) + " and more\n");
+  service_.ChangeDnsSetting(DnsCtrlService::kAll);
+  EXPECT_EQ(Calls{}, TakeStarts());
+  EXPECT_TRUE(service_.Stop());
+  int status = 0;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+  EXPECT_NE(0, access(kPidFile, F_OK));
+}
+
+}  // namespace
+}  // namespace kor::test

@@ -1,0 +1,186 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <thread>
+
+#include "dns/dns_fixture.h"
+
+namespace kor::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto kIpv4 = IPFamily::kIpv4;
+constexpr auto kIpv6 = IPFamily::kIpv6;
+
+struct stat StatOf(const char* path) {
+  struct stat st {};
+  EXPECT_EQ(0, lstat(path, &st)) << path;
+  return st;
+}
+
+TEST_F(DnsTest, ResolvConfIsRepairedInPlaceAndOnlyWhenItsTextIsAnother) {
+  const ino_t inode = StatOf(kResolvConf).st_ino;
+  for (const std::string& text :
+       {std::string("nameserver 8.8.8.8\n"), std::string(), std::string(kRepaired) + "#more\n",
+        std::string(kRepaired, 53), std::string(5000, 'x')}) {
+    WriteFile(kResolvConf, text);
+    service_.ChangeDnsSetting(DnsCtrlService::kResolvConf);
+    EXPECT_EQ(kRepaired, ReadFile(kResolvConf)) << "after " << text;
+  }
+  EXPECT_EQ(inode, StatOf(kResolvConf).st_ino);
+
+  // The right text, and a text that begins with a NUL, are left alone: neither is written.
+  for (const std::string& text : {std::string(kRepaired), std::string("\0nameserver 8.8.8.8\n", 20)}) {
+    WriteFile(kResolvConf, text);
+    Shell("touch -d 2001-01-01 /etc/resolv.conf");
+    const time_t written = StatOf(kResolvConf).st_mtime;
+    service_.ChangeDnsSetting(DnsCtrlService::kResolvConf);
+    EXPECT_EQ(text, ReadFile(kResolvConf));
+    EXPECT_EQ(written, StatOf(kResolvConf).st_mtime);
+  }
+  EXPECT_EQ(0, TakeUpdates());  // None of this concerns the forwarder.
+  EXPECT_EQ(
+      "7 bool kor::wwan::DnsCtrlService::ChangeDnsSetting(kor::wwan::DnsCtrlService::DnsSettingType) #: "
+      "setting_type 1\n",
+      log_.Take().at(0));
+}
+
+TEST_F(DnsTest, ResolvConfThroughALinkMissingAndReadOnly) {
+  // A link stays, its target is repaired.
+  Shell("mv /etc/resolv.conf /tmp/target && ln -s /tmp/target /etc/resolv.conf");
+  service_.ChangeDnsSetting(DnsCtrlService::kResolvConf);
+  EXPECT_TRUE(S_ISLNK(StatOf(kResolvConf).st_mode));
+  EXPECT_EQ(kRepaired, ReadFile("/tmp/target"));
+
+  // A missing file is reported and not made; the forwarder's list is written all the same.
+  const std::string error =
+      "3 bool kor::wwan::DnsCtrlService::SetResolvConf() #: Cannot find [/etc/resolv.conf] file on the system\n";
+  unlink(kResolvConf);
+  (void)log_.Take();
+  service_.ChangeDnsSetting(DnsCtrlService::kResolvConf);
+  EXPECT_EQ((Calls{error}), log_.TakeWith("Cannot"));
+  EXPECT_NE(0, access(kResolvConf, F_OK));
+  EXPECT_EQ("", After(DnsCtrlService::kDnsmasqResolvConf));
+  EXPECT_EQ(1, TakeUpdates());
+
+  // So is a read-only one, until it can be written.
+  WriteFile(kResolvConf, "nameserver 8.8.8.8\n");
+  Shell("mount --bind /etc/resolv.conf /etc/resolv.conf && mount -o remount,bind,ro /etc/resolv.conf");
+  service_.ChangeDnsSetting(DnsCtrlService::kResolvConf);
+  EXPECT_EQ((Calls{error}), log_.TakeWith("Cannot"));
+  Shell("umount /etc/resolv.conf");
+  service_.ChangeDnsSetting(DnsCtrlService::kResolvConf);
+  EXPECT_EQ(kRepaired, ReadFile(kResolvConf));
+}
+
+TEST_F(DnsTest, ServersComeOutSortedOnceEachAndTheAbsentOnesDropped) {
+  SetServers(0, kIpv4, "8.8.8.8", "10.0.0.1");
+  SetServers(0, kIpv6, "2001:db8::1", "");
+  SetServers(1, kIpv4, "8.8.8.8", "0.0.0.0");
+  SetServers(1, kIpv6, "::", "0.0.0.0");
+  EXPECT_EQ("nameserver 10.0.0.1\nnameserver 2001:db8::1\nnameserver 8.8.8.8\nnameserver ::\n",
+            After(DnsCtrlService::kDnsmasqResolvConf));
+  EXPECT_EQ(1, TakeUpdates());
+  const std::string signature = "7 bool kor::wwan::DnsCtrlService::SetDnsmasqResolvConf(bool) #: ";
+  EXPECT_EQ((Calls{signature + "\n", signature + "policy_v size 2\n", signature + "dns_l size 4\n"}),
+            log_.TakeWith("SetDnsmasqResolvConf"));
+
+  // An answer about the other family contributes nothing.
+  SetServers(0, kIpv6, "2001:db8::2", "");
+  Vendor::Set([](Answers& a) { a.configs[{0, kIpv6}].ip_family = kIpv4; });
+  // A call that is down has none; its earlier neighbour's are not taken for its own.
+  Vendor::Set([](Answers& a) { a.configs.erase({1, kIpv6}); });
+  EXPECT_EQ("nameserver 10.0.0.1\nnameserver 8.8.8.8\n", After(DnsCtrlService::kDnsmasqResolvConf));
+
+  // No call up: an empty list, and still word of it. The same again is written again, on the same inode.
+  Vendor::Set([](Answers& a) { a.configs.clear(); });
+  const ino_t inode = StatOf(kServerFile).st_ino;
+  EXPECT_EQ("", After(DnsCtrlService::kDnsmasqResolvConf));
+  EXPECT_EQ("", After(DnsCtrlService::kDnsmasqResolvConf));
+  EXPECT_EQ(inode, StatOf(kServerFile).st_ino);
+  EXPECT_EQ(3, TakeUpdates());
+
+  // An unknown setting does nothing, and says so.
+  EXPECT_TRUE(service_.ChangeDnsSetting(static_cast<DnsCtrlService::DnsSettingType>(9)));
+  EXPECT_EQ(0, TakeUpdates());
+}
+
+TEST_F(DnsTest, ThePermanentFileReplacesTheCallsServers) {
+  SetServers(0, kIpv4, "8.8.8.8", "");
+  WriteFile(kPermanentFile, "nameserver 9.9.9.9\n");
+  EXPECT_EQ("nameserver 9.9.9.9\n", After(DnsCtrlService::kDnsmasqResolvConf));
+  EXPECT_EQ(Calls{}, Vendor::Take());  // No call was asked.
+  EXPECT_EQ("7 bool kor::wwan::DnsCtrlService::SetDnsmasqResolvConf(bool) #: nameserver 9.9.9.9\n\n",
+            log_.Take().at(1));
+
+  // Byte for byte, whatever it holds, up to a NUL; four characters or fewer are no text.
+  WriteFile(kPermanentFile, std::string("rubbish\0nameserver 1.1.1.1\n", 27));
+  EXPECT_EQ("rubbish", After(DnsCtrlService::kDnsmasqResolvConf));
+  WriteFile(kPermanentFile, "abcde");
+  EXPECT_EQ("abcde", After(DnsCtrlService::kDnsmasqResolvConf));
+  for (const std::string& text : {std::string("abcd"), std::string(), std::string("abc\0efgh", 8)}) {
+    WriteFile(kPermanentFile, text);
+    EXPECT_EQ("nameserver 8.8.8.8\n", After(DnsCtrlService::kDnsmasqResolvConf)) << text;
+  }
+  // A folder in its place is no text either.
+  Shell("rm /data/permanent-dns.conf && mkdir /data/permanent-dns.conf");
+  EXPECT_EQ("nameserver 8.8.8.8\n", After(DnsCtrlService::kDnsmasqResolvConf));
+}
+
+TEST_F(DnsTest, ACallThatIsNotReadyIsWaitedFor) {
+  SetServers(0, kIpv4, "8.8.8.8", "");
+  SetServers(0, kIpv6, "2001:db8::1", "");
+
+  // Ready the second time: half a second later the list is whole.
+  Vendor::Set([](Answers& a) { a.not_ready = 1; });
+  auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ("nameserver 2001:db8::1\nnameserver 8.8.8.8\n", After(DnsCtrlService::kAll));
+  EXPECT_GE(std::chrono::steady_clock::now() - start, 500ms);
+  EXPECT_EQ(
+      (Calls{"6 bool kor::wwan::DnsCtrlService::SetDnsmasqResolvConf(bool) #: Not ready yet remove current set and "
+             "starts from begining\n"}),
+      log_.TakeWith("Not ready"));
+
+  // One pass without retry, five with; then the list is written as it stands, which is empty.
+  Vendor::Set([](Answers& a) { a.not_ready = 1000; });
+  EXPECT_EQ("", After(DnsCtrlService::kDnsmasqResolvConf));
+  EXPECT_EQ(1u, log_.TakeWith("Not ready").size());
+  start = std::chrono::steady_clock::now();
+  std::thread refresh([&] { EXPECT_EQ("", After(DnsCtrlService::kAll)); });
+  // The wait lets other changes through.
+  WriteFile(kResolvConf, "#\n");
+  EXPECT_TRUE(Eventually([&] { return log_.TakeWith("Not ready").size() == 1; }));
+  service_.ChangeDnsSetting(DnsCtrlService::kResolvConf);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, 2500ms);
+  EXPECT_EQ(kRepaired, ReadFile(kResolvConf));
+  refresh.join();
+  EXPECT_GE(std::chrono::steady_clock::now() - start, 2500ms);
+  EXPECT_EQ(4u, log_.TakeWith("Not ready").size());
+  EXPECT_EQ(3, TakeUpdates());
+}
+
+TEST_F(DnsTest, AResolverFileThatCannotBeWritten) {
+  // Not openable: an error, and nobody is told.
+  WriteFile(kRunDir, "a file where the folder should be");
+  service_.ChangeDnsSetting(DnsCtrlService::kDnsmasqResolvConf);
+  EXPECT_EQ((Calls{"3 bool kor::wwan::DnsCtrlService::SetDnsmasqResolvConf(bool) #: Cannot open "
+                   "/var/run/netctld-dnsmasq/dnsmasq_resolv.conf for writing\n"}),
+            log_.TakeWith("Cannot"));
+  EXPECT_EQ(0, TakeUpdates());
+
+  // A full disk under it: as much as fits, and the next write is good again.
+  unlink(kRunDir);
+  mkdir(kRunDir, 0777);
+  Shell("mount -t tmpfs -o size=4k none /var/run/netctld-dnsmasq");
+  WriteFile(kPermanentFile, std::string(50'000, '#'));
+  EXPECT_LT(After(DnsCtrlService::kDnsmasqResolvConf).find_last_of('#'), 49'999u);
+  EXPECT_EQ(1, TakeUpdates());
+  WriteFile(kPermanentFile, "nameserver 9.9.9.9\n");
+  EXPECT_EQ("nameserver 9.9.9.9\n", After(DnsCtrlService::kDnsmasqResolvConf));
+}
+
+}  // namespace
+}  // namespace kor::test

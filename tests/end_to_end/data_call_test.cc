@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: Apache-2.0
+// The library as a host sees it: real dnsmasq, inotify and netlink, real interfaces, the simulated modem.
+#include <gtest/gtest.h>
+#include <net/if.h>
+
+#include <chrono>
+#include <future>
+#include <thread>
+#include <vector>
+
+#include "modem/sim_modem.h"
+#include "support/files.h"
+#include "support/wait.h"
+#include "wwan/data_manager.h"
+#include "wwan/dns_ctrl_manager.h"
+
+namespace kor::test {
+namespace {
+
+using namespace std::chrono_literals;
+using kor::modem::SimModem;
+using kor::util::IPFamily;
+using kor::wwan::DataManager;
+using kor::wwan::DnsCtrlManager;
+using Status = DataManager::ConnectStatus;
+
+constexpr auto kOk = kor::Result::kSuccess;
+constexpr auto kFailed = kor::Result::kFailure;
+
+std::string Servers() { return ReadFile("/var/run/netctld-dnsmasq/dnsmasq_resolv.conf"); }
+
+class DataCallTest : public testing::Test {
+ protected:
+  DataCallTest() { EXPECT_TRUE(dns_.StartService()); }
+
+  Status StatusOf(uint32_t index, IPFamily family) {
+    Status ipv4{};
+    Status ipv6{};
+    EXPECT_TRUE(data_.GetConnectStatus(index, ipv4, ipv6));
+    return family == IPFamily::kIpv4 ? ipv4 : ipv6;
+  }
+
+  std::future<kor::Result> ConnectOnAnotherThread(DataManager& data, uint32_t index, IPFamily family) {
+    return std::async(std::launch::async, [&data, index, family] { return data.Connect(index, family, true); });
+  }
+
+  SimModem& modem_ = SimModem::Get();
+  DnsCtrlManager dns_;
+  DataManager data_;
+};
+
+TEST_F(DataCallTest, ComesUpWithItsServersAndTakesThemAlong) {
+  modem_.SetNotReadyQueries(1);
+  modem_.SetDnsServers(IPFamily::kIpv4, "10.255.0.53", "10.255.0.54");
+  ASSERT_EQ(kOk, data_.Connect(0, IPFamily::kIpv4, true));
+  EXPECT_NE(0u, if_nametoindex("rmnet_data0"));
+  EXPECT_EQ("nameserver 10.255.0.53\nnameserver 10.255.0.54\n", Servers());
+  ASSERT_EQ(kOk, data_.Connect(0, IPFamily::kIpv6, true));
+  EXPECT_EQ("nameserver 10.255.0.53\nnameserver 10.255.0.54\nnameserver fd64:ffff::53\n", Servers());
+
+  // Up already: nothing is sent.
+  (void)modem_.TakeRecord();
+  EXPECT_EQ(kOk, data_.Connect(0, IPFamily::kIpv4, true));
+  for (const auto& call : modem_.TakeRecord()) EXPECT_EQ(0u, call.rfind("GetWwanConnectStatus", 0)) << call;
+
+  // A call that goes down, for whatever reason, leaves the file.
+  ASSERT_TRUE(modem_.Drop(100, IPFamily::kIpv4));
+  EXPECT_TRUE(Eventually([] { return Servers() == "nameserver fd64:ffff::53\n"; }));
+  EXPECT_EQ(Status::kDisconnected, StatusOf(0, IPFamily::kIpv4));
+  EXPECT_EQ(kOk, data_.Disconnect(0, IPFamily::kIpv6, true));
+  EXPECT_TRUE(Eventually([] { return Servers().empty(); }));
+  EXPECT_EQ(0u, if_nametoindex("rmnet_data0"));
+  EXPECT_EQ(kOk, data_.Disconnect(0, IPFamily::kIpv6, true));  // Down already.
+}
+
+TEST_F(DataCallTest, AFailedAttemptLeavesTheObjectGoodForTheNext) {
+  // Refused by the modem, failed by the network, then up.
+  modem_.FailNext("ConnectBackhaul", 1, static_cast<kor::Result>(77));
+  EXPECT_EQ(77, static_cast<int>(data_.Connect(0, IPFamily::kIpv4, true)));
+  modem_.FailConnects(1);
+  EXPECT_EQ(kFailed, data_.Connect(0, IPFamily::kIpv4, true));
+  EXPECT_EQ(Status::kDisconnected, StatusOf(0, IPFamily::kIpv4));
+  EXPECT_EQ(kOk, data_.Connect(0, IPFamily::kIpv4, true));
+
+  modem_.FailDisconnects(1);
+  EXPECT_EQ(kFailed, data_.Disconnect(0, IPFamily::kIpv4, true));
+  EXPECT_EQ(kOk, data_.Disconnect(0, IPFamily::kIpv4, true));
+
+  // Not there at all.
+  EXPECT_EQ(kFailed, data_.Connect(17, IPFamily::kIpv4, true));
+  EXPECT_EQ(kFailed, data_.Disconnect(17, IPFamily::kIpv6, true));
+  EXPECT_EQ(kFailed, data_.Connect(0, static_cast<IPFamily>(9), true));
+}
+
+TEST_F(DataCallTest, AModemThatNeverAnswersCostsTenSeconds) {
+  modem_.IgnoreRequests(1);
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(kFailed, data_.Connect(0, IPFamily::kIpv4, true));
+  EXPECT_GE(std::chrono::steady_clock::now() - start, 10s);
+  // The call hangs in between: refused until a disconnect has cleared it.
+  EXPECT_EQ(kFailed, data_.Connect(0, IPFamily::kIpv4, true));
+  EXPECT_EQ(kOk, data_.Disconnect(0, IPFamily::kIpv4, true));
+  EXPECT_EQ(kOk, data_.Connect(0, IPFamily::kIpv4, true));
+}
+
+TEST_F(DataCallTest, ADisconnectEndsACallThatIsStillConnecting) {
+  modem_.SetConnectDelay(60s);
+  auto connect = ConnectOnAnotherThread(data_, 0, IPFamily::kIpv4);
+  ASSERT_TRUE(Eventually([&] { return StatusOf(0, IPFamily::kIpv4) == Status::kConnecting; }));
+  DataManager other;
+  EXPECT_EQ(kOk, other.Disconnect(0, IPFamily::kIpv4, true));
+  ASSERT_EQ(std::future_status::ready, connect.wait_for(kLongEnough));
+  EXPECT_EQ(kFailed, connect.get());
+  EXPECT_EQ(Status::kDisconnected, StatusOf(0, IPFamily::kIpv4));
+}
+
+TEST_F(DataCallTest, SeveralThreadsConnectTheirOwnPoliciesAtOnce) {
+  constexpr uint32_t kPolicies = 3;
+  for (uint32_t n = 1; n < kPolicies; ++n) {
+    const auto profile = static_cast<uint8_t>(n + 1);
+    ASSERT_TRUE(data_.CreatePdn(kor::wwan::Tech::kAny, IPFamily::kBoth, profile, profile));
+  }
+  for (int round = 0; round < 2; ++round) {
+    std::vector<std::thread> threads;
+    for (uint32_t index = 0; index < kPolicies; ++index) {
+      for (const IPFamily family : {IPFamily::kIpv4, IPFamily::kIpv6}) {
+        threads.emplace_back([index, family] {
+          DataManager data;
+          EXPECT_EQ(kOk, data.Connect(index, family, true));
+          EXPECT_EQ(kOk, data.Disconnect(index, family, true));
+        });
+      }
+    }
+    for (auto& thread : threads) thread.join();
+  }
+  EXPECT_TRUE(Eventually([] { return Servers().empty(); }));
+}
+
+TEST_F(DataCallTest, ConnectWithCidBringsUpWhatTheProfileNeeds) {
+  ASSERT_EQ(kOk, data_.ConnectWithCid(3, IPFamily::kIpv4, true));  // The idle policy is given the profile.
+  ASSERT_EQ(kOk, data_.ConnectWithCid(2, IPFamily::kIpv6, true));  // None is idle: a PDN is made.
+  std::vector<DataManager::WwanStatus> statuses;
+  ASSERT_TRUE(data_.GetWwanStatuses(statuses));
+  ASSERT_EQ(2u, statuses.size());
+  EXPECT_EQ(3, statuses[0].policy.profile_1);
+  EXPECT_EQ(Status::kConnected, statuses[0].ipv4_status);
+  EXPECT_EQ(Status::kConnected, statuses[1].ipv6_status);
+  EXPECT_EQ(kOk, data_.ConnectWithCid(2, IPFamily::kIpv6, true));  // Up already.
+  ASSERT_TRUE(data_.GetWwanStatuses(statuses));
+  EXPECT_EQ(2u, statuses.size());
+}
+
+// Leaves the process by exit() while calls come and go, the forwarder is refreshed and subscribers are called.
+void ExitWhileBusy() {
+  DnsCtrlManager& dns = *new DnsCtrlManager;
+  dns.StartService();
+  DataManager& watcher = *new DataManager;
+  static std::atomic<int> events{0};
+  watcher.SetEventCb([](kor::util::EventDic&) { ++events; });
+  SimModem::Get().SetConnectDelay(1ms);
+  SimModem::Get().SetDisconnectDelay(1ms);
+  for (const IPFamily family : {IPFamily::kIpv4, IPFamily::kIpv6}) {
+    std::thread([family] {
+      for (;;) {
+        DataManager data;
+        (void)data.Connect(0, family, true);
+        (void)data.Disconnect(0, family, true);
+      }
+    }).detach();
+  }
+  if (!Eventually([] { return events > 6; })) _exit(1);
+  exit(0);
+}
+
+TEST(ExitTest, WhileEveryThreadIsBusyDoesNotCrash) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  EXPECT_EXIT(ExitWhileBusy(), testing::ExitedWithCode(0), "");
+}
+
+}  // namespace
+}  // namespace kor::test

@@ -1,0 +1,272 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "common/util/fd_monitor.h"
+
+#include <gtest/gtest.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "kutil/probes.h"
+#include "support/syslog_reader.h"
+
+namespace kor::util {
+namespace {
+
+using test::Eventually;
+using test::Happening;
+using test::ProcessState;
+
+// A descriptor that is ready from Ring() until Answer().
+class Bell {
+ public:
+  ~Bell() { close(fd); }
+  void Ring() const { eventfd_write(fd, 1); }
+  // Blocks when nobody has rung.
+  void Answer() const {
+    eventfd_t count = 0;
+    eventfd_read(fd, &count);
+  }
+
+  const int fd = eventfd(0, EFD_CLOEXEC);
+};
+
+std::string ThreadStatus(pid_t thread, const std::string& key) {
+  std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/status");
+  for (std::string word; file >> word;) {
+    if (word == key + ":" && file >> word) return word;
+  }
+  return "no " + key;
+}
+
+class FdMonitorTest : public testing::Test {
+ protected:
+  void Add(const Bell& bell, std::function<void()> cb) {
+    monitor.Add(bell.fd, FdType::kRead, [&bell, cb = std::move(cb)](int, FdType) {
+      bell.Answer();
+      cb();
+    });
+  }
+  void Remove(const Bell& bell) { monitor.Remove(bell.fd, FdType::kRead); }
+
+  FdMonitor& monitor = *FdMonitor::Create();
+  Bell door, phone;
+  const ProcessState before = ProcessState::Now();
+};
+
+TEST_F(FdMonitorTest, MonitorsAreFoundByNumber) {
+  unsigned int count = 0;
+  while (FdMonitor::Get(count) != nullptr) ++count;
+  ASSERT_LT(0u, count);
+  EXPECT_EQ(&monitor, FdMonitor::Get(count - 1));
+  FdMonitor* const next = FdMonitor::Create();
+  EXPECT_EQ(next, FdMonitor::Get(count));
+  EXPECT_EQ(nullptr, FdMonitor::Get(count + 1));
+}
+
+TEST_F(FdMonitorTest, CallsBackOnItsOwnQuietThread) {
+  // The callback gets what was asked for, on a thread that takes no signals of the host.
+  Happening rung;
+  pid_t thread = 0;
+  monitor.Add(door.fd, FdType::kRead, [&](int fd, FdType type) {
+    EXPECT_EQ(door.fd, fd);
+    EXPECT_EQ(FdType::kRead, type);
+    door.Answer();
+    thread = gettid();
+    rung.Happen();
+  });
+  door.Ring();
+  ASSERT_TRUE(rung.Awaited());
+  EXPECT_NE(gettid(), thread);
+  const uint64_t blocked = std::stoull(ThreadStatus(thread, "SigBlk"), nullptr, 16);
+  for (const int signal : {SIGINT, SIGTERM, SIGUSR1, SIGCHLD}) EXPECT_TRUE(blocked >> (signal - 1) & 1) << signal;
+
+  // Asleep it stays asleep.
+  ASSERT_TRUE(Eventually([&] { return ThreadStatus(thread, "State") == "S"; }));
+  const std::string switches = ThreadStatus(thread, "voluntary_ctxt_switches");
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  EXPECT_EQ(switches, ThreadStatus(thread, "voluntary_ctxt_switches"));
+
+  // A second callback for the descriptor takes the first one's place.
+  Happening replaced;
+  Add(door, [&] { replaced.Happen(); });
+  door.Ring();
+  EXPECT_TRUE(replaced.Awaited());
+  Remove(door);
+  EXPECT_EQ(before.fds, ProcessState::Now().fds);
+  EXPECT_TRUE(before.Returns());
+}
+
+TEST_F(FdMonitorTest, SurvivesWhatCallbacksThrowAndWhatCannotBeWatched) {
+  test::SyslogReader syslog;
+  Add(door, [] { throw std::runtime_error("the door is stuck"); });
+  Happening rung;
+  Add(phone, [&] { rung.Happen(); });
+  door.Ring();
+  ASSERT_TRUE(Eventually([&] { return syslog.TakeWith("A callback failed: the door is stuck").size() == 1; }));
+  phone.Ring();
+  EXPECT_TRUE(rung.Awaited());
+  Remove(door);
+  Remove(phone);
+
+  // A closed descriptor is refused and leaves nothing behind; removing it, or anything unknown, is no error.
+  const ProcessState quiet = ProcessState::Now();
+  monitor.Add(999, FdType::kRead, [](int, FdType) {});
+  EXPECT_EQ(1u, syslog.TakeWith("Cannot watch descriptor 999: Bad file descriptor").size());
+  monitor.Remove(999, FdType::kRead);
+  Remove(door);
+  EXPECT_TRUE(quiet.Returns());
+}
+
+TEST_F(FdMonitorTest, RemoveWaitsForItsCallbackAndForNoOther) {
+  Happening inside, leave;
+  std::atomic<bool> left{false};
+  Add(door, [&] {
+    inside.Happen();
+    EXPECT_TRUE(leave.Awaited());
+    left = true;
+  });
+  Add(phone, [] {});
+  door.Ring();
+  ASSERT_TRUE(inside.Awaited());
+
+  // Two callers want the door removed: both wait.
+  Happening removed[2];
+  std::thread removers[2];
+  for (int i = 0; i < 2; ++i) {
+    removers[i] = std::thread([&, i] {
+      Remove(door);
+      EXPECT_TRUE(left);
+      removed[i].Happen();
+    });
+  }
+  EXPECT_FALSE(removed[0].HappensWithin(std::chrono::milliseconds(30)));
+  EXPECT_FALSE(removed[1].HappensWithin(std::chrono::milliseconds(30)));
+
+  // The phone is not the one that is running.
+  Remove(phone);
+  EXPECT_FALSE(left);
+  leave.Happen();
+  for (std::thread& remover : removers) remover.join();
+  EXPECT_TRUE(before.Returns());
+}
+
+TEST_F(FdMonitorTest, CallbacksMayRemoveThemselvesAndAddOthers) {
+  // The door removes itself, the last one, and is replaced by the phone, which still waits for its turn.
+  Happening answered;
+  std::atomic<bool> door_done{false};
+  phone.Ring();
+  Add(door, [&] {
+    Remove(door);
+    Add(phone, [&] {
+      EXPECT_TRUE(door_done);
+      Remove(phone);
+      answered.Happen();
+    });
+    door.Ring();  // Nobody listens any more.
+    std::this_thread::yield();
+    door_done = true;
+  });
+  door.Ring();
+  EXPECT_TRUE(answered.Awaited());
+  EXPECT_TRUE(before.Returns());
+
+  // And all of it starts again.
+  Happening rung;
+  Add(door, [&] { rung.Happen(); });
+  EXPECT_TRUE(rung.Awaited());
+  Remove(door);
+  EXPECT_TRUE(before.Returns());
+}
+
+// Regression: an event is fetched from the kernel together with others; by its turn, its descriptor may have been
+// closed and its number given to another one, whose callback would then block in its read.
+TEST_F(FdMonitorTest, AnEventNeverReachesTheNextOwnerOfItsNumber) {
+  Bell hold;
+  Happening held, go, next_rung;
+  std::unique_ptr<Bell> bells[2] = {std::make_unique<Bell>(), std::make_unique<Bell>()};
+  int fds[2] = {bells[0]->fd, bells[1]->fd};
+  Add(hold, [&] {
+    held.Happen();
+    EXPECT_TRUE(go.Awaited());
+  });
+  // Whichever comes first replaces the other.
+  for (int i = 0; i < 2; ++i) {
+    Add(*bells[i], [&, other = 1 - i] {
+      Remove(*bells[other]);
+      bells[other].reset();
+      bells[other] = std::make_unique<Bell>();
+      EXPECT_EQ(fds[other], bells[other]->fd);
+      Add(*bells[other], [&] { next_rung.Happen(); });
+      Remove(*bells[1 - other]);
+      phone.Ring();
+    });
+  }
+  Happening both_done;
+  Add(phone, [&] { both_done.Happen(); });
+  hold.Ring();
+  ASSERT_TRUE(held.Awaited());
+  for (const auto& bell : bells) bell->Ring();
+  go.Happen();
+  ASSERT_TRUE(both_done.Awaited()) << "the new descriptor's callback ran and blocks";
+  EXPECT_FALSE(next_rung.HappensWithin(std::chrono::milliseconds(0)));
+  for (const auto& bell : bells) bell->Ring();
+  EXPECT_TRUE(next_rung.Awaited());
+  for (const auto& bell : bells) Remove(*bell);
+  Remove(hold);
+  Remove(phone);
+}
+
+TEST_F(FdMonitorTest, ManyThreadsComeAndGo) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([this] {
+      const Bell bell;
+      bell.Ring();
+      for (int round = 0; round < 100; ++round) {
+        std::atomic<int> calls{0};
+        std::atomic<bool> removed{false};
+        // Unanswered, the bell calls again and again.
+        monitor.Add(bell.fd, FdType::kRead, [&](int, FdType) {
+          EXPECT_FALSE(removed);
+          ++calls;
+        });
+        EXPECT_TRUE(Eventually([&] { return calls > 0; }));
+        monitor.Remove(bell.fd, FdType::kRead);
+        removed = true;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_TRUE(before.Returns());
+}
+
+TEST(FdMonitorExitTest, TheProcessMayExitWhileMonitorsAreAtWork) {
+  testing::GTEST_FLAG(death_test_style) = "threadsafe";
+  const auto work_and_exit = [] {
+    static Bell bells[3];
+    static Happening rung[3];
+    for (int i = 0; i < 3; ++i) {
+      FdMonitor::Create()->Add(bells[i].fd, FdType::kRead, [i, first = true](int, FdType) mutable {
+        if (std::exchange(first, false)) rung[i].Happen();
+      });
+      bells[i].Ring();  // Unanswered: it calls again and again, until the end.
+      EXPECT_TRUE(rung[i].Awaited());
+    }
+    exit(0);
+  };
+  EXPECT_EXIT(work_and_exit(), testing::ExitedWithCode(0), "");
+}
+
+}  // namespace
+}  // namespace kor::util

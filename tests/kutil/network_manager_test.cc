@@ -1,0 +1,233 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "common/util/network_manager.h"
+
+#include <gtest/gtest.h>
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "common/condition.h"
+#include "kutil/interface_monitor.h"
+#include "kutil/probes.h"
+
+namespace kor::util {
+namespace {
+
+using test::Eventually;
+using test::Happening;
+using test::ProcessState;
+
+// The names that were reported since they were last taken.
+class Reports {
+ public:
+  void Add(EventDic& event) {
+    EXPECT_EQ(kEvtNetIface, event.event);
+    MutexLock lock(mutex_);
+    names_.insert(event.GetParam(EventDic::kParamIfaceName));
+  }
+
+  // Waits for all of `names`, and forgets what came until then.
+  bool Bring(const std::set<std::string>& names) {
+    const bool there = Eventually([&] {
+      MutexLock lock(mutex_);
+      return std::includes(names_.begin(), names_.end(), names.begin(), names.end());
+    });
+    MutexLock lock(mutex_);
+    names_.clear();
+    return there;
+  }
+
+ private:
+  Mutex mutex_;
+  std::set<std::string> names_ KOR_GUARDED_BY(mutex_);
+};
+
+void Ip(const std::string& arguments) { ASSERT_EQ(0, system(("ip " + arguments).c_str())) << arguments; }
+
+// Takes a link up or down, which is one change or more: quick enough to outrun a reader.
+class Switch {
+ public:
+  ~Switch() { close(fd_); }
+  void Flip(const char* name) const {
+    ifreq request{};
+    std::string(name).copy(request.ifr_name, IFNAMSIZ - 1);
+    EXPECT_EQ(0, ioctl(fd_, SIOCGIFFLAGS, &request));
+    request.ifr_flags = static_cast<short>(request.ifr_flags ^ IFF_UP);
+    EXPECT_EQ(0, ioctl(fd_, SIOCSIFFLAGS, &request));
+  }
+
+ private:
+  const int fd_ = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+};
+
+class NetworkManagerTest : public testing::Test {
+ protected:
+  NetworkManagerTest() { Ip("link add rmnet_data0 type veth peer name carrier0"); }
+  ~NetworkManagerTest() override { Ip("link del carrier0"); }
+
+  std::function<void(EventDic&)> Recorder() {
+    return [this](EventDic& event) { reports.Add(event); };
+  }
+
+  Reports reports;
+  Switch flip;
+  const ProcessState before = ProcessState::Now();
+};
+
+TEST_F(NetworkManagerTest, EveryChangeOfEveryInterfaceIsReported) {
+  NetworkManager manager;
+  manager.SetEventCb(Recorder());
+  // The far end's change brings the near end's carrier, too.
+  Ip("link set carrier0 up");
+  EXPECT_TRUE(reports.Bring({"carrier0"}));
+  Ip("link set rmnet_data0 up");
+  EXPECT_TRUE(reports.Bring({"rmnet_data0", "carrier0"}));
+  for (const char* change : {"addr add 10.64.0.2/30", "addr del 10.64.0.2/30", "addr add fd64::2/64"}) {
+    Ip(change + std::string(" dev rmnet_data0"));
+    EXPECT_TRUE(reports.Bring({"rmnet_data0"})) << change;
+  }
+
+  // A link on top of another one is an interface like any other; so is one in a bridge, and one that has left it.
+  Ip("link add link rmnet_data0 name rmnet_data0.7 type macvlan");
+  EXPECT_TRUE(reports.Bring({"rmnet_data0.7"}));
+  Ip("link add br0 type bridge");
+  Ip("link set rmnet_data0.7 master br0");
+  Ip("link set rmnet_data0.7 nomaster");
+  EXPECT_TRUE(reports.Bring({"br0", "rmnet_data0.7"}));
+  Ip("addr add 10.64.0.6/30 dev rmnet_data0.7");
+  EXPECT_TRUE(reports.Bring({"rmnet_data0.7"}));
+  Ip("link del rmnet_data0.7");
+  EXPECT_TRUE(reports.Bring({"rmnet_data0.7"}));
+
+  // A rename is reported under both names, later changes under the new one; a deletion names who is gone.
+  Ip("link set rmnet_data0 down");
+  EXPECT_TRUE(reports.Bring({"rmnet_data0"}));
+  Ip("link set rmnet_data0 name rmnet_data5");
+  EXPECT_TRUE(reports.Bring({"rmnet_data0", "rmnet_data5"}));
+  Ip("addr add 10.64.0.2/30 dev rmnet_data5");
+  EXPECT_TRUE(reports.Bring({"rmnet_data5"}));
+  Ip("link del rmnet_data5");
+  EXPECT_TRUE(reports.Bring({"rmnet_data5", "carrier0"}));
+  Ip("link add rmnet_data0 type veth peer name carrier0");
+  EXPECT_TRUE(reports.Bring({"rmnet_data0", "carrier0"}));
+}
+
+TEST_F(NetworkManagerTest, ChangesThatCameTooFastAreMadeGood) {
+  Ip("link add gone0 type bridge");
+  Ip("link add quiet0 type bridge");
+  Happening held, go;
+  auto monitor = InterfaceMonitor::Create(
+      [&, first = true](EventDic& event) mutable {
+        if (std::exchange(first, false)) {
+          held.Happen();
+          EXPECT_TRUE(go.Awaited());
+        }
+        reports.Add(event);
+      },
+      1);  // The smallest buffer the kernel gives.
+  monitor->Start();
+  flip.Flip("carrier0");
+  ASSERT_TRUE(held.Awaited());
+
+  // While the callback is held up, 500 changes fill the buffer; what follows finds no room in it.
+  for (int i = 0; i < 500; ++i) flip.Flip("carrier0");
+  Ip("link del gone0");
+  Ip("link set rmnet_data0 name rmnet_data5");
+  Ip("link add rmnet_data1 type bridge");
+  go.Happen();
+  EXPECT_TRUE(reports.Bring({"lo", "carrier0", "gone0", "quiet0", "rmnet_data0", "rmnet_data5", "rmnet_data1"}));
+
+  // The names are the new ones: an IPv6 address's message carries none. Nothing old comes any more.
+  Ip("addr add fd64::2/64 dev rmnet_data5");
+  EXPECT_TRUE(reports.Bring({"rmnet_data5"}));
+  monitor.reset();
+  EXPECT_TRUE(before.Returns());
+}
+
+TEST_F(NetworkManagerTest, NothingComesAfterUnsetOrTheObjectsEnd) {
+  std::atomic<bool> done{false};
+  std::thread changes([&] {
+    while (!done) flip.Flip("carrier0");
+  });
+  const ProcessState busy = ProcessState::Now();
+  std::atomic<int> calls{0};
+  for (int round = 0; round < 60; ++round) {
+    auto subscribed = std::make_shared<std::atomic<bool>>(true);
+    std::optional<NetworkManager> manager(std::in_place);
+    manager->UnsetEventCb();
+    const auto count = [&calls, subscribed](EventDic&) {
+      EXPECT_TRUE(*subscribed);
+      ++calls;
+    };
+    manager->SetEventCb(count);
+    const int seen = calls;
+    if (round % 2 == 0) {
+      EXPECT_TRUE(Eventually([&] { return calls > seen; }));
+    }
+    if (round % 3 == 0) manager->UnsetEventCb();
+    if (round % 3 == 1) manager->SetEventCb([](EventDic&) {});
+    if (round % 3 == 2) manager.reset();
+    *subscribed = false;
+    if (manager) manager->UnsetEventCb();
+    EXPECT_TRUE(busy.Returns());
+  }
+  done = true;
+  changes.join();
+}
+
+TEST_F(NetworkManagerTest, TheCallbackMayEndReplaceAndThrow) {
+  // What it throws costs no event.
+  std::optional<NetworkManager> manager(std::in_place);
+  manager->SetEventCb([&](EventDic& event) {
+    reports.Add(event);
+    throw std::runtime_error("not today");
+  });
+  flip.Flip("carrier0");
+  flip.Flip("rmnet_data0");
+  EXPECT_TRUE(reports.Bring({"carrier0", "rmnet_data0"}));
+
+  // Replaced from inside: the successor gets what comes from then on.
+  std::atomic<int> calls{0};
+  Happening replaced;
+  manager->SetEventCb([&](EventDic&) {
+    ++calls;
+    manager->SetEventCb(Recorder());
+    flip.Flip("rmnet_data0");
+    replaced.Happen();
+  });
+  flip.Flip("carrier0");
+  ASSERT_TRUE(replaced.Awaited());
+  EXPECT_TRUE(reports.Bring({"rmnet_data0"}));
+  EXPECT_EQ(1, calls);
+
+  // Unset, or destroyed with the object, from inside: it returns, runs no more, and its thread ends by itself.
+  for (const bool destroy : {false, true}) {
+    calls = 0;
+    Happening ended;
+    manager->SetEventCb([&](EventDic&) {
+      ++calls;
+      for (int i = 0; i < 10; ++i) flip.Flip("carrier0");
+      destroy ? manager.reset() : manager->UnsetEventCb();
+      ended.Happen();
+    });
+    flip.Flip("carrier0");
+    ASSERT_TRUE(ended.Awaited());
+    EXPECT_TRUE(before.Returns());
+    EXPECT_EQ(1, calls);
+  }
+}
+
+}  // namespace
+}  // namespace kor::util

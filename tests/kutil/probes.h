@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <filesystem>
+#include <future>
+#include <iterator>
+#include <memory>
+#include <thread>
+
+#include "support/wait.h"
+
+namespace kor::test {
+
+// Something that happens once, on any thread.
+class Happening {
+ public:
+  // Whoever waits may destroy this object at once.
+  void Happen() {
+    const auto promise = promise_;
+    promise->set_value();
+  }
+  bool Awaited() const { return future_.wait_for(kLongEnough) == std::future_status::ready; }
+  bool HappensWithin(std::chrono::milliseconds time) const {
+    return future_.wait_for(time) == std::future_status::ready;
+  }
+
+ private:
+  const std::shared_ptr<std::promise<void>> promise_ = std::make_shared<std::promise<void>>();
+  const std::shared_future<void> future_ = promise_->get_future().share();
+};
+
+// What the process holds of threads and descriptors, to be compared with what it held before.
+struct ProcessState {
+  static ProcessState Now() {
+    std::thread([] {}).join();  // With the first thread, a sanitizer starts one of its own.
+    return {Count("/proc/self/task"), Count("/proc/self/fd")};
+  }
+
+  // Waits: threads end by themselves, and one that was joined is listed for a moment more.
+  bool Returns() const {
+    return Eventually([this] { return Count("/proc/self/task") == threads && Count("/proc/self/fd") == fds; });
+  }
+
+  static long Count(const char* directory) {
+    namespace fs = std::filesystem;
+    return std::distance(fs::directory_iterator(directory), fs::directory_iterator());
+  }
+
+  long threads;
+  long fds;
+};
+
+}  // namespace kor::test

@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kutil/route_message.h"
+
+#include <gtest/gtest.h>
+#include <linux/if_addr.h>
+#include <linux/rtnetlink.h>
+#include <sys/socket.h>
+
+#include <memory>
+#include <string>
+
+#include "kutil/link_names.h"
+
+namespace kor::util {
+namespace {
+
+using Kind = RouteMessage::Kind;
+using Names = std::vector<std::string>;
+
+template <typename T>
+std::string Bytes(const T& value) {
+  return {reinterpret_cast<const char*>(&value), sizeof(value)};
+}
+
+std::string Padded(std::string bytes) {
+  bytes.resize((bytes.size() + 3) / 4 * 4);
+  return bytes;
+}
+
+std::string Attribute(uint16_t type, const std::string& value) {
+  const rtattr header{static_cast<uint16_t>(sizeof(rtattr) + value.size()), type};
+  return Padded(Bytes(header) + value);
+}
+
+std::string Message(uint16_t type, const std::string& body, uint16_t flags = 0) {
+  const nlmsghdr header{static_cast<uint32_t>(sizeof(nlmsghdr) + body.size()), type, flags, 0, 0};
+  return Padded(Bytes(header) + body);
+}
+
+std::string Link(uint16_t type, int index, const std::string& attributes, unsigned char family = AF_UNSPEC) {
+  ifinfomsg link{};
+  link.ifi_family = family;
+  link.ifi_index = index;
+  return Message(type, Bytes(link) + attributes);
+}
+
+std::string Name(const char* name) { return Attribute(IFLA_IFNAME, std::string(name) + '\0'); }
+
+std::string Address(uint16_t type, uint32_t index, const std::string& label) {
+  ifaddrmsg address{};
+  address.ifa_index = index;
+  return Message(type, Bytes(address) + Attribute(IFA_ADDRESS, "\x0a\x40\x00\x02") + Attribute(IFA_LABEL, label));
+}
+
+// "<kind> <index> <name>" of each message. The bytes lie in a block of exactly their size, so that AddressSanitizer
+// sees every read beyond them.
+Names Parse(const std::string& bytes) {
+  const std::unique_ptr<char[]> block(new char[bytes.size()]);
+  bytes.copy(block.get(), bytes.size());
+  Names texts;
+  for (const RouteMessage& m : ParseRouteMessages({block.get(), bytes.size()})) {
+    texts.push_back(std::to_string(static_cast<int>(m.kind)) + " " + std::to_string(m.index) + " " + m.name +
+                    (m.interrupted ? "!" : ""));
+  }
+  return texts;
+}
+
+TEST(RouteMessageTest, ADatagramIsReadMessageByMessage) {
+  const std::string mtu = Attribute(IFLA_MTU, Bytes(1500));
+  EXPECT_EQ((Names{"0 3 rmnet_data0", "1 4 eth0", "2 5 lan1", "3 3 eth0", "3 6 ", "4 0 !", "5 0 "}),
+            Parse(Link(RTM_NEWLINK, 3, mtu + Name("rmnet_data0") + mtu) + Message(RTM_NEWROUTE, "not ours") +
+                  Link(RTM_DELLINK, 4, Name("eth0")) + Link(RTM_DELLINK, 5, Name("lan1"), AF_BRIDGE) +
+                  Address(RTM_NEWADDR, 3, "eth0:backup") + Address(RTM_DELADDR, 6, "") +
+                  Message(NLMSG_DONE, "", NLM_F_DUMP_INTR) + Message(NLMSG_ERROR, Bytes(nlmsgerr{}))));
+}
+
+TEST(RouteMessageTest, NoBytesAreTooHostile) {
+  // A name without its NUL ends with the attribute; one that no interface can have is none.
+  EXPECT_EQ((Names{"0 3 rmnet_data0"}), Parse(Link(RTM_NEWLINK, 3, Attribute(IFLA_IFNAME, "rmnet_data0"))));
+  EXPECT_EQ((Names{"0 3 "}), Parse(Link(RTM_NEWLINK, 3, Name("sixteen_letters_"))));
+  EXPECT_EQ((Names{"0 3 "}), Parse(Link(RTM_NEWLINK, 3, Attribute(IFLA_IFNAME, ""))));
+
+  // An impossible length ends the walk, and only what stood before counts.
+  const std::string good = Link(RTM_NEWLINK, 3, Name("rmnet_data0"));
+  for (const uint32_t length : {0u, 15u, static_cast<uint32_t>(good.size()) + 1, 0x7fffffffu, 0xffffffffu}) {
+    std::string bad = good;
+    bad.replace(0, sizeof(length), Bytes(length));
+    EXPECT_EQ((Names{"0 3 rmnet_data0"}), Parse(good + bad)) << length;
+  }
+
+  // Cut short anywhere, or with any byte turned, nothing is read that is not there.
+  const std::string both = good + Address(RTM_NEWADDR, 3, "rmnet_data0");
+  for (size_t size = 0; size < both.size(); ++size) {
+    EXPECT_EQ(size < good.size() ? 0u : 1u, Parse(both.substr(0, size)).size()) << size;
+  }
+  for (size_t at = 0; at < both.size(); ++at) {
+    for (const char value : {'\0', '\x01', '\x7f', '\xff'}) {
+      std::string turned = both;
+      turned[at] = value;
+      EXPECT_LE(Parse(turned).size(), 2u);
+    }
+  }
+}
+
+TEST(LinkNamesTest, RemembersNamesForMessagesWithoutThem) {
+  LinkNames names;
+  // Before anything is known, an address's label is as good as it gets.
+  EXPECT_EQ((Names{}), names.Learn({Kind::kAddress, 3, "", false}));
+  EXPECT_EQ((Names{"label0"}), names.Learn({Kind::kAddress, 3, "label0", false}));
+  EXPECT_EQ((Names{"rmnet_data0"}), names.Learn({Kind::kLink, 3, "rmnet_data0", false}));
+  EXPECT_EQ((Names{"rmnet_data0"}), names.Learn({Kind::kAddress, 3, "label0", false}));
+
+  // A rename concerns both names; leaving a bridge is not the end; a deleted link is forgotten after its last word.
+  EXPECT_EQ((Names{"wan0", "rmnet_data0"}), names.Learn({Kind::kLink, 3, "wan0", false}));
+  EXPECT_EQ((Names{"wan0"}), names.Learn({Kind::kLinkLeft, 3, "wan0", false}));
+  EXPECT_EQ((Names{"wan0"}), names.Learn({Kind::kAddress, 3, "", false}));
+  EXPECT_EQ((Names{"wan0"}), names.Learn({Kind::kLinkGone, 3, "", false}));
+  EXPECT_EQ((Names{}), names.Learn({Kind::kAddress, 3, "", false}));
+
+  // Starting anew concerns what was known and what is.
+  names.Learn({Kind::kLink, 1, "lo", false});
+  names.Learn({Kind::kLink, 7, "gone0", false});
+  EXPECT_EQ((std::set<std::string>{"gone0", "lo", "new0"}), names.Replace({{1, "lo"}, {8, "new0"}}));
+  EXPECT_EQ((Names{}), names.Learn({Kind::kAddress, 7, "", false}));
+  EXPECT_EQ((Names{"new0"}), names.Learn({Kind::kAddress, 8, "", false}));
+}
+
+}  // namespace
+}  // namespace kor::util

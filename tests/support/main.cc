@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+int main(int argc, char** argv) {
+  const char* sandbox = getenv("KWWAN_SANDBOX");
+  if (sandbox == nullptr || strcmp(sandbox, "1") != 0) {
+    fprintf(stderr, "%s uses /etc/resolv.conf, /data and /var/run: run it as\n  script/sandbox -- %s\n", argv[0],
+            argv[0]);
+    return 1;
+  }
+  testing::InitGoogleTest(&argc, argv);
+  return RUN_ALL_TESTS();
+}

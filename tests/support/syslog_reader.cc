@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "support/syslog_reader.h"
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <regex>
+#include <utility>
+
+namespace kor::test {
+
+namespace {
+
+constexpr char kPath[] = "/dev/log";
+constexpr char kTag[] = "kwwan_test";
+constexpr char kFence[] = "=== fence ===";
+constexpr char kEnd[] = "=== end ===";
+
+// "<15>Nov 24 16:00:00 kwwan_test: void f() 12: text" -> "7 void f() #: text"
+std::string Simplify(const std::string& datagram) {
+  const size_t priority_end = datagram.find('>');
+  const std::string tag = std::string(kTag) + ": ";
+  const size_t tag_at = datagram.find(tag);
+  if (priority_end == std::string::npos || tag_at == std::string::npos) return datagram;
+  const int priority = LOG_PRI(atoi(datagram.c_str() + 1));
+  static const std::regex line_number("^([^\n]*?\\)) \\d+: ");
+  const std::string message = datagram.substr(tag_at + tag.size());
+  return std::to_string(priority) + " " + std::regex_replace(message, line_number, "$1 #: ");
+}
+
+}  // namespace
+
+SyslogReader::SyslogReader() {
+  fd_ = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  snprintf(address.sun_path, sizeof(address.sun_path), "%s", kPath);
+  unlink(kPath);
+  if (bind(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+    perror(kPath);
+    abort();
+  }
+  openlog(kTag, LOG_NDELAY, LOG_USER);
+  thread_ = std::thread([this] { Read(); });
+}
+
+SyslogReader::~SyslogReader() {
+  syslog(LOG_DEBUG, "%s", kEnd);
+  thread_.join();
+  closelog();
+  close(fd_);
+  unlink(kPath);
+}
+
+void SyslogReader::Read() {
+  std::vector<char> buffer(1 << 20);
+  for (;;) {
+    const ssize_t n = recv(fd_, buffer.data(), buffer.size(), 0);
+    if (n <= 0) return;
+    const std::string line = Simplify(std::string(buffer.data(), static_cast<size_t>(n)));
+    if (line.find(kEnd) != std::string::npos) return;
+    kor::util::MutexLock lock(mutex_);
+    if (line.find(kFence) == std::string::npos) {
+      lines_.push_back(line);
+    } else {
+      ++fences_seen_;
+      cond_.Signal();
+    }
+  }
+}
+
+std::vector<std::string> SyslogReader::Take() {
+  syslog(LOG_DEBUG, "%s", kFence);
+  ++fences_sent_;
+  kor::util::MutexLock lock(mutex_);
+  while (fences_seen_ < fences_sent_) cond_.Wait(mutex_);
+  return std::exchange(lines_, {});
+}
+
+std::vector<std::string> SyslogReader::TakeWith(const std::string& text) {
+  std::vector<std::string> found;
+  for (auto& line : Take()) {
+    if (line.find(text) != std::string::npos) found.push_back(std::move(line));
+  }
+  return found;
+}
+
+}  // namespace kor::test
