@@ -5,7 +5,6 @@
 
 #include "common/event_dic.h"
 #include "common/export.h"
-#include "common/mutex.h"
 
 namespace kor::wwan {
 
@@ -35,7 +34,8 @@ class KOR_EXPORT DnsCtrlManager {
 
   // Starts the shared service for all managers: watches, dnsmasq, first refresh. Blocks for at most half a second more
   // when a call's configuration is still incomplete. True when it runs, also when it ran already; false when
-  // /etc/resolv.conf or the folder /data cannot be watched, and then the log says which.
+  // /etc/resolv.conf or the folder /data cannot be watched, and then the log says which. Throws what the vendor's side
+  // throws when the modem cannot be reached; the service runs all the same, and its next event refreshes.
   bool StartService();
 
   // Stops it for all managers and kills dnsmasq. Returns when no refresh runs any more. False when the pid file holds
@@ -49,13 +49,10 @@ class KOR_EXPORT DnsCtrlManager {
   // Ends that; the destructor does it too. Once it has returned, the callback is not running and never runs again.
   void UnsetEventCb();
 
-  // The shared service, null iff no manager exists, and the number of live managers. For diagnostics.
+  // The shared service, null iff no manager exists, and the number of live managers. For diagnostics: they change,
+  // under a lock of their own, while managers are made and destroyed. The pointer stands still while any manager lives.
   static DnsCtrlService* s_dns_ctrl_service_;
-  static int s_ref_cnt_ KOR_GUARDED_BY(s_mutex_);
-
- private:
-  // Held while managers are counted. s_dns_ctrl_service_ changes under it and stands still while any manager lives.
-  static kor::util::Mutex& s_mutex_;
+  static int s_ref_cnt_;
 };
 
 }  // namespace kor::wwan

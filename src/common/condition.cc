@@ -12,6 +12,7 @@ namespace {
 
 constexpr int64_t kUsPerSecond = 1'000'000;
 constexpr long kNsPerSecond = 1'000'000'000;
+constexpr char kWaitUntil[] = "kor::Result kor::util::Condition::WaitUntil(kor::util::Mutex&, int64_t)";
 
 }  // namespace
 
@@ -42,7 +43,7 @@ void Condition::Wait(Mutex& m) { pthread_cond_wait(&cond_, &m.mutex_); }
 kor::Result Condition::WaitUntil(kor::util::Mutex& m, int64_t timeout_us) {
   timespec now{};
   clock_gettime(CLOCK_MONOTONIC, &now);
-  if (!name_.empty()) KOR_KERNEL_LOG("name %s", name_.c_str());
+  if (!name_.empty()) KOR_KERNEL_LOG_AS(kWaitUntil, "name %s", name_.c_str());
   const timespec deadline = DeadlineAfter(now, timeout_us);
   const int rc = pthread_cond_timedwait(&cond_, &m.mutex_, &deadline);
   return rc == ETIMEDOUT ? kor::Result::kTimeout : kor::Result::kSuccess;

@@ -3,23 +3,34 @@
 
 #include <utility>
 
+#include "common/mutex.h"
 #include "dns/dns_ctrl_service.h"
 
 namespace kor::wwan {
 
+namespace {
+
+// Held while managers are counted: before the service lock and every table's. Outlives exit(), when managers may still
+// be in use.
+kor::util::Mutex& CountLock() {
+  static kor::util::Mutex& lock = *new kor::util::Mutex;
+  return lock;
+}
+
+}  // namespace
+
 DnsCtrlService* DnsCtrlManager::s_dns_ctrl_service_ = nullptr;
 int DnsCtrlManager::s_ref_cnt_ = 0;
-kor::util::Mutex& DnsCtrlManager::s_mutex_ = *new kor::util::Mutex;  // Outlives exit(): managers may be in use then.
 
 DnsCtrlManager::DnsCtrlManager() {
-  kor::util::MutexLock lock(s_mutex_);
+  kor::util::MutexLock lock(CountLock());
   if (s_dns_ctrl_service_ == nullptr) s_dns_ctrl_service_ = new DnsCtrlService;
   ++s_ref_cnt_;
 }
 
 DnsCtrlManager::~DnsCtrlManager() {
   UnsetEventCb();
-  kor::util::MutexLock lock(s_mutex_);
+  kor::util::MutexLock lock(CountLock());
   if (--s_ref_cnt_ > 0) return;
   // Under the lock: a service made meanwhile would lose its dnsmasq to this one's end.
   delete s_dns_ctrl_service_;

@@ -25,6 +25,9 @@ constexpr size_t kPathSize = 4096;
 constexpr int kMaxLinks = 40;  // As many as the kernel follows.
 constexpr char kDataInterfacePrefix[] = "rmnet_data";
 
+constexpr char kAddFileWatcher[] = "int kor::wwan::DnsCtrlService::AddFileWatcher(int, const char*, bool)";
+constexpr char kEventCb[] = "void kor::wwan::DnsCtrlService::EventCb(kor::util::EventDic&)";
+
 // Where a link at `link` leads: a relative target starts at the link's own folder.
 std::string TargetPath(const std::string& link, const std::string& target) {
   if (target.front() == '/') return target;
@@ -92,7 +95,7 @@ int DnsCtrlService::AddFileWatcher(int fd, const char* path, bool watch_file) {
     const ssize_t size = readlink(current.c_str(), target, sizeof(target) - 1);
     if (size <= 0) break;
     target[size] = '\0';
-    KOR_LOG(LOG_DEBUG, "%s file is symbolic linked to %s\n", current.c_str(), target);
+    KOR_LOG_AS(kAddFileWatcher, LOG_DEBUG, "%s file is symbolic linked to %s\n", current.c_str(), target);
     current = TargetPath(current, target);
   }
 
@@ -100,21 +103,21 @@ int DnsCtrlService::AddFileWatcher(int fd, const char* path, bool watch_file) {
   static_assert(kPathSize >= PATH_MAX, "realpath writes that much");
   if (realpath(current.c_str(), final_path) == nullptr) {
     final_path[current.copy(final_path, sizeof(final_path) - 1)] = '\0';
-    KOR_LOG(LOG_DEBUG, "%s %d new path %s\n", __func__, __LINE__, final_path);
+    KOR_LOG_AS(kAddFileWatcher, LOG_DEBUG, "%s %d new path %s\n", __func__, __LINE__, final_path);
   }
   if (!watch_file) {
-    KOR_LOG(LOG_DEBUG, "%s is removable file, so let's watch folder instead of file\n", final_path);
+    KOR_LOG_AS(kAddFileWatcher, LOG_DEBUG, "%s is removable file, so let's watch folder instead of file\n", final_path);
     std::string copy(final_path);
     const char* dir_name = dirname(copy.data());
     if (dir_name == nullptr) {
-      KOR_LOG(LOG_DEBUG, "No Directory for file %s\n", final_path);
+      KOR_LOG_AS(kAddFileWatcher, LOG_DEBUG, "No Directory for file %s\n", final_path);
       return -1;
     }
-    KOR_LOG(LOG_DEBUG, "dir_name %s\n", dir_name);
+    KOR_LOG_AS(kAddFileWatcher, LOG_DEBUG, "dir_name %s\n", dir_name);
     final_path[std::string(dir_name).copy(final_path, sizeof(final_path) - 1)] = '\0';
-    KOR_LOG(LOG_DEBUG, "new path set as directory named %s %s\n", final_path, dir_name);
+    KOR_LOG_AS(kAddFileWatcher, LOG_DEBUG, "new path set as directory named %s %s\n", final_path, dir_name);
   }
-  KOR_LOG(LOG_DEBUG, "final path %s\n", final_path);
+  KOR_LOG_AS(kAddFileWatcher, LOG_DEBUG, "final path %s\n", final_path);
   return inotify_add_watch(fd, final_path, kWatchMask);
 }
 
@@ -131,7 +134,8 @@ void DnsCtrlService::FdCb(int fd, [[maybe_unused]] kor::util::FdType type) {
 }
 
 void DnsCtrlService::EventCb(kor::util::EventDic& event_dic) {
-  if (event_dic.event >= kor::util::kEvtWwanConnected) KOR_LOG(LOG_DEBUG, "event_dic [0x%x]\n", event_dic.event);
+  if (event_dic.event >= kor::util::kEvtWwanConnected)
+    KOR_LOG_AS(kEventCb, LOG_DEBUG, "event_dic [0x%x]\n", event_dic.event);
   if (event_dic.event != kor::util::kEvtNetIface) return;
   const std::string name = event_dic.GetParam(kor::util::EventDic::kParamIfaceName);
   if (name.rfind(kDataInterfacePrefix, 0) == 0) ChangeDnsSetting(kAll);

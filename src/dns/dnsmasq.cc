@@ -17,9 +17,10 @@ namespace kor::wwan {
 
 namespace {
 
-constexpr size_t kPidTextSize = 1024;  // What is read of the pid file to look for the process,
-constexpr size_t kPidLineSize = 256;   // and to kill it.
-constexpr int kGonePolls = 40;         // A killed process is gone within 200 ms, or is not waited for any longer.
+constexpr int kReadFlags = O_RDONLY | O_NONBLOCK | O_CLOEXEC;  // A pipe in the file's place holds nobody up.
+constexpr size_t kPidTextSize = 1024;                          // What is read of the pid file to look for the process,
+constexpr size_t kPidLineSize = 256;                           // and to kill it.
+constexpr int kGonePolls = 40;  // A killed process is gone within 200 ms, or is not waited for any longer.
 constexpr timespec kGonePollPause{0, 5'000'000};
 
 std::string ProcPath(long pid) { return "/proc/" + std::to_string(pid); }
@@ -45,7 +46,7 @@ bool DnsCtrlService::StartDnsmasq() {
 }
 
 bool DnsCtrlService::IsDnsmasqAlive() {
-  const int fd = open(kDnsmasqPidPath, O_RDONLY | O_CLOEXEC);
+  const int fd = open(kDnsmasqPidPath, kReadFlags);
   if (fd < 0) return false;
   char text[kPidTextSize + 1] = {};
   const ssize_t n = read(fd, text, kPidTextSize);
@@ -57,7 +58,8 @@ bool DnsCtrlService::IsDnsmasqAlive() {
 
 bool DnsCtrlService::KillDnsmasq() {
   constexpr char kStop[] = "bool kor::wwan::DnsCtrlService::Stop()";  // The operation that the log speaks of.
-  FILE* file = fopen(kDnsmasqPidPath, "re");
+  const int fd = open(kDnsmasqPidPath, kReadFlags);
+  FILE* file = fd < 0 ? nullptr : fdopen(fd, "r");
   if (file == nullptr) {
     KOR_LOG_AS(kStop, LOG_ERR, "There is no dnsmasq pid file on %s\n", kDnsmasqPidPath);
     return true;

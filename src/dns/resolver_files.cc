@@ -24,10 +24,11 @@ using kor::util::IPFamily;
 constexpr char kResolvConfText[] = "#AUTOMATICALLY EDITED BY NETCTLD\nnameserver 127.0.0.1\n";
 constexpr size_t kResolvConfSize = sizeof(kResolvConfText) - 1;
 
-constexpr char kNoAddress[] = "0.0.0.0";      // What the modem reports for a server that it was not given.
-constexpr size_t kShortestText = 4;           // A permanent file of that many characters or fewer is none.
-constexpr mode_t kResolverFileMode = 0777;    // Less the umask.
-constexpr int kPassesWithRetry = 5;           // While no server is found.
+constexpr int kOpenFlags = O_NONBLOCK | O_CLOEXEC;  // A pipe in a file's place holds nobody up.
+constexpr char kNoAddress[] = "0.0.0.0";            // What the modem reports for a server that it was not given.
+constexpr size_t kShortestText = 4;                 // A permanent file of that many characters or fewer is none.
+constexpr mode_t kResolverFileMode = 0777;          // Less the umask.
+constexpr int kPassesWithRetry = 5;                 // While no server is found.
 constexpr int64_t kNotReadyWaitUs = 500'000;  // Pause before a configuration that is not ready is asked for again.
 
 // The operation that the log speaks of while its helpers work.
@@ -85,7 +86,7 @@ bool DnsCtrlService::ChangeDnsSetting(DnsSettingType setting_type) {
 }
 
 bool DnsCtrlService::SetResolvConf() {
-  const int fd = open(kResolvConfPath, O_RDWR | O_CLOEXEC);
+  const int fd = open(kResolvConfPath, O_RDWR | kOpenFlags);
   if (fd < 0) {
     KOR_LOG(LOG_ERR, "Cannot find [%s] file on the system\n", kResolvConfPath);
     return false;
@@ -104,7 +105,7 @@ bool DnsCtrlService::IsResolvConfValid(char* text) { return text != nullptr && s
 
 bool DnsCtrlService::SetDnsmasqResolvConf(bool retry) {
   std::string content;
-  const int permanent_fd = open(kPermanentDnsPath, O_RDONLY | O_CLOEXEC);
+  const int permanent_fd = open(kPermanentDnsPath, O_RDONLY | kOpenFlags);
   if (permanent_fd >= 0) {
     const std::unique_ptr<char[]> text = ReadAll(permanent_fd);
     close(permanent_fd);
@@ -114,7 +115,7 @@ bool DnsCtrlService::SetDnsmasqResolvConf(bool retry) {
   if (content.empty()) content = GatherServerLines(retry);
 
   mkdir(kDnsmasqDir, kDnsmasqDirMode);
-  const int fd = open(kDnsmasqResolvPath, O_WRONLY | O_CREAT | O_CLOEXEC, kResolverFileMode);
+  const int fd = open(kDnsmasqResolvPath, O_WRONLY | O_CREAT | kOpenFlags, kResolverFileMode);
   if (fd < 0) {
     KOR_LOG(LOG_ERR, "Cannot open %s for writing\n", kDnsmasqResolvPath);
     return false;

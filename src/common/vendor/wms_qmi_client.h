@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <list>
+
+#include "common/event_cb_map.h"
+#include "common/export.h"
+#include "common/result.h"
+#include "wwan/sms_manager.h"
+
+namespace kor::vendor::qcom::qmi {
+
+// The client of the modem's short message service (QMI WMS): the routes of messages that arrive.
+//
+// Thread safety: all operations may be called from any thread. Events are published on the client's own thread, never
+// from inside a request.
+class KOR_EXPORT WmsQmiClient {
+ public:
+  // The process's one client, alive until the process ends. Throws std::runtime_error when the modem is not reachable.
+  static WmsQmiClient* GetInstance();
+
+  // kSuccess when `routes`, emptied before, is filled.
+  kor::Result GetRouteList(std::list<kor::wwan::SmsManager::RouteInfo>& routes);
+
+  // Takes all of them or, unless the result is kSuccess, none; classes that are not in the list keep their route.
+  kor::Result SetRouteList(std::list<kor::wwan::SmsManager::RouteInfo>& routes);
+
+  // kSuccess when the modem took it.
+  kor::Result ModifyTagAsync();
+
+  kor::util::EventCbMap event_cbs;  // A message has arrived; a storage is full.
+};
+
+}  // namespace kor::vendor::qcom::qmi
