@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <system_error>
 #include <utility>
@@ -33,23 +32,6 @@ bool Arm(int epoll_fd, int operation, int fd, uint32_t events, uint64_t token) {
 void CloseIfOpen(int& fd) {
   if (fd != -1) close(fd);
   fd = -1;
-}
-
-// A thread on which every signal is blocked from its first instruction on.
-template <typename Function>
-std::thread StartWithoutSignals(Function function) {
-  sigset_t all;
-  sigset_t before;
-  sigfillset(&all);
-  pthread_sigmask(SIG_SETMASK, &all, &before);
-  std::thread thread;
-  try {
-    thread = std::thread(std::move(function));
-  } catch (const std::system_error& e) {
-    errno = e.code().value();
-  }
-  pthread_sigmask(SIG_SETMASK, &before, nullptr);
-  return thread;
 }
 
 }  // namespace
@@ -95,7 +77,11 @@ bool FdLoop::StartLocked() {
   // Edge-triggered: a wake-up needs no reading back.
   if (run->epoll_fd != -1 && run->wake_fd != -1 &&
       Arm(run->epoll_fd, EPOLL_CTL_ADD, run->wake_fd, EPOLLIN | EPOLLET, kWakeToken)) {
-    run->thread = StartWithoutSignals([self = shared_from_this(), run] { self->Main(run); });
+    try {
+      run->thread = std::thread([self = shared_from_this(), run] { self->Main(run); });
+    } catch (const std::system_error& e) {
+      errno = e.code().value();
+    }
   }
   if (!run->thread.joinable()) {
     const int error = errno;

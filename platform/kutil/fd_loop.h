@@ -13,8 +13,9 @@
 namespace kor::util {
 
 // One thread that calls back when descriptors have something to read (or their far end is gone). The thread, and the
-// two descriptors it needs itself, exist only while something is watched. All signals are blocked on it, so that the
-// host's handlers run on the host's threads; it sleeps, without any periodic wake-up, until a descriptor is ready.
+// two descriptors it needs itself, exist only while something is watched. Its signal mask is
+// that of whoever added the first one (a program started from a callback inherits it). It sleeps, without any periodic
+// wake-up, until a descriptor is ready.
 //
 // Thread safety: all operations may be called from any thread, callbacks included. Callbacks run one at a time, with no
 // lock of the loop held; what they throw is logged.
@@ -33,8 +34,9 @@ class FdLoop : public std::enable_shared_from_this<FdLoop> {
   void Add(int fd, Callback cb) KOR_EXCLUDES(mutex_);
 
   // Returns once the callback of `fd` is not running, never runs again and has been destroyed; after the last
-  // descriptor's removal the thread is gone too. Called on the loop's own thread it returns at once, and the thread
-  // ends by itself after the running callback. An `fd` that is not watched is no error.
+  // descriptor's removal the thread is gone, too. The thread ends by itself, a little later, when that last call comes
+  // from inside a callback (where Remove() always returns at once) or while the callback of another descriptor, removed
+  // elsewhere, is still running. An `fd` that is not watched is no error.
   void Remove(int fd) KOR_EXCLUDES(mutex_);
 
  private:
