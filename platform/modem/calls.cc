@@ -2,6 +2,7 @@
 #include "modem/calls.h"
 
 #include <set>
+#include <utility>
 
 #include "modem/link_script.h"
 
@@ -102,6 +103,17 @@ bool Calls::Drop(int32_t handle, Family family) {
   return true;
 }
 
+void Calls::DropAll() {
+  kor::util::MutexLock lock(mutex_);
+  for (const auto& [key, call] : calls_) {
+    if (call.up) {
+      events_.Post(Milliseconds(0), [this, dropped = key, life = call.life] { FinishStop(dropped, life); });
+    } else if (call.pending == Pending::kStart) {
+      events_.Post(Milliseconds(0), [this, dropped = key, life = call.life] { FinishStart(dropped, life, true); });
+    }
+  }
+}
+
 void Calls::FinishStart(const Key& key, uint64_t life, bool fails) {
   bool up = true;
   bool comes_up = false;
@@ -125,15 +137,19 @@ void Calls::FinishStop(const Key& key, uint64_t life) {
   int link = -1;
   {
     kor::util::MutexLock lock(mutex_);
-    const Call* const call = FindLocked(key, life);
+    Call* const call = FindLocked(key, life);
     if (call == nullptr) return;
-    was_up = call->up;
+    was_up = std::exchange(call->up, false);
     gave_up = call->gave_up;
     link = call->link;
-    calls_.erase(key);
+    call->pending = Pending::kStop;  // Starts are refused until the last report but one is out.
   }
   if (was_up) links_.Down(link, key.second);
   if (gave_up) Report(key, CallEvent::kConnectFailed);
+  {
+    kor::util::MutexLock lock(mutex_);
+    if (FindLocked(key, life) != nullptr) calls_.erase(key);
+  }
   Report(key, CallEvent::kDisconnected);
 }
 

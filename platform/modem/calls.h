@@ -52,6 +52,9 @@ class Calls {
   // The network takes an up call down. False when it is not up.
   bool Drop(int32_t handle, Family family) KOR_EXCLUDES(mutex_);
 
+  // The network is gone: up calls go down, those that are coming up fail.
+  void DropAll() KOR_EXCLUDES(mutex_);
+
  private:
   using Key = std::pair<int32_t, Family>;
 

@@ -2,10 +2,11 @@
 #include "modem/event_thread.h"
 
 #include <pthread.h>
-#include <signal.h>
 
 #include <algorithm>
 #include <utility>
+
+#include "modem/signals_blocked.h"
 
 namespace kor::modem {
 
@@ -21,20 +22,6 @@ int64_t NowUs() {
 int64_t AfterUs(std::chrono::milliseconds delay) {
   return NowUs() + std::max<int64_t>(0, std::chrono::microseconds(delay).count());
 }
-
-// Blocks every signal while it lives, so that a thread started meanwhile takes none.
-class SignalsBlocked {
- public:
-  SignalsBlocked() {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before_);
-  }
-  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-
- private:
-  sigset_t before_;
-};
 
 }  // namespace
 

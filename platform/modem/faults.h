@@ -18,7 +18,7 @@ namespace kor::modem {
 // Thread safety: all operations may be called from any thread.
 class Faults {
  public:
-  enum Kind { kConnectFails, kDisconnectFails, kIgnoredRequest, kLostReport, kKinds };
+  enum Kind { kConnectFails, kDisconnectFails, kIgnoredRequest, kLostReport, kAnswerFails, kKinds };
 
   // Notes `operation` ("NAME ARGUMENT...") down and tells whether the modem takes it. The fetching of a client
   // ("CLIENT.GetInstance") is noted only when it fails.

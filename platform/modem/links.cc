@@ -45,7 +45,7 @@ std::string RunIp(const std::string& text) { return RunProgram({"ip", "-batch", 
 // The commands of both ends: in one run when they are in one namespace, otherwise ours first.
 std::string RunIp(const std::string& device_text, const std::string& network_text, const std::string& carrier) {
   if (carrier.empty()) return RunIp(device_text + network_text);
-  const std::string reason = RunIp(device_text);
+  std::string reason = RunIp(device_text);
   if (!reason.empty()) return reason;
   return RunProgram({"nsenter", "--net=" + carrier, "ip", "-batch", "-"}, network_text);
 }

@@ -6,10 +6,15 @@
 #include <list>
 #include <string>
 
+#include "common/event_dic.h"
 #include "common/export.h"
 #include "common/ip_family.h"
 #include "common/result.h"
+#include "wwan/at_manager.h"
 #include "wwan/data_manager.h"
+#include "wwan/mobileap_manager.h"
+#include "wwan/network_manager.h"
+#include "wwan/sms_manager.h"
 
 namespace kor::modem {
 
@@ -41,6 +46,10 @@ struct CallConfig {
 class KOR_EXPORT ModemPort {
  public:
   using CallReport = std::function<void(int32_t handle, kor::util::IPFamily family, CallEvent event)>;
+  using EventReport = std::function<void(kor::util::EventDic& ev)>;
+  template <typename Record>
+  using Answer = std::function<void(Record& record)>;
+  using AtReport = std::function<void(kor::wwan::AtManager::Command& command)>;
 
   // The process's modem, created by the first call. Throws std::system_error when it cannot start its thread.
   static ModemPort& Get();
@@ -71,6 +80,53 @@ class KOR_EXPORT ModemPort {
   virtual kor::Result GetProfile(kor::wwan::DataManager::ProfileType type, int index,
                                  kor::wwan::DataManager::ProfileSetting& setting) = 0;
   virtual kor::Result GetProfiles(std::list<kor::wwan::DataManager::ProfileInfo>& profiles) = 0;
+
+  // Who is told of the AT commands that are forwarded; set once, before the first names are registered.
+  virtual void SetAtReport(AtReport report) = 0;
+
+  // Commands of these names, typed in either case, are forwarded from now on. For good: there is no way to give a name
+  // back. kSuccess: all of them; otherwise none.
+  virtual kor::Result RegisterAtNames(const std::list<std::string>& names) = 0;
+
+  // Answers a forwarded command, known by its client_ref and client_data. `text`: what the terminal shows before the
+  // final result "OK" or, on failure, in the place of "ERROR"; lines end with a line feed. kFailure when nobody waits
+  // for the answer (any more).
+  virtual kor::Result AnswerAtCommand(const kor::wwan::AtManager::Command& command, bool ok,
+                                      const std::string& text) = 0;
+
+  // Shows an unsolicited text on all terminals.
+  virtual kor::Result ShowAtText(const std::string& text) = 0;
+
+  // The application side is ready.
+  virtual kor::Result SetSoftwareReady() = 0;
+
+  // Puts a LAN configuration into force.
+  virtual kor::Result ApplyLan(const kor::wwan::MobileapManager::LanConfig& config) = 0;
+
+  // The modem's model, for people.
+  virtual kor::Result GetModelId(std::string& model_id) = 0;
+
+  // The SIM cards and their PINs, as DmsQmiClient and UimQmiClient have them.
+  virtual kor::Result SetPinLock(int pin_id, bool enable, const std::string& pin) = 0;
+  virtual kor::Result ChangePin(int pin_id, const std::string& old_pin, const std::string& new_pin) = 0;
+  virtual kor::Result GetPinStatus() = 0;
+  virtual kor::Result SetSimPower(int slot, bool on) = 0;
+
+  // Who is told of short messages; set once.
+  virtual void SetSmsReport(EventReport report) = 0;
+  // As WmsQmiClient has them.
+  virtual kor::Result GetSmsRoutes(std::list<kor::wwan::SmsManager::RouteInfo>& routes) = 0;
+  virtual kor::Result SetSmsRoutes(const std::list<kor::wwan::SmsManager::RouteInfo>& routes) = 0;
+  virtual kor::Result ModifySmsTags() = 0;
+
+  // Who is told of changes of registration, technology and signal; set once.
+  virtual void SetRadioReport(EventReport report) = 0;
+  // kSuccess: taken; `answer` is called once, as a report is.
+  virtual kor::Result StartScan(Answer<kor::wwan::NetworkManager::ScanResult> answer) = 0;
+  virtual kor::Result GetSignalInfo(Answer<kor::wwan::NetworkManager::SignalInfo> answer) = 0;
+  virtual kor::Result GetErrorRate(Answer<kor::wwan::NetworkManager::ErrorRate> answer) = 0;
+  virtual kor::Result GetCellLocation(Answer<kor::wwan::NetworkManager::CellLocationInfo> answer) = 0;
+  virtual kor::Result GetSystemInfo(Answer<kor::wwan::NetworkManager::SystemInfo> answer) = 0;
 
  protected:
   ~ModemPort() = default;

@@ -86,6 +86,68 @@ Action ParseWaitIdle(Arguments& args) {
   };
 }
 
+Action ParsePuk(Arguments& args) {
+  const int pin_id = args.Number("PIN_ID", "1 or 2", 1, 2);
+  const auto puk = args.Line("PUK");
+  const auto pin = args.Line("PIN");
+  return [=](SimModem& modem) {
+    if (modem.EnterPuk(pin_id, puk, pin)) return ScenarioReply{true, ""};
+    return ScenarioReply{false, "puk: the card is not ready, or it does not take it"};
+  };
+}
+
+Action ParseTechnology(Arguments& args) {
+  const auto technology = args.Choice<Technology>("TECHNOLOGY", "none gsm umts lte lte+nr5g nr5g");
+  return Do([=](SimModem& modem) { modem.SetTechnology(technology); });
+}
+
+Action ParseRegistration(Arguments& args) {
+  const auto state = args.Choice<kor::wwan::NetworkManager::Registration>("STATE", "none registered searching denied");
+  return Do([=](SimModem& modem) { modem.SetRegistration(state); });
+}
+
+Action ParseSignal(Arguments& args) {
+  const int percent = args.Number("PERCENT", "0 to 100", 0, 100);
+  const auto over = args.Delay("MS");
+  return Do([=](SimModem& modem) { modem.MoveSignal(percent, over); });
+}
+
+Action ParseSms(Arguments& args) {
+  const auto message_class = args.Choice<kor::wwan::SmsManager::MessageClass>("CLASS", "0 1 2 3 none");
+  const auto sender = args.Line("SENDER");
+  const auto text = args.Line("TEXT");
+  return [=](SimModem& modem) {
+    if (modem.ReceiveSms(message_class, sender, text)) return ScenarioReply{true, ""};
+    return ScenarioReply{false, "sms: there is no service"};
+  };
+}
+
+Action ParseSmsCapacity(Arguments& args) {
+  const auto storage = args.Choice<kor::wwan::SmsManager::MessageStorage>("STORAGE", "sim device");
+  const auto count = static_cast<uint32_t>(args.Count("COUNT"));
+  return Do([=](SimModem& modem) { modem.SetSmsCapacity(storage, count); });
+}
+
+Action ParseSmsClear(Arguments&) {
+  return Do([](SimModem& modem) { modem.ClearSms(); });
+}
+
+Action ParseTerminal(Arguments&) {
+  return [](SimModem& modem) {
+    const std::string path = modem.OpenTerminal();
+    return path.empty() ? ScenarioReply{false, "terminal: there can be no more; the log says why"}
+                        : ScenarioReply{true, path};
+  };
+}
+
+Action ParseType(Arguments& args) {
+  return [line = args.Line("LINE")](SimModem& modem) { return ScenarioReply{true, modem.Type(line)}; };
+}
+
+Action ParseLan(Arguments&) {
+  return [](SimModem& modem) { return ScenarioReply{true, modem.LanInForce()}; };
+}
+
 Action ParseRecord(Arguments&) {
   return [](SimModem& modem) { return ScenarioReply{true, Join(modem.TakeRecord())}; };
 }
@@ -120,6 +182,27 @@ Action ParseIgnore(Arguments& args) {
 Action ParseLose(Arguments& args) {
   return Do([count = args.Count("COUNT")](SimModem& modem) { modem.LoseReports(count); });
 }
+Action ParseRefuseNames(Arguments& args) {
+  return Do([count = args.Count("COUNT")](SimModem& modem) { modem.FailNext("RegisterCommands", count); });
+}
+Action ParseSim(Arguments& args) {
+  return Do([present = args.Switch("SWITCH")](SimModem& modem) { modem.SetSimPresent(present); });
+}
+Action ParseSimDelay(Arguments& args) {
+  return Do([delay = args.Delay("MS")](SimModem& modem) { modem.SetSimDelay(delay); });
+}
+Action ParseRadioDelay(Arguments& args) {
+  return Do([delay = args.Delay("MS")](SimModem& modem) { modem.SetAnswerDelay(delay); });
+}
+Action ParseScanDelay(Arguments& args) {
+  return Do([delay = args.Delay("MS")](SimModem& modem) { modem.SetScanDelay(delay); });
+}
+Action ParseFailAnswers(Arguments& args) {
+  return Do([count = args.Count("COUNT")](SimModem& modem) { modem.FailAnswers(count); });
+}
+Action ParseAnswerLimit(Arguments& args) {
+  return Do([limit = args.Delay("MS")](SimModem& modem) { modem.SetAnswerLimit(limit); });
+}
 
 constexpr Command kCommands[] = {
     {"connect-delay", "MS", "time from a connect to its outcome", ParseConnectDelay},
@@ -136,6 +219,23 @@ constexpr Command kCommands[] = {
     {"ignore", "COUNT", "the next connects or disconnects are never answered", ParseIgnore},
     {"lose", "COUNT", "the next reports of calls are lost", ParseLose},
     {"drop", "HANDLE FAMILY", "the network takes an up call down", ParseDrop},
+    {"sim", "SWITCH", "a card is in the SIM slot, on or off", ParseSim},
+    {"sim-delay", "MS", "time that a card takes to be ready", ParseSimDelay},
+    {"puk", "PIN_ID PUK PIN", "the PUK of PIN 1 or 2 is typed, with a new PIN", ParsePuk},
+    {"technology", "TECHNOLOGY", "none, gsm, umts, lte, lte+nr5g or nr5g", ParseTechnology},
+    {"registration", "STATE", "none, registered, searching or denied", ParseRegistration},
+    {"signal", "PERCENT MS", "the signal moves there within that time", ParseSignal},
+    {"radio-delay", "MS", "time from a radio query to its answer", ParseRadioDelay},
+    {"scan-delay", "MS", "time from a scan to its result", ParseScanDelay},
+    {"fail-answers", "COUNT", "the next radio queries are taken and not answered well", ParseFailAnswers},
+    {"sms", "CLASS SENDER TEXT", "a message of class 0 to 3 or none arrives", ParseSms},
+    {"sms-capacity", "STORAGE COUNT", "messages that sim or device takes", ParseSmsCapacity},
+    {"sms-clear", "", "all stored messages are deleted", ParseSmsClear},
+    {"terminal", "", "opens a terminal: the path of its pty", ParseTerminal},
+    {"type", "LINE", "types an AT line, such as AT+CSQ, and tells what is answered", ParseType},
+    {"refuse-names", "COUNT", "the next requests for AT names are refused", ParseRefuseNames},
+    {"answer-limit", "MS", "time after which a forwarded AT command fails", ParseAnswerLimit},
+    {"lan", "", "the LAN configuration in force", ParseLan},
     {"record", "", "the operations asked since the last time", ParseRecord},
     {"wait-idle", "MS", "wait until nothing is pending", ParseWaitIdle},
     {"help", "", "this list", ParseHelp},

@@ -21,10 +21,11 @@ struct ScenarioReply {
 //   dns 4 10.255.0.53 -          # "-" is an empty text
 //   fail "ConnectBackhaul" 2
 //   drop 100 4
+//   type "AT+XY=1,\"a b\""
 //
-// Words are separated by blanks; double quotes keep blanks and '#' inside a word; '#' at the start of a word begins a
-// comment. A line without words does nothing. A line that is wrong in any word changes nothing, and the reply names the
-// argument and what it takes.
+// Words are separated by blanks; double quotes keep blanks and '#' inside a word, and \" and \\ stand for a quote and a
+// backslash there; '#' at the start of a word begins a comment. A line without words does nothing. A line that is wrong
+// in any word changes nothing, and the reply names the argument and what it takes.
 //
 // Thread safety: as SimModem.
 KOR_EXPORT ScenarioReply RunScenarioLine(SimModem& modem, std::string_view line);

@@ -41,6 +41,19 @@ int Arguments::Count(const char* name) {
   return Take<int>(name, "0 to 1000000", [](const std::string& word) { return ParseNumber(word, 0, kMaxCount); });
 }
 
+int Arguments::Number(const char* name, const char* takes, int least, int most) {
+  return Take<int>(name, takes, [=](const std::string& word) { return ParseNumber(word, least, most); });
+}
+
+int Arguments::Place(const char* name, const char* words) {
+  return Take<int>(name, words, [words](const std::string& word) -> std::optional<int> {
+    const auto list = SplitWords(words);
+    const auto found = std::find(list->begin(), list->end(), word);
+    if (found == list->end()) return std::nullopt;
+    return static_cast<int>(found - list->begin());
+  });
+}
+
 std::chrono::milliseconds Arguments::Delay(const char* name) {
   return std::chrono::milliseconds(Take<int64_t>(
       name, "0 to 3600000 milliseconds", [](const std::string& word) { return ParseNumber(word, 0, kMaxDelayMs); }));
@@ -70,6 +83,12 @@ std::string Arguments::Operation(const char* name) {
 std::string Arguments::Path(const char* name) {
   return Take<std::string>(name, "a path or -", [](const std::string& word) {
     return word.empty() ? std::nullopt : std::optional<std::string>(word == "-" ? "" : word);
+  });
+}
+
+std::string Arguments::Line(const char* name) {
+  return Take<std::string>(name, "a line of text", [](const std::string& word) {
+    return word.empty() ? std::nullopt : std::optional<std::string>(word);
   });
 }
 

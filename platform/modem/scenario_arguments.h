@@ -24,6 +24,12 @@ class Arguments {
 
   // `name` is what messages call the argument.
   int Count(const char* name);
+  int Number(const char* name, const char* takes, int least, int most);  // `takes`: what messages say of it.
+  // The place of a word in `words`, as a value of the enumeration that lists them in that order.
+  template <typename Enum>
+  Enum Choice(const char* name, const char* words) {
+    return static_cast<Enum>(Place(name, words));
+  }
   std::chrono::milliseconds Delay(const char* name);
   int32_t Handle(const char* name);
   kor::util::IPFamily Family(const char* name);
@@ -31,6 +37,7 @@ class Arguments {
   std::string Server(const char* name, kor::util::IPFamily family);
   std::string Operation(const char* name);
   std::string Path(const char* name);     // "-" is an empty text.
+  std::string Line(const char* name);     // Any text that is not empty.
   kor::Result Failure(const char* name);  // Any result but success; kFailure when there are no words left.
 
   // No word is left over. To be asked when all have been taken.
@@ -40,6 +47,8 @@ class Arguments {
   const std::string& error() const { return error_; }
 
  private:
+  int Place(const char* name, const char* words);
+
   // Takes the next word as what `parse` makes of it.
   template <typename T, typename Parse>
   T Take(const char* name, const char* takes, Parse parse);

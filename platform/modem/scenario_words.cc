@@ -17,7 +17,10 @@ bool IsBlank(char c) { return kBlanks.find(c) != std::string_view::npos; }
 bool TakeWord(std::string_view& line, std::string& word) {
   bool quoted = false;
   while (!line.empty() && (quoted || !IsBlank(line.front()))) {
-    if (line.front() == '"') {
+    if (quoted && (line.substr(0, 2) == "\\\"" || line.substr(0, 2) == "\\\\")) {
+      word += line[1];
+      line.remove_prefix(1);
+    } else if (line.front() == '"') {
       quoted = !quoted;
     } else {
       word += line.front();

@@ -6,11 +6,33 @@
 #include <string>
 #include <vector>
 
+#include "common/event_dic.h"
 #include "common/export.h"
 #include "common/ip_family.h"
 #include "common/result.h"
+#include "wwan/network_manager.h"
+#include "wwan/sms_manager.h"
 
 namespace kor::modem {
+
+// What the modem is served by.
+enum class Technology { kNone, kGsm, kUmts, kLte, kLteNr5g, kNr5g };  // kLteNr5g: non-standalone.
+
+// The modem's own event codes: those that the subscribers of NetworkManager hear, without parameters (ask for the
+// rest),
+constexpr uint32_t kEvtRegistrationChanged = 0x501;  // Registered or not, at home or roaming.
+constexpr uint32_t kEvtTechnologyChanged = 0x502;
+constexpr uint32_t kEvtSignalChanged = 0x503;
+// and those of SmsManager.
+constexpr uint32_t kEvtSmsStored = 0x511;       // kParamSmsSender, kParamSmsStorage, kParamSmsIndex.
+constexpr uint32_t kEvtSmsReceived = 0x512;     // Not stored: kParamSmsSender, kParamSmsText.
+constexpr uint32_t kEvtSmsStorageFull = 0x513;  // And the message lost: kParamSmsSender, kParamSmsStorage.
+constexpr uint32_t kEvtSmsTagsModified = 0x514;
+
+constexpr kor::util::EventDic::Param kParamSmsSender{0x51};
+constexpr kor::util::EventDic::Param kParamSmsText{0x52};
+constexpr kor::util::EventDic::Param kParamSmsStorage{0x53};  // SmsManager::MessageStorage, as a decimal number.
+constexpr kor::util::EventDic::Param kParamSmsIndex{0x54};    // Its place there, from 0 on.
 
 // The simulated modem's control side: what a scenario, a test or a person at the bench sets. The library talks to the
 // same modem through the vendor clients and never sees this. (The same as text, one line per operation: scenario.h.)
@@ -33,6 +55,20 @@ namespace kor::modem {
 //   IPv4  10.64.N.2/30 (the network's end 10.64.N.1), DNS server 10.255.0.53
 //   IPv6  fd64:N::2/64 (the network's end fd64:N::1), DNS server fd64:ffff::53
 //
+// Service. The modem is registered at home on LTE. Without service - no usable SIM, not registered, no technology -
+// calls go down and new ones are refused, and no message arrives; it is there again as soon as its reason has gone.
+//
+// SIM. There is one slot, number 1, and a card in it, ready, its locks off. PIN1 and PIN2 are 1234 with 3 tries, their
+// PUKs 12345678 with 10. A card that is put in or gets power is ready 100 ms later, and a PIN whose lock is on is
+// wanted again then: SetPinLock() with the right PIN gives it.
+//
+// AT commands. A terminal behaves as ITU-T V.250 and 3GPP TS 27.007 have it: lines "AT..." end with <CR>, several
+// commands may stand in one, "A/" repeats the last. Names that were registered through the AT client are forwarded
+// first of all; the modem itself knows E I Q V Z &F S3 S4 S5 +CMEE +CGMI +CGMM +CSQ and answers ERROR to the rest.
+// String parameters are handed over without their quotes. A line holds 2048 characters; a longer one is an ERROR. Each
+// terminal has its own settings, which outlive the programs that open it. Texts shown while no program is there are
+// lost; of unsolicited ones that cannot be shown at once the latest 100 are held.
+//
 // Time. Events come from the modem's own thread, one at a time, in the order of their time, never from inside a
 // request; with nothing to come the thread sleeps. It takes no signals.
 //
@@ -52,8 +88,7 @@ class KOR_EXPORT SimModem {
   SimModem(const SimModem&) = delete;
   SimModem& operator=(const SimModem&) = delete;
 
-  // -- How calls behave
-  // -------------------------------------------------------------------------------------------------
+  // -- How calls behave ----------------------------------------------------------------------------------------------
 
   // From request to outcome, for requests from now on; a negative delay is none.
   void SetConnectDelay(Milliseconds delay);
@@ -80,13 +115,50 @@ class KOR_EXPORT SimModem {
   // Whether the modem is registered in a visited network. Calls that are up stay up.
   void SetRoaming(bool roaming);
 
-  // -- Faults: each setting replaces the one before, a count of 0 ends it
-  // ------------------------------------------------
+  // -- The SIM card --------------------------------------------------------------------------------------------------
+
+  // Whether there is a card in the slot; always the same one.
+  void SetSimPresent(bool present);
+
+  // From its being put in or getting power to its being ready, from now on.
+  void SetSimDelay(Milliseconds delay);
+
+  // Someone types the PUK of PIN1 or PIN2. True when it is right: the PIN is `new_pin` and verified.
+  bool EnterPuk(int pin_id, const std::string& puk, const std::string& new_pin);
+
+  // -- The radio -----------------------------------------------------------------------------------------------------
+
+  void SetTechnology(Technology technology);
+  void SetRegistration(kor::wwan::NetworkManager::Registration registration);
+
+  // How well the modem hears, from 0 (barely) to 100; 75 unless set. All figures follow from it. It moves evenly from
+  // where it is to `percent` within `over`; then comes kEvtSignalChanged, unless it was sent elsewhere meanwhile.
+  void MoveSignal(int percent, Milliseconds over);
+
+  // From a query, or from a scan, to its answer; 20 ms and 200 ms unless set. An answer tells how things are when it
+  // comes.
+  void SetAnswerDelay(Milliseconds delay);
+  void SetScanDelay(Milliseconds delay);
+
+  // -- Short messages ------------------------------------------------------------------------------------------------
+
+  // A message arrives and goes the way of its class. False when there is no service or no such class (kCdma).
+  bool ReceiveSms(kor::wwan::SmsManager::MessageClass message_class, const std::string& sender,
+                  const std::string& text);
+
+  // How many messages a storage takes, kSim (20 unless set) or kDevice (100).
+  void SetSmsCapacity(kor::wwan::SmsManager::MessageStorage storage, uint32_t messages);
+
+  // All stored messages are deleted.
+  void ClearSms();
+
+  // -- Faults: each setting replaces the one before, a count of 0 ends it --------------------------------------------
 
   // The next `count` operations of that name end with `result`. The names are those of the vendor clients' operations
   // ("ConnectBackhaul", "GetWwanPolicies", "GetProfileList"); operations that return bool return false. "GetInstance"
   // is the fetching of any client, "QcmapWrapper.GetInstance" or "WdsQmiClient.GetInstance" of that one; a failure
-  // throws std::runtime_error.
+  // throws std::runtime_error. "RegisterCommands" refuses the next requests for AT names, each as a whole (a count of a
+  // million is as good as for ever); "SendResponse" loses answers, so that terminals wait for them.
   void FailNext(const std::string& operation, int count, kor::Result result = kor::Result::kFailure);
 
   // The next `count` connects (disconnects) are accepted and end with kEvtWwanConnectFailed (kEvtWwanDisconnectFailed;
@@ -102,18 +174,44 @@ class KOR_EXPORT SimModem {
   // client's state of the call stays what it was.
   void LoseReports(int count);
 
-  // -- What the network does
-  // ----------------------------------------------------------------------------------------------
+  // The next `count` radio queries and scans are taken and answered with kFailure.
+  void FailAnswers(int count);
+
+  // -- What the network does -----------------------------------------------------------------------------------------
 
   // Takes an up call down, as soon as the modem's thread is free. False when it is not up.
   bool Drop(int32_t handle, kor::util::IPFamily family);
 
-  // -- What was seen
-  // ------------------------------------------------------------------------------------------------------
+  // -- AT commands ---------------------------------------------------------------------------------------------------
+
+  // A new terminal of the modem: the path of a pty that any terminal program may open ("/dev/pts/3"). Empty when there
+  // can be none (the log says why) or there are 64.
+  std::string OpenTerminal();
+
+  // Types one line ("AT+CSQ") at a terminal of its own, with fresh settings and no echo, and waits for its result. What
+  // the terminal shows: lines separated by '\n', the final result last.
+  // Requires: not called in an event callback, which would wait for itself.
+  std::string Type(const std::string& line);
+
+  // A forwarded command that is not answered within `limit` ends with ERROR; 60 seconds unless set. For commands
+  // forwarded from now on. An answer that comes later is dropped.
+  void SetAnswerLimit(Milliseconds limit);
+
+  // Whether the application side has said that it is ready.
+  bool IsSoftwareReady();
+
+  // -- The LAN -------------------------------------------------------------------------------------------------------
+
+  // The LAN configuration in force, "192.168.225.1 255.255.255.0 192.168.225.20-192.168.225.60 43200": gateway,
+  // netmask, DHCP pool and lease time in seconds, the last two "-" without a DHCP server. Empty before the first
+  // activation.
+  std::string LanInForce();
+
+  // -- What was seen -------------------------------------------------------------------------------------------------
 
   // The operations asked of the vendor clients since the last call, oldest first, the latest 1000: the name, then the
-  // arguments; a family is 4, 6 or 46, a switch 0 or 1 ("ConnectBackhaul 0 4", "SetRoaming 0 1"). The fetching of a
-  // client is on the record only when it failed.
+  // arguments; a family is 4, 6 or 46, a switch 0 or 1 ("ConnectBackhaul 0 4", "SetRoaming 0 1"), a text is cut and
+  // control characters in it are dots. The fetching of a client is on the record only when it failed.
   std::vector<std::string> TakeRecord();
 
   // Waits until no event is due or running; an ignored request does not count. False when that takes longer than

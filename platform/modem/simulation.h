@@ -5,12 +5,18 @@
 #include <list>
 #include <string>
 
+#include "modem/at_modem.h"
 #include "modem/calls.h"
 #include "modem/event_thread.h"
 #include "modem/faults.h"
+#include "modem/identity.h"
+#include "modem/lan.h"
 #include "modem/links.h"
 #include "modem/modem_port.h"
 #include "modem/profiles.h"
+#include "modem/radio.h"
+#include "modem/sim_card.h"
+#include "modem/sms.h"
 
 namespace kor::modem {
 
@@ -23,12 +29,14 @@ class Simulation final : public ModemPort {
 
   kor::Result Admit(const std::string& operation) override { return faults.Admit(operation); }
   void SetCallReport(CallReport report) override { calls.SetReport(std::move(report)); }
-  kor::Result StartCall(const CallRequest& request) override { return calls.Start(request); }
+  kor::Result StartCall(const CallRequest& request) override {
+    return radio.IsInService() ? calls.Start(request) : kor::Result::kFailure;
+  }
   kor::Result StopCall(int32_t handle, kor::util::IPFamily family) override { return calls.Stop(handle, family); }
   kor::Result GetCallConfig(int32_t handle, kor::util::IPFamily family, CallConfig& config) override {
     return calls.GetConfig(handle, family, config);
   }
-  bool IsRoaming() override { return roaming; }
+  bool IsRoaming() override { return radio.IsRoaming(); }
   kor::Result GetProfile(kor::wwan::DataManager::ProfileType type, int index,
                          kor::wwan::DataManager::ProfileSetting& setting) override {
     return profiles.Get(type, index, setting);
@@ -37,13 +45,87 @@ class Simulation final : public ModemPort {
     list = profiles.List();
     return kor::Result::kSuccess;
   }
+  void SetAtReport(AtReport report) override { at.SetReport(std::move(report)); }
+  kor::Result RegisterAtNames(const std::list<std::string>& names) override {
+    at.RegisterNames(names);
+    return kor::Result::kSuccess;
+  }
+  kor::Result AnswerAtCommand(const AtCommand& command, bool ok, const std::string& text) override {
+    return at.Answer(command, ok, text);
+  }
+  kor::Result ShowAtText(const std::string& text) override {
+    at.Notify(text);
+    return kor::Result::kSuccess;
+  }
+  kor::Result SetSoftwareReady() override {
+    software_ready = true;
+    return kor::Result::kSuccess;
+  }
+  kor::Result ApplyLan(const Lan::Config& config) override {
+    lan.Apply(config);
+    return kor::Result::kSuccess;
+  }
+  kor::Result GetModelId(std::string& model_id) override {
+    model_id = kModel;
+    return kor::Result::kSuccess;
+  }
+  kor::Result SetPinLock(int pin_id, bool enable, const std::string& pin) override {
+    return sim.SetPinLock(pin_id, enable, pin);
+  }
+  kor::Result ChangePin(int pin_id, const std::string& old_pin, const std::string& new_pin) override {
+    return sim.ChangePin(pin_id, old_pin, new_pin);
+  }
+  kor::Result GetPinStatus() override { return sim.GetPinStatus(); }
+  kor::Result SetSimPower(int slot, bool on) override { return sim.SetPower(slot, on); }
+  void SetSmsReport(EventReport report) override { sms.SetReport(std::move(report)); }
+  kor::Result GetSmsRoutes(std::list<Sms::Route>& routes) override {
+    routes = sms.Routes();
+    return kor::Result::kSuccess;
+  }
+  kor::Result SetSmsRoutes(const std::list<Sms::Route>& routes) override { return sms.SetRoutes(routes); }
+  kor::Result ModifySmsTags() override {
+    sms.ModifyTags();
+    return kor::Result::kSuccess;
+  }
+  void SetRadioReport(EventReport report) override { radio.SetReport(std::move(report)); }
+  kor::Result StartScan(Answer<Radio::Manager::ScanResult> answer) override {
+    radio.StartScan(std::move(answer));
+    return kor::Result::kSuccess;
+  }
+  kor::Result GetSignalInfo(Answer<Radio::Manager::SignalInfo> answer) override {
+    radio.GetSignal(std::move(answer));
+    return kor::Result::kSuccess;
+  }
+  kor::Result GetErrorRate(Answer<Radio::Manager::ErrorRate> answer) override {
+    radio.GetErrorRate(std::move(answer));
+    return kor::Result::kSuccess;
+  }
+  kor::Result GetCellLocation(Answer<Radio::Manager::CellLocationInfo> answer) override {
+    radio.GetCells(std::move(answer));
+    return kor::Result::kSuccess;
+  }
+  kor::Result GetSystemInfo(Answer<Radio::Manager::SystemInfo> answer) override {
+    radio.GetSystem(std::move(answer));
+    return kor::Result::kSuccess;
+  }
+
+  // To be called when the SIM or the radio has been changed: without service there are no calls.
+  void ServiceChanged() {
+    radio.ReportChanges();
+    if (!radio.IsInService()) calls.DropAll();
+  }
 
   Faults faults;
   Links links;
   EventThread events;
   Calls calls{events, links, faults};
   Profiles profiles;
-  std::atomic<bool> roaming{false};
+  Lan lan;
+  AtModem at{events};
+  SimCard sim{events, [this] { ServiceChanged(); }};
+  Radio radio{events, faults, [this] { return sim.IsUsable(); }};
+  Sms sms{events};
+  std::atomic<bool> software_ready{false};
 
  private:
   Simulation() = default;

@@ -12,6 +12,12 @@ bool IsOneFamily(IPFamily family) { return family == IPFamily::kIpv4 || family =
 
 }  // namespace
 
+// Leaked on purpose, as the wrapper is: the modem's thread may be at work while exit() destroys what is static.
+PolicyTable& PolicyTable::Get() {
+  static PolicyTable* const table = new PolicyTable(kor::modem::ModemPort::Get());
+  return *table;
+}
+
 PolicyTable::CallState& PolicyTable::StateOf(Entry& entry, IPFamily family) {
   return family == IPFamily::kIpv4 ? entry.ipv4 : entry.ipv6;
 }
@@ -82,6 +88,24 @@ bool PolicyTable::GetRoaming(uint32_t index, bool& enabled) {
   return entry != nullptr;
 }
 
+bool PolicyTable::SetEnabled(uint32_t index, IPFamily family, bool enable) {
+  kor::util::MutexLock lock(mutex_);
+  Entry* const entry = FindLocked(index);
+  if (entry == nullptr) return false;
+  CallState& state = StateOf(*entry, family);
+  const bool stops = !enable && (state.now == ConnectStatus::kConnecting || state.now == ConnectStatus::kConnected);
+  if (stops && StopLocked(*entry, family) != kor::Result::kSuccess) return false;
+  state.enabled = enable;
+  return true;
+}
+
+bool PolicyTable::GetEnabled(uint32_t index, IPFamily family, bool& enabled) {
+  kor::util::MutexLock lock(mutex_);
+  Entry* const entry = FindLocked(index);
+  if (entry != nullptr) enabled = StateOf(*entry, family).enabled;
+  return entry != nullptr;
+}
+
 bool PolicyTable::Create(const WwanPolicy& policy) {
   kor::util::MutexLock lock(mutex_);
   if (entries_.size() >= kMaxPolicies) return false;
@@ -110,6 +134,7 @@ kor::Result PolicyTable::Connect(uint32_t index, IPFamily family) {
   const WwanPolicy& policy = entry->policy;
   if (policy.ip_family != family && policy.ip_family != IPFamily::kBoth) return kor::Result::kFailure;
   if (roams && !entry->roaming) return kor::Result::kFailure;
+  if (!StateOf(*entry, family).enabled) return kor::Result::kFailure;
   const int profile = family == IPFamily::kIpv4 ? policy.profile_1 : policy.profile_2;
   const kor::Result result = port_.StartCall({policy.handle, family, profile});
   CallState& state = StateOf(*entry, family);
@@ -121,10 +146,15 @@ kor::Result PolicyTable::Disconnect(uint32_t index, IPFamily family) {
   kor::util::MutexLock lock(mutex_);
   Entry* const entry = FindLocked(index);
   if (entry == nullptr || !IsOneFamily(family)) return kor::Result::kFailure;
-  const kor::Result result = port_.StopCall(entry->policy.handle, family);
-  CallState& state = StateOf(*entry, family);
+  return StopLocked(*entry, family);
+}
+
+kor::Result PolicyTable::StopLocked(Entry& entry, IPFamily family) {
+  const kor::Result result = port_.StopCall(entry.policy.handle, family);
+  CallState& state = StateOf(entry, family);
   if (result == kor::Result::kSuccess && state.now != ConnectStatus::kDisconnecting) {
-    state = {ConnectStatus::kDisconnecting, state.now};
+    state.before = state.now;
+    state.now = ConnectStatus::kDisconnecting;
   }
   return result;
 }
@@ -136,9 +166,12 @@ void PolicyTable::Apply(int32_t handle, IPFamily family, CallEvent event) {
     CallState& state = StateOf(entry, family);
     switch (event) {
       case CallEvent::kConnected:
-        state.now = ConnectStatus::kConnected;
+        // A disconnect that is under way stays so.
+        (state.now == ConnectStatus::kDisconnecting ? state.before : state.now) = ConnectStatus::kConnected;
         break;
       case CallEvent::kConnectFailed:
+        (state.now == ConnectStatus::kDisconnecting ? state.before : state.now) = ConnectStatus::kDisconnected;
+        break;
       case CallEvent::kDisconnected:
         state.now = ConnectStatus::kDisconnected;
         break;

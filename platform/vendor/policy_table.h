@@ -25,6 +25,9 @@ class PolicyTable {
   using WwanPolicy = kor::wwan::DataManager::WwanPolicy;
   using ConnectStatus = kor::wwan::DataManager::ConnectStatus;
 
+  // The wrapper's one table, alive until the process ends.
+  static PolicyTable& Get();
+
   // Starts with one policy: profile 1 for both families, handle 100. `port` must outlive this object.
   explicit PolicyTable(kor::modem::ModemPort& port) : port_(port), entries_(1) {}
 
@@ -40,6 +43,11 @@ class PolicyTable {
   bool SetRoaming(uint32_t index, bool enable) KOR_EXCLUDES(mutex_);
   bool GetRoaming(uint32_t index, bool& enabled) KOR_EXCLUDES(mutex_);
 
+  // The switch of one family. A call that is up or coming up when its family is switched off is taken down; when the
+  // modem refuses that, the result is false and the family stays on.
+  bool SetEnabled(uint32_t index, kor::util::IPFamily family, bool enable) KOR_EXCLUDES(mutex_);
+  bool GetEnabled(uint32_t index, kor::util::IPFamily family, bool& enabled) KOR_EXCLUDES(mutex_);
+
   // Appends a policy under the next handle. False when there are kMaxPolicies.
   bool Create(const WwanPolicy& policy) KOR_EXCLUDES(mutex_);
 
@@ -47,7 +55,8 @@ class PolicyTable {
   bool Delete(uint32_t index) KOR_EXCLUDES(mutex_);
 
   // Hands the request to the modem and follows with the state when it is accepted. kFailure without asking the modem:
-  // no such policy, not one family, a family that the policy has not (Connect), or roaming where it must not (Connect).
+  // no such policy or not one family; Connect also: a family that the policy has not or that is switched off, or
+  // roaming where it must not.
   kor::Result Connect(uint32_t index, kor::util::IPFamily family) KOR_EXCLUDES(mutex_);
   kor::Result Disconnect(uint32_t index, kor::util::IPFamily family) KOR_EXCLUDES(mutex_);
 
@@ -60,6 +69,7 @@ class PolicyTable {
   static constexpr int32_t kFirstHandle = 100;
 
   struct CallState {
+    bool enabled = true;
     ConnectStatus now = ConnectStatus::kDisconnected;
     ConnectStatus before = ConnectStatus::kDisconnected;  // Where a failed disconnect leads back to.
   };
@@ -74,6 +84,7 @@ class PolicyTable {
 
   static CallState& StateOf(Entry& entry, kor::util::IPFamily family);
   Entry* FindLocked(uint32_t index) KOR_REQUIRES(mutex_);
+  kor::Result StopLocked(Entry& entry, kor::util::IPFamily family) KOR_REQUIRES(mutex_);
 
   kor::modem::ModemPort& port_;
 

@@ -3,12 +3,12 @@
 
 #include <arpa/inet.h>
 
-#include <exception>
 #include <stdexcept>
 
 #include "common/log.h"
 #include "vendor/operation.h"
 #include "vendor/policy_table.h"
+#include "vendor/publish.h"
 
 namespace kor::vendor::qcom::qcmap {
 
@@ -18,11 +18,7 @@ using kor::modem::CallEvent;
 using kor::util::EventDic;
 using kor::util::IPFamily;
 
-// Leaked on purpose, as the wrapper is: the modem's thread may be at work while exit() destroys what is static.
-PolicyTable& Table() {
-  static PolicyTable* const table = new PolicyTable(kor::modem::ModemPort::Get());
-  return *table;
-}
+PolicyTable& Table() { return PolicyTable::Get(); }
 
 uint32_t EventCode(CallEvent event) {
   switch (event) {
@@ -38,26 +34,20 @@ uint32_t EventCode(CallEvent event) {
   return 0;
 }
 
-// On the modem's thread. Subscribers see the state that belongs to the event; one that throws does not end the thread.
-void Publish(kor::util::EventCbMap& event_cbs, int32_t handle, IPFamily family, CallEvent event) {
+// On the modem's thread. Subscribers see the state that belongs to the event.
+void PublishCall(kor::util::EventCbMap& event_cbs, int32_t handle, IPFamily family, CallEvent event) {
   Table().Apply(handle, family, event);
   EventDic ev;
   ev.event = EventCode(event);
   ev.params[EventDic::kParamHandle] = std::to_string(handle);
   ev.params[EventDic::kParamIpFamily] = ArgumentText(family);
-  try {
-    event_cbs.Notify(ev);
-  } catch (const std::exception& error) {
-    KOR_LOG(LOG_ERR, "a subscriber of event 0x%x threw: %s\n", ev.event, error.what());
-  } catch (...) {
-    KOR_LOG(LOG_ERR, "a subscriber of event 0x%x threw\n", ev.event);
-  }
+  Publish(event_cbs, ev);
 }
 
 QcmapWrapper* CreateWrapper() {
   auto* const wrapper = new QcmapWrapper;
   kor::modem::ModemPort::Get().SetCallReport([wrapper](int32_t handle, IPFamily family, CallEvent event) {
-    Publish(wrapper->event_cbs, handle, family, event);
+    PublishCall(wrapper->event_cbs, handle, family, event);
   });
   return wrapper;
 }
@@ -123,6 +113,30 @@ bool QcmapWrapper::SetRoaming(uint32_t index, bool enable) {
 
 bool QcmapWrapper::GetRoaming(uint32_t index, bool& enabled) {
   return Admitted("GetRoaming", index) && Table().GetRoaming(index, enabled);
+}
+
+bool QcmapWrapper::GetIpv4State(uint32_t index, bool& enabled) {
+  return Admitted("GetIpv4State", index) && Table().GetEnabled(index, IPFamily::kIpv4, enabled);
+}
+
+bool QcmapWrapper::GetIpv6State(uint32_t index, bool& enabled) {
+  return Admitted("GetIpv6State", index) && Table().GetEnabled(index, IPFamily::kIpv6, enabled);
+}
+
+bool QcmapWrapper::EnableIpv4(uint32_t index) {
+  return Admitted("EnableIpv4", index) && Table().SetEnabled(index, IPFamily::kIpv4, true);
+}
+
+bool QcmapWrapper::DisableIpv4(uint32_t index) {
+  return Admitted("DisableIpv4", index) && Table().SetEnabled(index, IPFamily::kIpv4, false);
+}
+
+bool QcmapWrapper::EnableIpv6(uint32_t index) {
+  return Admitted("EnableIpv6", index) && Table().SetEnabled(index, IPFamily::kIpv6, true);
+}
+
+bool QcmapWrapper::DisableIpv6(uint32_t index) {
+  return Admitted("DisableIpv6", index) && Table().SetEnabled(index, IPFamily::kIpv6, false);
 }
 
 kor::Result QcmapWrapper::ConnectBackhaul(uint32_t index, IPFamily ip_family) {

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "modem/at_terminal.h"
+
+#include <sys/epoll.h>
+#include <sys/timerfd.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace kor::modem {
+
+namespace {
+
+void Add(int epoll_fd, int fd, uint64_t token) {
+  epoll_event wanted{};
+  wanted.events = EPOLLIN;
+  wanted.data.u64 = token;
+  if (epoll_ctl(epoll_fd, EPOLL_CTL_ADD, fd, &wanted) != 0) {
+    throw std::system_error(errno, std::generic_category(), "epoll_ctl");
+  }
+}
+
+}  // namespace
+
+AtTerminal::AtTerminal(int epoll_fd, uint64_t token, AtDialog::Forward forward)
+    : epoll_fd_(epoll_fd),
+      token_(token),
+      timer_fd_(timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC), "timerfd_create"),
+      dialog_(std::move(forward)) {
+  Add(epoll_fd_, pty_.opens_fd(), token_);
+  Add(epoll_fd_, timer_fd_.get(), token_);
+}
+
+void AtTerminal::LimitWait(std::chrono::milliseconds limit) {
+  const auto ms = std::max<int64_t>(1, limit.count());  // 0 would be no limit at all.
+  itimerspec due{};
+  due.it_value.tv_sec = ms / 1000;
+  due.it_value.tv_nsec = (ms % 1000) * 1'000'000;
+  timerfd_settime(timer_fd_.get(), 0, &due, nullptr);
+}
+
+bool AtTerminal::LimitPassed() {
+  uint64_t times = 0;
+  return read(timer_fd_.get(), &times, sizeof(times)) > 0 && dialog_.waiting();
+}
+
+void AtTerminal::HandleReady() {
+  const bool left = pty_.TakeLeaving();
+  const bool open = pty_.IsOpen();
+  if (left && open) dialog_.HangUp();  // Another program is there already: what can be read is the new one's.
+  if (LimitPassed()) dialog_.Answer(false, "");
+  ReadTyped();
+  if (!open && used_) EndSession();
+  Update();
+}
+
+void AtTerminal::ReadTyped() {
+  if (!dialog_.wants_input()) return;
+  char buffer[4096];
+  const size_t size = pty_.Read(buffer, sizeof(buffer));
+  if (size == 0) return;
+  used_ = true;
+  dialog_.Type({buffer, size});
+}
+
+// Only after a session that was used: Reset() itself is seen as one.
+void AtTerminal::EndSession() {
+  used_ = false;
+  dialog_.HangUp();
+  (void)pty_.Reset();  // Without it the next program sees what this one did not read.
+}
+
+void AtTerminal::Update() {
+  const bool open = pty_.IsOpen();
+  while (!dialog_.output().empty()) {
+    const size_t size = open ? pty_.Write(dialog_.output()) : dialog_.output().size();
+    if (size == 0) break;
+    used_ = used_ || open;
+    dialog_.Shown(size);
+  }
+  Watch(open);
+}
+
+void AtTerminal::Watch(bool open) {
+  epoll_event wanted{};
+  if (dialog_.wants_input()) wanted.events |= EPOLLIN;
+  if (!dialog_.output().empty()) wanted.events |= EPOLLOUT;
+  wanted.data.u64 = token_;
+  if (open) {
+    watched_ = epoll_ctl(epoll_fd_, watched_ ? EPOLL_CTL_MOD : EPOLL_CTL_ADD, pty_.fd(), &wanted) == 0;
+  } else if (watched_) {
+    watched_ = epoll_ctl(epoll_fd_, EPOLL_CTL_DEL, pty_.fd(), nullptr) != 0;
+  }
+}
+
+}  // namespace kor::modem

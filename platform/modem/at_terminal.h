@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+#include "modem/at_dialog.h"
+#include "modem/owned_fd.h"
+#include "modem/pty.h"
+
+namespace kor::modem {
+
+// A terminal of the modem: a dialog whose far end is whatever program has opened a pty. Nothing blocks.
+//
+// Where no program is, what is shown is lost. When the last one leaves, its half line, what it typed ahead and the
+// answer it waited for are forgotten, so that the next program begins with a clean line; the settings stay.
+//
+// Thread safety: for one thread at a time.
+class AtTerminal {
+ public:
+  // Adds its descriptors to an epoll set, with `token` as their data. Throws std::system_error.
+  AtTerminal(int epoll_fd, uint64_t token, AtDialog::Forward forward);
+
+  const std::string& path() const { return pty_.path(); }
+  AtDialog& dialog() { return dialog_; }
+
+  // A forwarded command waits from now on: unless it is answered within `limit`, it fails.
+  void LimitWait(std::chrono::milliseconds limit);
+
+  // One of its descriptors is ready.
+  void HandleReady();
+
+  // Shows what the dialog has to show. To be called after the dialog was changed.
+  void Update();
+
+ private:
+  bool LimitPassed();
+  void ReadTyped();
+  void EndSession();
+  void Watch(bool open);
+
+  const int epoll_fd_;
+  const uint64_t token_;
+  Pty pty_;
+  const OwnedFd timer_fd_;
+  AtDialog dialog_;
+  bool used_ = false;     // The present session has typed or seen something.
+  bool watched_ = false;  // The pty is in the epoll set; not while it is hung up.
+};
+
+}  // namespace kor::modem

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "modem/pty.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/inotify.h>
+#include <sys/ioctl.h>
+
+#include <cstdlib>
+
+namespace kor::modem {
+
+namespace {
+
+constexpr int kOpenFlags = O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC;
+
+void Check(int result, const char* what) {
+  if (result < 0) throw std::system_error(errno, std::generic_category(), what);
+}
+
+// The path of the other end, which is there for others from now on.
+std::string Unlock(int master) {
+  char path[64] = "";
+  Check(unlockpt(master), "unlockpt");
+  Check(-ptsname_r(master, path, sizeof(path)), "ptsname_r");
+  return path;
+}
+
+size_t Transferred(ssize_t size) { return size > 0 ? static_cast<size_t>(size) : 0; }
+
+}  // namespace
+
+Pty::Pty()
+    : master_(posix_openpt(kOpenFlags), "/dev/ptmx"),
+      path_(Unlock(fd())),
+      opens_fd_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC), "inotify_init1") {
+  Check(tcgetattr(fd(), &raw_), "tcgetattr");
+  cfmakeraw(&raw_);
+  // This opens and closes the other end: until then it would not look closed.
+  Check(Reset() ? 0 : -1, path_.c_str());
+  Check(inotify_add_watch(opens_fd(), path_.c_str(), IN_OPEN | IN_CLOSE), path_.c_str());
+}
+
+bool Pty::IsOpen() const {
+  pollfd look{fd(), 0, 0};
+  return poll(&look, 1, 0) == 0;
+}
+
+bool Pty::TakeLeaving() {
+  alignas(inotify_event) char buffer[4096];
+  bool left = false;
+  for (;;) {
+    const size_t size = Transferred(read(opens_fd(), buffer, sizeof(buffer)));
+    if (size == 0) return left;
+    // Events of a watch that is a file's carry no name: all are of the same size.
+    for (size_t at = 0; at + sizeof(inotify_event) <= size; at += sizeof(inotify_event)) {
+      const auto* const event = reinterpret_cast<const inotify_event*>(buffer + at);
+      if ((event->mask & IN_OPEN) != 0) ++opens_;
+      if ((event->mask & IN_CLOSE) != 0 && opens_ > 0 && --opens_ == 0) left = true;
+    }
+  }
+}
+
+size_t Pty::Read(char* buffer, size_t size) { return Transferred(read(fd(), buffer, size)); }
+
+size_t Pty::Write(std::string_view text) { return Transferred(write(fd(), text.data(), text.size())); }
+
+bool Pty::Reset() {
+  tcflush(fd(), TCIOFLUSH);
+  tcsetattr(fd(), TCSANOW, &raw_);
+  const int other_end = ioctl(fd(), TIOCGPTPEER, kOpenFlags);
+  if (other_end < 0) return false;
+  tcflush(other_end, TCIFLUSH);
+  close(other_end);
+  return true;
+}
+
+}  // namespace kor::modem

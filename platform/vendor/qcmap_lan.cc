@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: Apache-2.0
+// The wrapper's LAN, VLANs and IP passthrough.
+#include "common/vendor/qcmap_wrapper.h"
+#include "vendor/lan_table.h"
+#include "vendor/operation.h"
+#include "vendor/policy_table.h"
+
+namespace kor::vendor::qcom::qcmap {
+
+namespace {
+
+// Leaked on purpose, as the wrapper is: threads may be at work while exit() destroys what is static.
+LanTable& Lan() {
+  static LanTable* const lan = new LanTable(kor::modem::ModemPort::Get());
+  return *lan;
+}
+
+}  // namespace
+
+bool QcmapWrapper::GetLanConfig(std::string& gw, std::string& nm, bool& enable_dhcp, std::string& start,
+                                std::string& end, int& lease) {
+  if (!Admitted("GetLanConfig")) return false;
+  const LanTable::LanConfig config = Lan().Get();
+  gw = config.gw;
+  nm = config.nm;
+  enable_dhcp = config.enable_dhcp;
+  start = config.dhcp_start_ip;
+  end = config.dhcp_end_ip;
+  lease = config.dhcp_lease_time;
+  return true;
+}
+
+bool QcmapWrapper::SetLanConfig(std::string gw, std::string nm, bool enable_dhcp, std::string start, std::string end,
+                                unsigned int lease) {
+  return Admitted("SetLanConfig", gw, nm, enable_dhcp, start, end, lease) &&
+         Lan().Set({true, gw, nm, enable_dhcp, start, end, static_cast<int32_t>(lease)});
+}
+
+bool QcmapWrapper::ActivateLan() { return Admitted("ActivateLan") && Lan().Activate() == kor::Result::kSuccess; }
+
+bool QcmapWrapper::SetVlanConfig(VlanConfig& config) {
+  return Admitted("SetVlanConfig", config.interface, config.vlan_id, config.pdn) && Lan().SetVlan(config);
+}
+
+bool QcmapWrapper::DeleteVlanConfig(VlanConfig& config) {
+  return Admitted("DeleteVlanConfig", config.vlan_id) && Lan().DeleteVlan(config.vlan_id);
+}
+
+bool QcmapWrapper::GetVlanConfigs(std::vector<VlanConfig>& configs) {
+  if (!Admitted("GetVlanConfigs")) return false;
+  configs = Lan().Vlans();
+  return true;
+}
+
+bool QcmapWrapper::SetPdnToVlanMapping(VlanConfig& config) {
+  WwanPolicy policy;
+  return Admitted("SetPdnToVlanMapping", config.vlan_id, config.pdn) && config.pdn > 0 &&
+         PolicyTable::Get().Get(static_cast<uint32_t>(config.pdn), policy) && Lan().MapVlan(config.vlan_id, config.pdn);
+}
+
+bool QcmapWrapper::DeletePdnToVlanMapping(VlanConfig& config) {
+  return Admitted("DeletePdnToVlanMapping", config.vlan_id) && Lan().UnmapVlan(config.vlan_id);
+}
+
+bool QcmapWrapper::GetPdnToVlanMapping(std::vector<VlanMapping>& mappings) {
+  if (!Admitted("GetPdnToVlanMapping")) return false;
+  mappings = Lan().Mappings();
+  return true;
+}
+
+bool QcmapWrapper::SetIpPassthrough(bool enable, IpPassthroughConfig& config) {
+  return Admitted("SetIpPassthrough", enable, config.mode, config.target) && Lan().SetPassthrough(enable, config);
+}
+
+bool QcmapWrapper::GetIpPassthrough(bool& enabled, IpPassthroughConfig& config) {
+  if (!Admitted("GetIpPassthrough")) return false;
+  enabled = Lan().GetPassthrough(config);
+  return true;
+}
+
+}  // namespace kor::vendor::qcom::qcmap
