@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: Apache-2.0
+// The service's life: the one instance and its holders, the start and end of its thread.
+#include "at/at_service.h"
+
+#include <system_error>
+#include <thread>
+
+#include "common/kernel_log.h"
+#include "common/vendor/ats_qmi_client.h"
+
+namespace kor::wwan {
+
+using kor::vendor::qcom::qmi::AtsQmiClient;
+
+AtService* AtService::s_ins_ = nullptr;
+int AtService::ref_cnt = 0;
+kor::util::Mutex& AtService::s_mutex_ = *new kor::util::Mutex;  // Outlives exit(): managers may be in use then.
+
+AtService* AtService::GetInstance() {
+  kor::util::MutexLock lock(s_mutex_);
+  if (s_ins_ == nullptr) s_ins_ = new AtService;
+  ++ref_cnt;
+  return s_ins_;
+}
+
+int AtService::ReleaseInstance() {
+  AtService* last = nullptr;
+  int left = 0;
+  {
+    kor::util::MutexLock lock(s_mutex_);
+    left = --ref_cnt;
+    if (left == 0 && s_ins_ != nullptr) {
+      last = s_ins_;
+      s_ins_ = nullptr;
+      // Before a successor can be made: a command that reached both would be answered twice.
+      last->ats_->event_cbs.Remove(last);
+    }
+  }
+  // After the unlock: it waits for the service thread, where a handler may be about to create a manager.
+  delete last;
+  KOR_KERNEL_LOG_AS("int kor::wwan::AtService::ReleaseInstance()", "ref_cnt %d\n", left);
+  return left;
+}
+
+AtService::AtService() : ats_(AtsQmiClient::GetInstance()), timer_link_(std::make_shared<TimerLink>()) {
+  {
+    kor::util::MutexLock lock(timer_link_->mutex);
+    timer_link_->service = this;
+  }
+  ats_->event_cbs.Add(this, [this](kor::util::EventDic& ev) { EventCb(ev); });
+}
+
+AtService::~AtService() {
+  {
+    kor::util::MutexLock lock(timer_link_->mutex);
+    timer_link_->service = nullptr;
+  }
+  (void)Stop();  // Always 0.
+  ats_->ReleaseInstance();
+}
+
+int AtService::Start() {
+  kor::util::MutexLock lock(state_mutex_);
+  if (running_) return 0;
+  running_ = true;
+  try {
+    thread_ = std::thread([this] { ThreadLoop(); });
+  } catch (const std::system_error&) {
+    running_ = false;
+    throw;
+  }
+  return 0;
+}
+
+int AtService::Stop() {
+  kor::util::MutexLock lock(state_mutex_);
+  if (!running_) return 0;
+  running_ = false;
+  PushMsg({kMsgStop, {}});
+  thread_.Join();
+  DropStopMessages();
+  return 0;
+}
+
+}  // namespace kor::wwan

@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: Apache-2.0
+// Registration of the claimed names with the modem: passes in batches, and the timer that spaces them.
+#include <cinttypes>
+#include <climits>
+#include <utility>
+
+#include "at/at_service.h"
+#include "at/client_code.h"
+#include "common/log.h"
+#include "common/vendor/ats_qmi_client.h"
+
+namespace kor::wwan {
+
+namespace {
+
+constexpr int32_t kTimerBeingSet = INT_MAX;  // Counts as pending.
+
+int64_t MicrosecondsBetween(const timespec& from, const timespec& to) {
+  return (int64_t{to.tv_sec} - from.tv_sec) * 1'000'000 + (to.tv_nsec - from.tv_nsec) / 1000;
+}
+
+bool Extends(const std::string& name, const std::string& shorter) {
+  return name.size() > shorter.size() && name.compare(0, shorter.size(), shorter) == 0;
+}
+
+void ReportResult(const AtService::CmdSetInfo& info, const std::string& name, bool accepted) {
+  if (info.reg_cb) RunClientCode("Registration callback", name, [&] { info.reg_cb(name, accepted); });
+}
+
+}  // namespace
+
+// One pass. It looks at the names that are not registered and at no others; only those that were refused just now can
+// have become too many refusals.
+void AtService::RegisterPending() {
+  std::list<CmdSetInfo> given_up;  // Its callables are destroyed after the unlock.
+  kor::util::MutexLock lock(cmd_mutex_);
+  std::list<std::string> reg_candidate_l;
+  for (const auto& entry : pending_) {
+    const std::string& name = entry->first;
+    // Whatever stands between a name and its extension extends it too and was held back: the last candidate decides.
+    if (!reg_candidate_l.empty() && Extends(name, reg_candidate_l.back())) {
+      const std::string& shorter = reg_candidate_l.back();
+      KOR_LOG(LOG_WARNING, "[%s] and [%s] is dulicated if compared with size [%zu]\n", shorter.c_str(), name.c_str(),
+              shorter.size());
+      continue;
+    }
+    reg_candidate_l.push_back(name);
+    if (reg_candidate_l.size() == max_reg_batch_) break;
+  }
+  KOR_LOG(LOG_DEBUG, "reg_candidate_l size [%zu]\n", reg_candidate_l.size());
+  if (reg_candidate_l.empty()) {
+    KOR_LOG(LOG_DEBUG, "No more lists to register");
+    return;
+  }
+
+  if (ats_->RegisterCommands(reg_candidate_l) == 0) {
+    AcceptNames(reg_candidate_l);
+  } else {
+    RefuseNames(reg_candidate_l, given_up);
+  }
+  const bool try_more = !pending_.empty();
+  KOR_LOG(LOG_DEBUG, "try_more: [%d]\n", try_more ? 1 : 0);
+  if (try_more) ScheduleNextPass();
+}
+
+void AtService::AcceptNames(const std::list<std::string>& names) {
+  for (const std::string& name : names) {
+    const auto entry = cmd_set_info_m_.find(name);
+    entry->second.registered = true;
+    pending_.erase(entry);
+    ReportResult(entry->second, name, true);
+  }
+}
+
+void AtService::RefuseNames(const std::list<std::string>& names, std::list<CmdSetInfo>& given_up) {
+  for (const std::string& name : names) {
+    const auto entry = cmd_set_info_m_.find(name);
+    if (++entry->second.try_cnt <= max_reg_tries_) continue;
+    ReportResult(entry->second, name, false);
+    given_up.push_back(std::move(entry->second));
+    pending_.erase(entry);
+    cmd_set_info_m_.erase(entry);
+  }
+}
+
+void AtService::ScheduleNextPass() {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  const int64_t diff_us = MicrosecondsBetween(last_try_time_, now);
+  last_try_time_ = now;
+  KOR_LOG(LOG_DEBUG, "diff_us [%jd]\n", intmax_t{diff_us});
+  if (diff_us >= reg_interval_us_) {
+    PushMsg({kMsgRegister, {}});
+    return;
+  }
+  if (timer_id_ >= 0) return;
+
+  const long long time_us = reg_interval_us_ - diff_us;
+  KOR_LOG(LOG_DEBUG, "Start Timer time_us %lld\n", time_us);
+  timer_id_ = kTimerBeingSet;
+  const auto fire = [link = timer_link_](int timer_id, void* user_data) {
+    kor::util::MutexLock lock(link->mutex);
+    return link->service != nullptr && link->service->TimerHandler(timer_id, user_data);
+  };
+  const int timer_id = timer_manager_.AddTask(time_us, fire, nullptr);
+  int32_t expected = kTimerBeingSet;
+  timer_id_.compare_exchange_strong(expected, timer_id);  // Unless it has fired already.
+}
+
+bool AtService::TimerHandler(int, void*) {
+  timer_id_ = -1;
+  PushMsg({kMsgRegister, {}});
+  return false;
+}
+
+}  // namespace kor::wwan
