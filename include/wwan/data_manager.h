@@ -47,10 +47,12 @@ enum class Tech : uint32_t {
 // Ownership: an object owns its subscriptions and nothing else; what it talks to lives as long as the process.
 //
 // Callbacks run on the modem's event threads with the publisher's table locked. A callback must not call SetEventCb,
-// UnsetEventCb, Connect, Disconnect or ConnectWithCid on any object, nor destroy one; it may take its owner's lock,
-// briefly, and hand work to another thread. While it runs, every waiting Connect is held up.
+// UnsetEventCb, Connect, Disconnect or ConnectWithCid on any object, nor destroy one, nor use a DnsCtrlManager (a
+// refresh takes this table's lock); it may take its owner's lock, briefly, and hand work to another thread. While it
+// runs, every waiting Connect is held up; what it throws keeps later subscribers from the event.
 //
-// A waiting Connect counts as done when the modem has confirmed the call and the DNS forwarder has its servers, so the
+// A waiting Connect counts as done when the modem has confirmed the call and the DNS forwarder's list has been written
+// since the request (for this call, or for another that came up meanwhile: its own servers then follow at once), so the
 // host keeps a DnsCtrlManager (dns_ctrl_manager.h) with its service started while it connects:
 //
 //   kor::wwan::DnsCtrlManager dns;
@@ -137,7 +139,7 @@ class KOR_EXPORT DataManager {
   DataManager(const DataManager&) = delete;
   DataManager& operator=(const DataManager&) = delete;
 
-  // -- Events ---------------------------------------------------------------------------------------------------------
+  // -- Events --------------------------------------------------------------------------------------------------------
 
   // From now on calls `cb` with every event of the data side (kEvtWwan* of every policy, and the data service's own). A
   // second call replaces the callback.
@@ -146,10 +148,10 @@ class KOR_EXPORT DataManager {
   // Ends that; the destructor does it too. Once it has returned, the callback is not running and never runs again.
   void UnsetEventCb();
 
-  // -- Calls: these block. Not from a callback. -----------------------------------------------------------------------
+  // -- Calls: these block. Not from a callback. ----------------------------------------------------------------------
 
   // Brings the call of policy `index` up for one family (kIpv4 or kIpv6; kBoth is refused).
-  // `wait`: return when the call is confirmed and the DNS forwarder has its servers, or after 10 seconds.
+  // `wait`: return when the call is confirmed and the DNS forwarder's list written, or after 10 seconds.
   //   kSuccess   up (with `wait`), requested (without), or up already: nothing was sent.
   //   kFailure   the call is connecting or disconnecting, the modem does not answer, it refused or failed the call, or
   //              no confirmation came in time (the call may still come up).
@@ -172,8 +174,7 @@ class KOR_EXPORT DataManager {
   // The callback of the wait's own subscriptions: queues a copy of `ev`. Any thread.
   void EventCb(kor::util::EventDic& ev);
 
-  // -- Policies and calls: one request to the modem each; false when it does not answer or `index` has no policy.
-  // ------
+  // -- Policies and calls: one request to the modem each; false when it does not answer or `index` has no policy. ----
 
   // Every policy, in index order.
   bool GetWwanPolicies(std::vector<WwanPolicy>& policies);
@@ -206,11 +207,55 @@ class KOR_EXPORT DataManager {
   // What the network assigned to one call. kNotReady: the call is up and its configuration is still incomplete.
   [[nodiscard]] kor::Result GetNetworkConfig(uint32_t index, kor::util::IPFamily ip_family, NetworkConfig& config);
 
-  // -- Profiles -------------------------------------------------------------------------------------------------------
+  // The switches of a policy's families; true when both could be read.
+  bool GetIpvEnabled(uint32_t index, bool& ipv4, bool& ipv6);
+
+  // Switches `ip_family` on or off for a policy. kBoth: both are asked for whatever the first answers, and true means
+  // both. False, with nothing asked, for any other value.
+  bool SetIpv4Enabled(uint32_t index, bool enable, kor::util::IPFamily ip_family);
+
+  // -- By profile number (cid): a walk over the policies, with one request to the modem or two for each --------------
+
+  // For each family the state of the call that carries the profile: connected when any policy's is, else that of the
+  // last policy that carries it, else kDisconnected. On false the two are untouched.
+  bool GetWwanStatusWithCid(int cid, ConnectStatus& ipv4, ConnectStatus& ipv6);
+
+  // The first configuration with an address among the policies that carry the profile: for kIpv4 in either place, for
+  // kIpv6 as `profile_2`. kFailure when there is none, and for kBoth; `config` then holds what the modem left in it.
+  [[nodiscard]] kor::Result GetNetworkConfigWithCid(int cid, kor::util::IPFamily ip_family, NetworkConfig& config);
+
+  // The rmnet_data interface that carries the profile's call: the one with its IPv4 address or, when the call has none,
+  // with its IPv6 address. False, with `name` untouched, when no interface has it, and with an error in the log when
+  // the call has no address.
+  bool GetIfaceNameWithCid(int cid, std::string& name);
+
+  // -- The interface rmnet_data0: asked of the kernel, without the modem; they do not wait ---------------------------
+
+  // Its IPv4 address, dotted; false when it is down, is not there or has none.
+  bool GetIpAddress(std::string& address);
+
+  // Gives it this address in place of what it had, with the same netmask (255.255.255.255 when it had none). Its routes
+  // stay, but for those to the old address's subnet. False, with nothing changed, when it is down or `address` is not
+  // an address that a host can have. Needs CAP_NET_ADMIN, as SetSubnetMask does.
+  bool SetIpAddress(std::string address);
+
+  // The netmask of its IPv4 address, dotted; false when it has none. It may be down.
+  bool GetSubnetMask(std::string& mask);
+
+  // False, with nothing changed, when it is down, has no address, or `mask` is not a netmask.
+  bool SetSubnetMask(std::string mask);
+
+  // -- Profiles: one request each ------------------------------------------------------------------------------------
 
   // kSuccess when the profile exists and `setting` is filled.
   [[nodiscard]] kor::Result GetProfileSetting(ProfileType type, int index, ProfileSetting& setting);
   [[nodiscard]] kor::Result GetProfileList(std::list<ProfileInfo>& profiles);
+
+  // Profiles are made and changed on the modem's side, not through this library: these look whether it could be done,
+  // and change nothing. kPreconditionFailed when the profile exists already (cannot be read), with an error in the log;
+  // else kNotSupported.
+  [[nodiscard]] kor::Result CreateProfile(ProfileType type, int index);
+  [[nodiscard]] kor::Result ModifyProfileSetting(ProfileSetting& setting);
 
   // Number of live objects. For diagnostics; written by constructors and destructors only.
   static std::atomic<uint32_t> s_ins_cnt_;
