@@ -4,6 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
+#include <future>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -65,6 +68,26 @@ TEST_F(EventCbMapTest, ACallbackThatThrowsDoesNotKeepTheTableLocked) {
   table_.Remove(Key(1));
   table_.Add(Key(2), Note('x'));
   EXPECT_EQ("x", Notify());
+}
+
+TEST_F(EventCbMapTest, RemoveWaitsForACallbackThatIsRunning) {
+  std::promise<void> inside, leave;
+  std::atomic<bool> left{false};
+  table_.Add(Key(1), [&](EventDic&) {
+    inside.set_value();
+    leave.get_future().wait();
+    left = true;
+  });
+  std::thread publisher([this] { Notify(); });
+  inside.get_future().wait();
+  auto removed = std::async(std::launch::async, [&] {
+    table_.Remove(Key(1));
+    EXPECT_TRUE(left);
+  });
+  EXPECT_EQ(std::future_status::timeout, removed.wait_for(std::chrono::milliseconds(30)));
+  leave.set_value();
+  publisher.join();
+  removed.get();
 }
 
 TEST_F(EventCbMapTest, NothingRunsAfterRemoveHasReturned) {

@@ -97,6 +97,16 @@ TEST_F(ConnectTest, UpTakesBothConfirmationsInEitherOrder) {
   OnRequest([] { PublishDnsUpdate(); });
   EXPECT_EQ(kFailed, data_.Connect(0, kIpv4, true));
 
+  // Events from before the request do not count.
+  for (const uint32_t code : {0x200u, 0x303u, 0x202u}) {
+    kor::util::EventDic old;
+    old.event = code;
+    old.params = {{kor::util::EventDic::kParamHandle, "100"}, {kor::util::EventDic::kParamIpFamily, "4"}};
+    data_.EventCb(old);
+  }
+  OnRequest(nullptr);
+  EXPECT_EQ(kFailed, data_.Connect(0, kIpv4, true));
+
   // The subscriptions are gone: nothing is queued any more, and the next wait starts empty.
   Vendor::Publish(0x200, "100", "4");
   PublishDnsUpdate();
@@ -174,6 +184,15 @@ TEST_F(ConnectTest, StatesDecideBeforeAnythingIsSent) {
       EXPECT_EQ(c.disconnect_sent ? 1u : 0u, TakeRequests().size());
     }
   }
+
+  // The service is held for the length of a request, also of one that is not waited for.
+  int managers = 0;
+  SetState(1, Status::kDisconnected, Status::kDisconnected);
+  OnRequest([&] { managers = DnsCtrlManager::s_ref_cnt_; });
+  EXPECT_EQ(kOk, data_.Connect(1, kIpv4, false));
+  EXPECT_EQ(2, managers);
+  OnRequest(nullptr);
+  (void)TakeRequests();
 
   // Both families at once are refused; an unknown family has no state to stop it, and the modem answers.
   EXPECT_EQ(kFailed, data_.Connect(1, IPFamily::kBoth, true));

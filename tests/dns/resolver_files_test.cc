@@ -163,6 +163,20 @@ TEST_F(DnsTest, ACallThatIsNotReadyIsWaitedFor) {
 }
 
 TEST_F(DnsTest, AResolverFileThatCannotBeWritten) {
+  // A pipe in its place, without a reader, holds nobody up; nor does one in the pid file's or the permanent file's.
+  Shell(
+      "mkdir -p /var/run/netctld-dnsmasq && mkfifo /var/run/netctld-dnsmasq/dnsmasq_resolv.conf "
+      "/var/run/netctld-dnsmasq/dnsmasq.pid /data/permanent-dns.conf");
+  const std::string path = getenv("PATH");
+  setenv("PATH", "/nonexistent", 1);  // No dnsmasq, which would wait for the pipe's writer.
+  service_.ChangeDnsSetting(DnsCtrlService::kAll);
+  EXPECT_EQ(1u, log_.TakeWith("Cannot open").size());
+  EXPECT_FALSE(service_.Stop());
+  setenv("PATH", path.c_str(), 1);
+  Shell("rm -r /var/run/netctld-dnsmasq /data/permanent-dns.conf");
+  (void)log_.Take();
+  (void)TakeUpdates();
+
   // Not openable: an error, and nobody is told.
   WriteFile(kRunDir, "a file where the folder should be");
   service_.ChangeDnsSetting(DnsCtrlService::kDnsmasqResolvConf);

@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <set>
+#include <stdexcept>
 #include <thread>
 #include <vector>
 
@@ -66,6 +67,8 @@ TEST_F(ServiceTest, FollowsFilesAndDataInterfaces) {
   WriteFile("/data/other.conf", "nameserver 6.6.6.6\n");
   WriteFile(kPermanentFile, "nameserver 9.9.9.9\n");
   EXPECT_TRUE(Eventually([] { return ReadFile(kServerFile) == "nameserver 9.9.9.9\n"; }));
+  Shell("echo nameserver 9.9.9.10 > /data/new && mv /data/new /data/permanent-dns.conf");  // As editors save.
+  EXPECT_TRUE(Eventually([] { return ReadFile(kServerFile) == "nameserver 9.9.9.10\n"; }));
   unlink(kPermanentFile);
   EXPECT_TRUE(Eventually([] { return ReadFile(kServerFile) == "nameserver 8.8.8.8\n"; }));
   EXPECT_EQ(std::string::npos, TakeChanges().find('3'));
@@ -207,8 +210,9 @@ TEST_F(ServiceTest, AnIncompleteStartCountsAsStartedUntilStopped) {
 // A refresh that fails on the monitor's thread is reported there; the service lives on.
 TEST_F(ServiceTest, AModemThatCannotBeReachedDuringARefresh) {
   SetServers(0, IPFamily::kIpv4, "8.8.8.8", "");
-  ASSERT_TRUE(service_.Start());
   Vendor::Set([](Answers& a) { a.reachable = false; });
+  EXPECT_THROW(service_.Start(), std::runtime_error);
+  EXPECT_TRUE(service_.Start());  // It runs: the next event refreshes.
   WriteFile(kPermanentFile, "no");
   EXPECT_TRUE(Eventually([&] { return !log_.TakeWith("no modem").empty(); }));
   Vendor::Set([](Answers& a) { a.reachable = true; });

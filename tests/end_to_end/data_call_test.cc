@@ -56,7 +56,9 @@ TEST_F(DataCallTest, ComesUpWithItsServersAndTakesThemAlong) {
   EXPECT_NE(0u, if_nametoindex("rmnet_data0"));
   EXPECT_EQ("nameserver 10.255.0.53\nnameserver 10.255.0.54\n", Servers());
   ASSERT_EQ(kOk, data_.Connect(0, IPFamily::kIpv6, true));
-  EXPECT_EQ("nameserver 10.255.0.53\nnameserver 10.255.0.54\nnameserver fd64:ffff::53\n", Servers());
+  // A late refresh for the first call may have been its confirmation: its own follows.
+  EXPECT_TRUE(Eventually(
+      [] { return Servers() == "nameserver 10.255.0.53\nnameserver 10.255.0.54\nnameserver fd64:ffff::53\n"; }));
 
   // Up already: nothing is sent.
   (void)modem_.TakeRecord();
@@ -66,7 +68,7 @@ TEST_F(DataCallTest, ComesUpWithItsServersAndTakesThemAlong) {
   // A call that goes down, for whatever reason, leaves the file.
   ASSERT_TRUE(modem_.Drop(100, IPFamily::kIpv4));
   EXPECT_TRUE(Eventually([] { return Servers() == "nameserver fd64:ffff::53\n"; }));
-  EXPECT_EQ(Status::kDisconnected, StatusOf(0, IPFamily::kIpv4));
+  EXPECT_TRUE(Eventually([&] { return StatusOf(0, IPFamily::kIpv4) == Status::kDisconnected; }));
   EXPECT_EQ(kOk, data_.Disconnect(0, IPFamily::kIpv6, true));
   EXPECT_TRUE(Eventually([] { return Servers().empty(); }));
   EXPECT_EQ(0u, if_nametoindex("rmnet_data0"));
@@ -152,9 +154,9 @@ TEST_F(DataCallTest, ConnectWithCidBringsUpWhatTheProfileNeeds) {
 
 // Leaves the process by exit() while calls come and go, the forwarder is refreshed and subscribers are called.
 void ExitWhileBusy() {
-  DnsCtrlManager& dns = *new DnsCtrlManager;
+  static DnsCtrlManager& dns = *new DnsCtrlManager;
   dns.StartService();
-  DataManager& watcher = *new DataManager;
+  static DataManager& watcher = *new DataManager;
   static std::atomic<int> events{0};
   watcher.SetEventCb([](kor::util::EventDic&) { ++events; });
   SimModem::Get().SetConnectDelay(1ms);

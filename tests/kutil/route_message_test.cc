@@ -49,7 +49,7 @@ std::string Name(const char* name) { return Attribute(IFLA_IFNAME, std::string(n
 std::string Address(uint16_t type, uint32_t index, const std::string& label) {
   ifaddrmsg address{};
   address.ifa_index = index;
-  return Message(type, Bytes(address) + Attribute(IFA_ADDRESS, "\x0a\x40\x00\x02") + Attribute(IFA_LABEL, label));
+  return Message(type, Bytes(address) + Attribute(IFA_ADDRESS, "addr") + Attribute(IFA_LABEL, label));
 }
 
 // "<kind> <index> <name>" of each message. The bytes lie in a block of exactly their size, so that AddressSanitizer

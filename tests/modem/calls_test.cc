@@ -36,8 +36,9 @@ TEST_F(CallsTest, ACallComesUpAndGoesDown) {
 TEST_F(CallsTest, WhatIsAskedTwiceIsReportedTwice) {
   // An up call stays up and is reported again.
   BringUp(0, kIpv4);
-  BringUp(0, kIpv4);
+  EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv4));
   EXPECT_EQ("connected disconnected", States(0));
+  EXPECT_EQ("connected 100 4", listener.Next());
 
   // Two requests on the way up, one call, two reports.
   EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv6));
@@ -55,18 +56,16 @@ TEST_F(CallsTest, WhatIsAskedTwiceIsReportedTwice) {
 }
 
 TEST_F(CallsTest, ACallThatIsComingUpIsGivenUp) {
-  modem.SetConnectDelay(Milliseconds(100));
-  modem.SetDisconnectDelay(Milliseconds(0));
-  EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv4));
-  EXPECT_EQ(kSuccess, qcmap->DisconnectBackhaul(0, kIpv4));
-  EXPECT_EQ("connect-failed 100 4", listener.Next());
-  EXPECT_EQ("disconnected 100 4", listener.Next());
-  EXPECT_EQ("disconnected disconnected", States(0));
-
-  // The next one is not taken for the one that was given up, whose time has not come yet.
-  modem.SetConnectDelay(Milliseconds(200));
-  EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv4));
-  EXPECT_EQ("connected 100 4", listener.Next());
+  // Whether its own time would come after the end of the disconnect or before, it never comes up.
+  modem.SetConnectDelay(Milliseconds(300));
+  for (const Milliseconds delay : {Milliseconds(0), Milliseconds(600)}) {
+    modem.SetDisconnectDelay(delay);
+    EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv4));
+    EXPECT_EQ(kSuccess, qcmap->DisconnectBackhaul(0, kIpv4));
+    EXPECT_EQ("connect-failed 100 4", listener.Next());
+    EXPECT_EQ("disconnected 100 4", listener.Next());
+    EXPECT_EQ("disconnected disconnected", States(0));
+  }
   ExpectQuiet();
 }
 

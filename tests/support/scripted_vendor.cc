@@ -4,8 +4,12 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "common/vendor/dms_qmi_client.h"
+#include "common/vendor/nas_qmi_client.h"
 #include "common/vendor/qcmap_wrapper.h"
+#include "common/vendor/uim_qmi_client.h"
 #include "common/vendor/wds_qmi_client.h"
+#include "common/vendor/wms_qmi_client.h"
 
 namespace kor::test {
 
@@ -14,21 +18,46 @@ namespace {
 kor::util::Mutex g_mutex;
 Answers g_answers KOR_GUARDED_BY(g_mutex);
 Calls g_calls KOR_GUARDED_BY(g_mutex);
+std::vector<std::function<void()>> g_queries KOR_GUARDED_BY(g_mutex);
+
+void Put(std::ostream& call, const std::string& text) { call << ' ' << text; }
+
+template <typename Number>
+void Put(std::ostream& call, Number number) {
+  call << ' ' << static_cast<int64_t>(number);
+}
 
 template <typename... Args>
 Answers Record(const std::string& operation, Args... args) {
   std::ostringstream call;
   call << operation;
-  ((call << ' ' << static_cast<int64_t>(args)), ...);
+  (Put(call, args), ...);
   kor::util::MutexLock lock(g_mutex);
   g_calls.push_back(call.str());
-  return g_answers;
+  Answers answers = g_answers;
+  if (answers.refused.count(operation) != 0) answers.ok = false;
+  return answers;
 }
 
 kor::Result Request(const char* operation, uint32_t index, IPFamily family) {
   const Answers answers = Record(operation, index, family);
   if (answers.on_request) answers.on_request();
   return answers.request;
+}
+
+// Keeps a copy of the callback until AnswerQueries().
+template <typename Answer>
+bool Query(const char* operation, std::function<void(Answer&, void*)> callback, void* user_data) {
+  const bool ok = Record(operation).ok;
+  kor::util::MutexLock lock(g_mutex);
+  if (ok && callback) {
+    g_queries.push_back([callback, user_data] {
+      Answer answer;
+      answer.result = kor::Result::kSuccess;
+      callback(answer, user_data);
+    });
+  }
+  return ok;
 }
 
 template <typename Client>
@@ -49,6 +78,15 @@ void Vendor::Set(const std::function<void(Answers&)>& change) {
 Calls Vendor::Take() {
   kor::util::MutexLock lock(g_mutex);
   return std::exchange(g_calls, {});
+}
+
+void Vendor::AnswerQueries() {
+  std::vector<std::function<void()>> queries;
+  {
+    kor::util::MutexLock lock(g_mutex);
+    queries.swap(g_queries);
+  }
+  for (const auto& query : queries) query();
 }
 
 void Vendor::Publish(uint32_t event, const std::string& handle, const std::string& family) {
@@ -144,6 +182,79 @@ kor::Result QcmapWrapper::GetNetworkConfig(uint32_t index, kor::util::IPFamily i
   return kor::Result::kSuccess;
 }
 
+bool QcmapWrapper::GetIpv4State(uint32_t index, bool& enabled) {
+  enabled = true;
+  return Record("GetIpv4State", index).ok;
+}
+
+bool QcmapWrapper::GetIpv6State(uint32_t index, bool& enabled) {
+  enabled = true;
+  return Record("GetIpv6State", index).ok;
+}
+
+bool QcmapWrapper::EnableIpv4(uint32_t index) { return Record("EnableIpv4", index).ok; }
+bool QcmapWrapper::DisableIpv4(uint32_t index) { return Record("DisableIpv4", index).ok; }
+bool QcmapWrapper::EnableIpv6(uint32_t index) { return Record("EnableIpv6", index).ok; }
+bool QcmapWrapper::DisableIpv6(uint32_t index) { return Record("DisableIpv6", index).ok; }
+
+// Fills its arguments also when it fails.
+bool QcmapWrapper::GetLanConfig(std::string& gw, std::string& nm, bool& enable_dhcp, std::string& start,
+                                std::string& end, int& lease) {
+  const auto answers = Record("GetLanConfig");
+  gw = answers.lan.gw;
+  nm = answers.lan.nm;
+  enable_dhcp = answers.lan.enable_dhcp;
+  start = answers.lan.dhcp_start_ip;
+  end = answers.lan.dhcp_end_ip;
+  lease = answers.lan.dhcp_lease_time;
+  return answers.ok;
+}
+
+bool QcmapWrapper::SetLanConfig(std::string gw, std::string nm, bool enable_dhcp, std::string start, std::string end,
+                                unsigned int lease) {
+  return Record("SetLanConfig", gw, nm, enable_dhcp, start, end, lease).ok;
+}
+
+bool QcmapWrapper::ActivateLan() { return Record("ActivateLan").ok; }
+
+bool QcmapWrapper::SetVlanConfig(VlanConfig& config) {
+  const auto answers = Record("SetVlanConfig", config.interface, config.vlan_id, config.pdn);
+  config.pdn = answers.vlan_pdn.value_or(config.pdn);
+  return answers.ok;
+}
+
+bool QcmapWrapper::DeleteVlanConfig(VlanConfig& config) { return Record("DeleteVlanConfig", config.vlan_id).ok; }
+
+bool QcmapWrapper::GetVlanConfigs(std::vector<VlanConfig>& configs) {
+  const auto answers = Record("GetVlanConfigs");
+  configs = answers.vlans;
+  return answers.ok;
+}
+
+bool QcmapWrapper::SetPdnToVlanMapping(VlanConfig& config) {
+  return Record("SetPdnToVlanMapping", config.vlan_id, config.pdn).ok;
+}
+
+bool QcmapWrapper::DeletePdnToVlanMapping(VlanConfig& config) {
+  return Record("DeletePdnToVlanMapping", config.vlan_id, config.pdn).ok;
+}
+
+bool QcmapWrapper::GetPdnToVlanMapping(std::vector<VlanMapping>& mappings) {
+  const auto answers = Record("GetPdnToVlanMapping");
+  mappings = answers.mappings;
+  return answers.ok;
+}
+
+bool QcmapWrapper::SetIpPassthrough(bool enable, IpPassthroughConfig& config) {
+  return Record("SetIpPassthrough", enable, config.mode, config.target).ok;
+}
+
+bool QcmapWrapper::GetIpPassthrough(bool& enabled, IpPassthroughConfig& config) {
+  enabled = true;
+  config.target = "laptop";
+  return Record("GetIpPassthrough").ok;
+}
+
 }  // namespace kor::vendor::qcom::qcmap
 
 namespace kor::vendor::qcom::qmi {
@@ -160,5 +271,66 @@ kor::Result WdsQmiClient::GetProfileList(std::list<kor::wwan::DataManager::Profi
   profiles.resize(2);
   return kor::test::Record("GetProfileList").request;
 }
+
+NasQmiClient* NasQmiClient::GetInstance() { return kor::test::Instance<NasQmiClient>(); }
+
+bool NasQmiClient::StartScanAsync(std::function<void(ScanResult&, void*)> callback, void* user_data) {
+  return kor::test::Query("StartScanAsync", std::move(callback), user_data);
+}
+
+bool NasQmiClient::GetSignalInfoAsync(std::function<void(SignalInfo&, void*)> callback, void* user_data) {
+  return kor::test::Query("GetSignalInfoAsync", std::move(callback), user_data);
+}
+
+bool NasQmiClient::GetErrorRateAsync(std::function<void(ErrorRate&, void*)> callback, void* user_data) {
+  return kor::test::Query("GetErrorRateAsync", std::move(callback), user_data);
+}
+
+bool NasQmiClient::GetCellLocationAsync(std::function<void(CellLocationInfo&, void*)> callback, void* user_data) {
+  return kor::test::Query("GetCellLocationAsync", std::move(callback), user_data);
+}
+
+bool NasQmiClient::GetSystemInfoAsync(std::function<void(SystemInfo&, void*)> callback, void* user_data) {
+  return kor::test::Query("GetSystemInfoAsync", std::move(callback), user_data);
+}
+
+bool NasQmiClient::GetCellLocation(CellLocationInfo& info) {
+  info.neighbours.resize(3);
+  return kor::test::Record("GetCellLocation").ok;
+}
+
+DmsQmiClient* DmsQmiClient::GetInstance() { return kor::test::Instance<DmsQmiClient>(); }
+
+kor::Result DmsQmiClient::SetPinLock(int pin_id, bool enable, std::string pin) {
+  return kor::test::Record("SetPinLock", pin_id, enable, pin).request;
+}
+
+kor::Result DmsQmiClient::ChangePinLockPwd(int pin_id, std::string old_pin, std::string new_pin) {
+  return kor::test::Record("ChangePinLockPwd", pin_id, old_pin, new_pin).request;
+}
+
+kor::Result DmsQmiClient::GetModelId(std::string& model_id) {
+  model_id = "bench modem";
+  return kor::test::Record("GetModelId").request;
+}
+
+kor::Result DmsQmiClient::GetPinStatus() { return kor::test::Record("GetPinStatus").request; }
+
+UimQmiClient* UimQmiClient::GetInstance() { return kor::test::Instance<UimQmiClient>(); }
+kor::Result UimQmiClient::TurnOnPower(int slot) { return kor::test::Record("TurnOnPower", slot).request; }
+kor::Result UimQmiClient::TurnOffPower(int slot) { return kor::test::Record("TurnOffPower", slot).request; }
+
+WmsQmiClient* WmsQmiClient::GetInstance() { return kor::test::Instance<WmsQmiClient>(); }
+
+kor::Result WmsQmiClient::GetRouteList(std::list<kor::wwan::SmsManager::RouteInfo>& routes) {
+  routes.resize(2);
+  return kor::test::Record("GetRouteList").request;
+}
+
+kor::Result WmsQmiClient::SetRouteList(std::list<kor::wwan::SmsManager::RouteInfo>& routes) {
+  return kor::test::Record("SetRouteList", routes.size()).request;
+}
+
+kor::Result WmsQmiClient::ModifyTagAsync() { return kor::test::Record("ModifyTagAsync").request; }
 
 }  // namespace kor::vendor::qcom::qmi

@@ -3,6 +3,8 @@
 
 #include <functional>
 #include <map>
+#include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,11 +12,13 @@
 #include "common/event_dic.h"
 #include "common/mutex.h"
 #include "wwan/data_manager.h"
+#include "wwan/mobileap_manager.h"
 
 namespace kor::test {
 
 using kor::util::IPFamily;
 using kor::wwan::DataManager;
+using kor::wwan::MobileapManager;
 using Calls = std::vector<std::string>;
 
 // Other definitions of the vendor clients, linked in their place: they answer what a test has scripted, on the calling
@@ -25,10 +29,16 @@ struct Answers {
   std::map<std::pair<uint32_t, IPFamily>, DataManager::NetworkConfig> configs;
   int not_ready = 0;                            // So many configuration queries answer kNotReady first.
   bool ok = true;                               // Result of the operations that return bool.
+  std::set<std::string> refused;                // These of them return false all the same.
   bool lists_ok = true;                         // Result of GetWwanPolicies alone.
   bool reachable = true;                        // False: GetInstance throws.
-  kor::Result request = kor::Result::kSuccess;  // Result of ConnectBackhaul and DisconnectBackhaul,
-  std::function<void()> on_request;             // which run this first, without a lock.
+  kor::Result request = kor::Result::kSuccess;  // Result of the others. ConnectBackhaul and DisconnectBackhaul
+  std::function<void()> on_request;             // run this first, without a lock.
+
+  MobileapManager::LanConfig lan;
+  std::vector<MobileapManager::VlanConfig> vlans;
+  std::vector<MobileapManager::VlanMapping> mappings;
+  std::optional<int32_t> vlan_pdn;  // What SetVlanConfig leaves in its record.
 };
 
 class Vendor {
@@ -38,6 +48,9 @@ class Vendor {
 
   // What was asked since the last call, as "Operation arg arg".
   static Calls Take();
+
+  // Answers the queries of the radio network that are open, on this thread.
+  static void AnswerQueries();
 
   // Publishes a data event on this thread, as the modem's thread does.
   static void Publish(uint32_t event, const std::string& handle, const std::string& family);

@@ -8,7 +8,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <regex>
 #include <utility>
 
 namespace kor::test {
@@ -20,16 +19,19 @@ constexpr char kTag[] = "kwwan_test";
 constexpr char kFence[] = "=== fence ===";
 constexpr char kEnd[] = "=== end ===";
 
-// "<15>Nov 24 16:00:00 kwwan_test: void f() 12: text" -> "7 void f() #: text"
+// "<15>Nov 24 16:00:00 kwwan_test: void f() 12: text" -> "7 void f() #: text". Empty: another program's line.
 std::string Simplify(const std::string& datagram) {
-  const size_t priority_end = datagram.find('>');
   const std::string tag = std::string(kTag) + ": ";
   const size_t tag_at = datagram.find(tag);
-  if (priority_end == std::string::npos || tag_at == std::string::npos) return datagram;
+  if (tag_at == std::string::npos) return {};
   const int priority = LOG_PRI(atoi(datagram.c_str() + 1));
-  static const std::regex line_number("^([^\n]*?\\)) \\d+: ");
-  const std::string message = datagram.substr(tag_at + tag.size());
-  return std::to_string(priority) + " " + std::regex_replace(message, line_number, "$1 #: ");
+  std::string message = datagram.substr(tag_at + tag.size());
+  const size_t number = message.find(") ") + 2;
+  const size_t end = message.find_first_not_of("0123456789", number);
+  if (number > 1 && end != std::string::npos && end > number && message[end] == ':') {
+    message.replace(number, end - number, "#");
+  }
+  return std::to_string(priority) + " " + message;
 }
 
 }  // namespace
@@ -51,8 +53,8 @@ SyslogReader::SyslogReader() {
 SyslogReader::~SyslogReader() {
   syslog(LOG_DEBUG, "%s", kEnd);
   thread_.join();
+  close(fd_);  // First: it releases a thread that is blocked in sending, with the log locked.
   closelog();
-  close(fd_);
   unlink(kPath);
 }
 
@@ -63,6 +65,7 @@ void SyslogReader::Read() {
     if (n <= 0) return;
     const std::string line = Simplify(std::string(buffer.data(), static_cast<size_t>(n)));
     if (line.find(kEnd) != std::string::npos) return;
+    if (line.empty()) continue;
     kor::util::MutexLock lock(mutex_);
     if (line.find(kFence) == std::string::npos) {
       lines_.push_back(line);

@@ -1,0 +1,220 @@
+// SPDX-License-Identifier: Apache-2.0
+// From a forwarded command to its answer.
+#include <stdexcept>
+
+#include "at/at_fixture.h"
+
+namespace kor::test {
+namespace {
+
+const std::string kServe = "7 void kor::wwan::AtService::ServeCommand(kor::wwan::AtManager::Command&) #: ";
+
+TEST_F(AtTest, AnswersAreRenderedForTheTerminalsErrorMode) {
+  struct {
+    CmdResponse response;
+    int32_t cmee;
+    std::string answer;
+  } const cases[] = {
+      {Ok(), 1, "OK "},
+      {Ok("1,2"), 0, "OK 1,2\n"},
+      {Ok("a\nb\n"), 2, "OK a\nb\n\n"},
+      {Failed(3), -1, "ERROR "},
+      {Failed(3), 0, "ERROR "},
+      {Failed(3), 3, "ERROR "},
+      {Failed(3), 1, "ERROR +CME ERROR: 3\n"},
+      {Failed(3), 2, "ERROR +CME ERROR: operation not allowed\n"},
+      {Failed(99), 1, "ERROR +CME ERROR: 99\n"},
+      {Failed(-2), 1, "ERROR +CME ERROR: -2\n"},
+      {Failed(99), 2, "ERROR +CME ERROR: \n"},
+      {Failed(-1), 1, "ERROR "},
+      {Failed(-1), 2, "ERROR "},
+  };
+  const CmdResponse* response = nullptr;
+  Claim("+XY", [&](Command&) { return *response; });
+  at_->StartService();
+  for (const auto& c : cases) {
+    response = &c.response;
+    AtClient::Forward(Cmd("+XY", AtManager::kOpPlain, {}, c.cmee));
+    EXPECT_EQ(Lines{"+XY " + c.answer}, AtClient::TakeAnswers(1));
+  }
+
+  const std::pair<int, const char*> texts[] = {
+      {0, "phone failure"},
+      {1, "no connection to phone"},
+      {2, "phone adaptor link reserved"},
+      {3, "operation not allowed"},
+      {4, "operation not supported"},
+      {21, "invalid index"},
+      {30, "no network service"},
+      {320, "Call index error"},
+      {321, "Call state error"},
+      {5, ""},
+      {-1, ""},
+      {322, ""},
+  };
+  for (const auto& [code, text] : texts) EXPECT_EQ(text, AtManager::GetCmeeErrorString(static_cast<Error>(code)));
+}
+
+TEST_F(AtTest, EveryCommandLeavesItsTraceAndOnlyRealOnesAreDispatched) {
+  Record served;
+  Claim("+XY", [&](Command& cmd) {
+    served.Add(cmd.name + " " + std::to_string(cmd.op) + " " + std::to_string(cmd.params.size()));
+    return Ok();
+  });
+  Claim("+low", [](Command&) { return Ok(); });  // Out of reach: names are upper-cased first.
+  Claim("+EMPTY", nullptr);
+  at_->StartService();
+  AtClient::TakeRequests(1);
+  const struct {
+    Command cmd;
+    Lines lines;
+    const char* answer;
+  } cases[] = {
+      {Cmd("+XY", 3, {"1", "2"}), {kServe + "RECV AT+XY=1,2\n", kServe + "SEND [OK]\n"}, "+XY OK "},
+      {Cmd("+xy", 3), {kServe + "RECV AT+XY=\n", kServe + "SEND [OK]\n"}, "+XY OK "},
+      {Cmd("+XY", 3, {"a,b", ""}), {kServe + "RECV AT+XY=a,b,\n", kServe + "SEND [OK]\n"}, "+XY OK "},
+      {Cmd("+Xy", 4), {kServe + "RECV AT+XY=?\n", kServe + "SEND [OK]\n"}, "+XY OK "},
+      {Cmd("+XY", 2), {kServe + "RECV AT+XY?\n", kServe + "SEND [OK]\n"}, "+XY OK "},
+      {Cmd("+XY", 77, {"1"}), {kServe + "RECV AT+XY\n", kServe + "SEND [OK]\n"}, "+XY OK "},
+      {Cmd("+XY", 0), {kServe + "RECV AT+XY\n", kServe + "SEND [ERROR]\n"}, "+XY ERROR "},
+      {Command{}, {kServe + "RECV AT\n", kServe + "SEND [ERROR]\n"}, " ERROR "},
+  };
+  for (const auto& c : cases) {
+    log_.Take();
+    AtClient::Forward(c.cmd);
+    EXPECT_EQ(Lines{c.answer}, AtClient::TakeAnswers(1));
+    EXPECT_EQ(c.lines, log_.TakeWith("ServeCommand"));
+  }
+  EXPECT_EQ((Lines{"+XY 3 2", "+XY 3 0", "+XY 3 2", "+XY 4 0", "+XY 2 0", "+XY 77 1"}), served.Take(6));
+
+  // Nobody's commands: a name not claimed, one that is only the beginning of one, one spelled out of reach, an empty
+  // handler.
+  log_.Take();
+  for (const char* name : {"+NO", "+X", "+low", "+EMPTY"}) AtClient::Forward(Cmd(name, 2, {}, 1));
+  EXPECT_EQ((Lines{"+NO ERROR ", "+X ERROR ", "+LOW ERROR ", "+EMPTY ERROR "}), AtClient::TakeAnswers(4));
+  const std::string nobody =
+      "4 kor::wwan::AtManager::CmdResponse kor::wwan::AtService::HandleAtCommand(kor::wwan::AtManager::Command&) #: "
+      "No callback for ";
+  EXPECT_EQ((Lines{nobody + "+NO\n", nobody + "+X\n", nobody + "+LOW\n", nobody + "+EMPTY\n"}),
+            log_.TakeWith("No callback"));
+
+  // An event without a record is a command without a name; other events are none.
+  AtClient::Publish(0x301, nullptr);
+  EXPECT_EQ(Lines{" ERROR "}, AtClient::TakeAnswers(1));
+  at_->StopService();
+  Command cmd = Cmd("+XY");
+  for (const uint32_t event : {0u, 0x300u, 0x302u, 0x303u}) AtClient::Publish(event, &cmd);
+  EXPECT_EQ(std::vector<int32_t>{}, AtServicePeer::QueuedTypes());
+}
+
+TEST_F(AtTest, TheModemsOwnFieldsComeBackUnchanged) {
+  Command seen;
+  Record answered;
+  AtClient::on_answer = [&](const Command& cmd, const std::string& text) {
+    seen = cmd;
+    answered.Add(text);
+  };
+  Claim("+XY");
+  at_->StartService();
+  Command cmd = Cmd("+xy", 3, {"p"}, 2);
+  cmd.client_ref = -7;
+  cmd.client_data = {1, 2, 3, 0xffffffff};
+  AtClient::Forward(cmd);
+  EXPECT_EQ(Lines{""}, answered.Take(1));
+  EXPECT_EQ(-7, seen.client_ref);
+  EXPECT_EQ(cmd.client_data, seen.client_data);
+  EXPECT_EQ("+XY", seen.name);
+  at_.reset();
+}
+
+TEST_F(AtTest, AfterSendRunsOnceTheAnswerIsOut) {
+  Record steps;
+  AtClient::on_answer = [&](const Command& cmd, const std::string&) { steps.Add("answer " + cmd.name); };
+  Claim("+RESET", [&steps](Command&) {
+    CmdResponse response = Ok();
+    response.after_send_cb = [](void* arg) { static_cast<Record*>(arg)->Add("after"); };
+    response.after_send_arg = &steps;
+    return response;
+  });
+  Claim("+NEXT");
+  Claim("+FAIL", [&steps](Command&) {  // A failure has its callback too.
+    CmdResponse response;
+    response.after_send_cb = [&steps](void* arg) { steps.Add(arg == nullptr ? "null" : "not null"); };
+    return response;
+  });
+  for (const char* name : {"+RESET", "+NEXT", "+FAIL"}) AtClient::Forward(Cmd(name));
+  at_->StartService();
+  EXPECT_EQ((Lines{"answer +RESET", "after", "answer +NEXT", "answer +FAIL", "null"}), steps.Take(5));
+  at_.reset();
+}
+
+// A client's fault must show in the log and must not cost the other commands their service.
+TEST_F(AtTest, WhatClientCodeThrowsIsLoggedAndTheServiceLivesOn) {
+  Claim("+THROW", [](Command&) -> CmdResponse { throw std::runtime_error("no such \"file\" %s"); });
+  Claim("+ODD", [](Command&) -> CmdResponse { throw 7; });
+  Claim("+AFTER", [](Command&) {
+    CmdResponse response = Ok("done");
+    response.after_send_cb = [](void*) { throw std::runtime_error("late"); };
+    return response;
+  });
+  at_->RegisterCallback("+REG", nullptr, [](const std::string&, bool) { throw std::runtime_error("early"); });
+  Claim("+B");
+  at_->StartService();
+  for (const char* name : {"+THROW", "+ODD", "+AFTER", "+B"}) AtClient::Forward(Cmd(name, 2, {}, 2));
+  EXPECT_EQ((Lines{"+THROW ERROR ", "+ODD ERROR ", "+AFTER OK done\n", "+B OK "}), AtClient::TakeAnswers(4));
+  EXPECT_EQ((Lines{"+AFTER 1", "+B 1", "+ODD 1", "+THROW 1"}), results_.Take(4));  // +REG is registered all the same.
+
+  Lines errors;
+  for (const auto& line : log_.TakeWith(" threw: "))
+    errors.push_back(line.substr(0, 2) + line.substr(line.find("#: ")));
+  EXPECT_EQ(
+      (Lines{"3 #: Registration callback of +REG threw: early\n", "3 #: Handler of +THROW threw: no such \"file\" %s\n",
+             "3 #: Handler of +ODD threw: something that is no exception\n",
+             "3 #: After-send callback of +AFTER threw: late\n"}),
+      errors);
+}
+
+TEST_F(AtTest, HandlersUseTheLibraryThemselves) {
+  // One claims another name, which works from then on; another makes a manager of its own for a moment.
+  Claim("+OPEN", [this](Command&) {
+    Claim("+INNER", [](Command&) { return Ok("inner"); });
+    return Ok();
+  });
+  Claim("+NOTIFY", [](Command&) {
+    AtManager own;
+    EXPECT_EQ(41, own.SendNotification("+HELLO"));
+    EXPECT_EQ(42, own.NotifyRegistrationDone());
+    return Ok();
+  });
+  at_->StartService();
+  for (const char* name : {"+INNER", "+OPEN", "+INNER", "+NOTIFY"}) AtClient::Forward(Cmd(name));
+  EXPECT_EQ((Lines{"+INNER ERROR ", "+OPEN OK ", "+INNER OK inner\n", "+NOTIFY OK "}), AtClient::TakeAnswers(4));
+  EXPECT_EQ((Lines{"+NOTIFY 1", "+OPEN 1", "+INNER 1"}), results_.Take(3));
+  EXPECT_EQ((Lines{"SendNotification +HELLO", "SetSoftwareReady"}), AtClient::TakeOthers());
+  EXPECT_EQ(1, AtServicePeer::Holders());
+}
+
+TEST_F(AtTest, RubbishIsCarriedAsItIs) {
+  const std::string binary("\x01\xff\r\n\x00z", 6);
+  const std::string huge(64 * 1024, 'p');
+  const auto echo = [](Command& cmd) {
+    return Ok(std::to_string(cmd.params.size()) + " " + std::to_string(cmd.params.back().size()) + cmd.params.front());
+  };
+  Claim("", echo);
+  Claim("+X", echo);
+  Claim("\x01\xff\r\n" + std::string(1, '\0') + "Z", echo);
+  for (const auto& name : {std::string(), binary, std::string("+x")}) {
+    AtClient::Forward(Cmd(name, 3, {"%s%n", binary, huge}));
+  }
+  at_->StartService();
+  const std::string text = " OK 3 65536%s%n\n";
+  EXPECT_EQ((Lines{text, binary.substr(0, 5) + "Z" + text, "+X" + text}), AtClient::TakeAnswers(3));
+
+  // The empty name is the beginning of every other: it goes to the modem alone, the others after it.
+  Lines expected = {"", binary.substr(0, 5) + "Z +X"};
+  EXPECT_EQ(expected, AtClient::TakeRequests(2));
+  EXPECT_EQ(2u, log_.TakeWith("is dulicated").size());
+}
+
+}  // namespace
+}  // namespace kor::test

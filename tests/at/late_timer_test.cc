@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: Apache-2.0
+// The retry timer under a timer manager of the test's, linked in the utility library's place: it fires when it is told
+// to, also inside AddTask(), and, unlike the library's own, after its manager's end.
+#include "at/at_fixture.h"
+#include "common/util/timer_manager.h"
+
+namespace kor::test {
+namespace {
+
+struct Timer {
+  long long delay_us;
+  std::function<bool(int, void*)> task;
+  void* user_data;
+};
+
+kor::util::Mutex g_mutex;
+std::vector<Timer> g_timers KOR_GUARDED_BY(g_mutex);
+std::atomic<bool> g_fires_at_once{false};
+Record g_added;
+
+std::vector<Timer> TakeTimers() {
+  kor::util::MutexLock lock(g_mutex);
+  return std::exchange(g_timers, {});
+}
+
+}  // namespace
+}  // namespace kor::test
+
+namespace kor::util {
+
+class TimerTasks {};
+
+TimerManager::TimerManager() = default;
+
+int TimerManager::AddTask(long long delay_us, std::function<bool(int, void*)> task, void* user_data) {
+  using namespace kor::test;
+  if (g_fires_at_once) {
+    EXPECT_FALSE(task(0, user_data));
+  } else {
+    MutexLock lock(g_mutex);
+    g_timers.push_back({delay_us, std::move(task), user_data});
+  }
+  g_added.Add("");
+  return 0;
+}
+
+}  // namespace kor::util
+
+namespace kor::test {
+namespace {
+
+class LateTimerTest : public AtTest {
+ protected:
+  LateTimerTest() {
+    g_fires_at_once = false;
+    (void)TakeTimers();
+    (void)g_added.Take(0);
+    AtClient::on_request = [](const std::list<std::string>&) { return 1; };
+    Claim("+R");
+  }
+};
+
+TEST_F(LateTimerTest, OneTimerAtATimeSpacesThePasses) {
+  // The second pass follows at once and sets the timer for what is left of two seconds.
+  at_->StartService();
+  EXPECT_EQ(2u, AtClient::TakeRequests(2).size());
+  EXPECT_EQ(1u, g_added.Take(1).size());
+  // Passes that claims bring while it is pending set no second one.
+  Claim("+S");
+  EXPECT_EQ(Lines{"+R +S"}, AtClient::TakeRequests(1));
+  at_->StopService();
+  auto timers = TakeTimers();
+  ASSERT_EQ(1u, timers.size());
+  EXPECT_EQ(nullptr, timers[0].user_data);
+  EXPECT_GT(timers[0].delay_us, 0);
+  EXPECT_LE(timers[0].delay_us, 2'000'000);
+
+  // It fires while the service is stopped: its pass waits for the next start.
+  EXPECT_EQ(0, AtServicePeer::TimerId());
+  EXPECT_FALSE(timers[0].task(0, nullptr));
+  EXPECT_EQ(-1, AtServicePeer::TimerId());
+  EXPECT_EQ(std::vector<int32_t>{kor::wwan::kMsgRegister}, AtServicePeer::QueuedTypes());
+  at_->StartService();
+  EXPECT_EQ(Lines{"+R +S"}, AtClient::TakeRequests(1));
+  EXPECT_EQ(1u, g_added.Take(1).size());
+}
+
+TEST_F(LateTimerTest, ATimerThatFiresAfterTheEndReachesNobody) {
+  at_->StartService();
+  EXPECT_EQ(1u, g_added.Take(1).size());
+  at_.reset();
+  at_ = std::make_unique<AtManager>();
+  for (const auto& timer : TakeTimers()) EXPECT_FALSE(timer.task(0, timer.user_data));
+  EXPECT_EQ(std::vector<int32_t>{}, AtServicePeer::QueuedTypes());  // Nor the next service.
+}
+
+// Regression: a timer that had fired before its number was stored used to count as pending for ever, and the name was
+// never tried again.
+TEST_F(LateTimerTest, ATimerThatFiresAtOnceIsNotTakenForAPendingOne) {
+  g_fires_at_once = true;
+  at_->StartService();
+  EXPECT_EQ(Lines{"+R 0"}, results_.Take(1));
+  EXPECT_EQ(6u, AtClient::TakeRequests(6).size());
+  EXPECT_EQ(-1, AtServicePeer::TimerId());
+}
+
+}  // namespace
+}  // namespace kor::test

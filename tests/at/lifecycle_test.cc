@@ -1,0 +1,192 @@
+// SPDX-License-Identifier: Apache-2.0
+// Starts, stops, and the coming and going of managers.
+#include <atomic>
+#include <future>
+#include <stdexcept>
+#include <thread>
+
+#include "at/at_fixture.h"
+#include "support/files.h"
+#include "support/wait.h"
+
+namespace kor::test {
+namespace {
+
+using kor::wwan::AtService;
+using kor::wwan::kMsgAtCommand;
+using kor::wwan::kMsgRegister;
+
+// A handler that tells that it runs and waits to be let go.
+struct Gate {
+  CmdResponse operator()(Command&) const {
+    entered->set_value();
+    leave.wait_for(kLongEnough);
+    return Ok();
+  }
+  std::shared_ptr<std::promise<void>> entered = std::make_shared<std::promise<void>>();
+  std::shared_ptr<std::promise<void>> let_go = std::make_shared<std::promise<void>>();
+  std::shared_future<void> leave = let_go->get_future().share();
+};
+
+void RunOnThreads(int count, const std::function<void(int)>& work) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < count; ++i) threads.emplace_back(work, i);
+  for (auto& thread : threads) thread.join();
+}
+
+// Regression: a stop message that the thread had not come to used to end the next run at once.
+TEST_F(AtTest, AStopKeepsWhatIsQueuedAndEndsNoLaterRun) {
+  EXPECT_EQ(0, at_->StopService());  // Never started: nothing happens.
+  const Gate gate;
+  Claim("+GATE", gate);
+  Claim("+N");
+  AtClient::Forward(Cmd("+GATE"));
+  EXPECT_EQ(0, at_->StartService());
+  gate.entered->get_future().wait();
+
+  // The stop is asked for while a handler runs; it waits for that one and no other.
+  for (const char* name : {"+N", "+N1", "+N2"}) AtClient::Forward(Cmd(name));
+  auto stop = std::async(std::launch::async, [&] { return at_->StopService(); });
+  ASSERT_TRUE(Eventually([] { return !AtServicePeer::IsRunning(); }));
+  ASSERT_TRUE(Eventually([] { return AtServicePeer::QueuedTypes().back() == kor::wwan::kMsgStop; }));
+  AtClient::Forward(Cmd("+N3"));
+  gate.let_go->set_value();
+  ASSERT_EQ(std::future_status::ready, stop.wait_for(kLongEnough));
+  EXPECT_EQ(0, stop.get());
+  EXPECT_EQ(Lines{"+GATE OK "}, AtClient::TakeAnswers(1));
+  EXPECT_EQ(std::vector<int32_t>(4, kMsgAtCommand), AtServicePeer::QueuedTypes());
+
+  // The next run serves them, and what came before it, in order; a second start makes no second thread.
+  Claim("+M");
+  AtClient::Forward(Cmd("+M"));
+  (void)log_.Take();
+  at_->StartService();
+  at_->StartService();
+  EXPECT_EQ((Lines{"+N OK ", "+N1 ERROR ", "+N2 ERROR ", "+N3 ERROR ", "+M OK "}), AtClient::TakeAnswers(5));
+  EXPECT_EQ((Lines{"+GATE 1", "+N 1", "+M 1"}), results_.Take(3));
+  const Lines threads = log_.TakeWith("TID [");
+  ASSERT_EQ(1u, threads.size());
+  const std::string line = "7 void kor::wwan::AtService::ThreadLoop() #: TID [";
+  EXPECT_EQ(line, threads[0].substr(0, line.size()));
+  EXPECT_NE(std::string::npos, ReadFile("/dev/kmsg").find("void kor::wwan::AtService::ThreadLoop() "));
+  EXPECT_TRUE(AtServicePeer::IsRunning());
+  at_->StopService();
+  EXPECT_EQ(std::vector<int32_t>{}, AtServicePeer::QueuedTypes());
+}
+
+TEST_F(AtTest, StartsAndStopsFromSeveralThreadsLoseNothing) {
+  constexpr int kCommands = 200;
+  std::vector<int32_t> answered;
+  Record done;
+  AtClient::on_answer = [&](const Command& cmd, const std::string&) {
+    answered.push_back(cmd.client_ref);
+    if (answered.size() == kCommands) done.Add("done");
+  };
+  Claim("+N");
+  RunOnThreads(4, [&](int thread) {
+    for (int i = 0; i < 25; ++i) {
+      if (thread == 0) at_->StopService();
+      if (thread == 1 || thread == 2) at_->StartService();
+      for (int k = 0; thread == 3 && k < kCommands / 25; ++k) {
+        Command cmd = Cmd("+N");
+        cmd.client_ref = i * (kCommands / 25) + k;
+        AtClient::Forward(cmd);
+      }
+    }
+  });
+  at_->StartService();
+  EXPECT_EQ(Lines{"done"}, done.Take(1));
+  at_.reset();
+  for (int32_t i = 0; i < kCommands; ++i) EXPECT_EQ(i, answered[static_cast<size_t>(i)]);
+}
+
+TEST_F(AtTest, ManagersShareOneServiceAndTheLastOneEndsIt) {
+  auto other = std::make_unique<AtManager>();
+  EXPECT_EQ(2, AtServicePeer::Holders());
+  Claim("+XY");
+  other->StartService();
+  AtClient::Forward(Cmd("+XY"));
+  EXPECT_EQ(Lines{"+XY OK "}, AtClient::TakeAnswers(1));
+
+  // One going leaves the service running for the other.
+  at_.reset();
+  EXPECT_NE(std::string::npos, ReadFile("/dev/kmsg").find("int kor::wwan::AtService::ReleaseInstance() "))
+      << ReadFile("/dev/kmsg");
+  EXPECT_EQ(std::string::npos, ReadFile("/dev/kmsg").find("static"));
+  EXPECT_NE(std::string::npos, ReadFile("/dev/kmsg").find(": ref_cnt 1\n"));
+  AtClient::Forward(Cmd("+XY"));
+  EXPECT_EQ(Lines{"+XY OK "}, AtClient::TakeAnswers(1));
+  EXPECT_EQ(2, AtClient::holders());  // The manager and the service.
+
+  // The last one stops it in the midst of its work. What it did not come to is dropped; nothing reaches it any more.
+  const Gate gate;
+  other->RegisterCallback("+GATE", gate, nullptr);
+  for (const char* name : {"+GATE", "+XY", "+XY"}) AtClient::Forward(Cmd(name));
+  gate.entered->get_future().wait();
+  auto end = std::async(std::launch::async, [&] { other.reset(); });
+  ASSERT_TRUE(Eventually([] { return AtServicePeer::Holders() == 0; }));
+  gate.let_go->set_value();
+  ASSERT_EQ(std::future_status::ready, end.wait_for(kLongEnough));
+  AtClient::Forward(Cmd("+XY"));
+  EXPECT_EQ(Lines{"+GATE OK "}, AtClient::TakeAnswers(1));
+  EXPECT_EQ(nullptr, AtService::s_ins_);
+  EXPECT_EQ(0, AtClient::holders());
+
+  // The next one starts from nothing.
+  AtManager next;
+  next.StartService();
+  AtClient::Forward(Cmd("+XY"));
+  EXPECT_EQ(Lines{"+XY ERROR "}, AtClient::TakeAnswers(1));
+}
+
+TEST_F(AtTest, ManagersComeAndGoOnSeveralThreads) {
+  at_.reset();
+  std::atomic<int> served{0};
+  AtClient::on_answer = [&](const Command&, const std::string&) { ++served; };
+  RunOnThreads(4, [&](int thread) {
+    for (int i = 0; i < 15; ++i) {
+      AtManager at;
+      at.RegisterCallback(
+          "+T" + std::to_string(thread), [](Command&) { return Ok(); }, nullptr);
+      if (thread % 2 == 0) at.StartService();
+      AtClient::Forward(Cmd("+T"));
+    }
+  });
+  EXPECT_EQ(0, AtServicePeer::Holders());
+  EXPECT_EQ(nullptr, AtService::s_ins_);
+  EXPECT_EQ(0, AtClient::holders());
+  EXPECT_LE(served, 60);
+
+  // A handler that makes a manager of its own while the last other one is going: it gets the next service.
+  const Gate gate;
+  auto last = std::make_unique<AtManager>();
+  last->RegisterCallback(
+      "+GATE",
+      [&](Command& cmd) {
+        (void)gate(cmd);
+        const AtManager own;
+        return Ok(std::to_string(AtServicePeer::Holders()));
+      },
+      nullptr);
+  last->StartService();
+  AtClient::on_answer = nullptr;
+  AtClient::Forward(Cmd("+GATE"));
+  gate.entered->get_future().wait();
+  auto end = std::async(std::launch::async, [&] { last.reset(); });
+  ASSERT_TRUE(Eventually([] { return AtServicePeer::Holders() == 0; }));
+  gate.let_go->set_value();
+  ASSERT_EQ(std::future_status::ready, end.wait_for(kLongEnough));
+  EXPECT_EQ(Lines{"+GATE OK 1\n"}, AtClient::TakeAnswers(1));
+  EXPECT_EQ(0, AtClient::holders());
+}
+
+TEST_F(AtTest, AManagerThatCannotBeMadeHoldsNothing) {
+  at_.reset();
+  AtClient::m2m_reachable = false;
+  EXPECT_THROW(AtManager(), std::runtime_error);
+  EXPECT_EQ(0, AtClient::holders());
+  EXPECT_EQ(0, AtServicePeer::Holders());
+}
+
+}  // namespace
+}  // namespace kor::test

@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "common/util/network_manager.h"
+#include "support/files.h"
+
+namespace kor::util {
+namespace {
+
+void Ip(const std::string& arguments) { ASSERT_EQ(0, system(("ip " + arguments).c_str())) << arguments; }
+
+// Asked of a real interface in the sandbox.
+class InterfaceQueriesTest : public testing::Test {
+ protected:
+  InterfaceQueriesTest() { Ip("link add rmnet_data0 type veth peer name carrier0"); }
+  ~InterfaceQueriesTest() override { Ip("link del carrier0"); }
+
+  // "-" for none.
+  static std::string Address(bool ipv6 = false) {
+    std::string text = "-";
+    NetworkManager::GetIpAddress("rmnet_data0", text, ipv6);
+    return text;
+  }
+  static std::string Mask() {
+    std::string text = "-";
+    NetworkManager::GetSubnetMask("rmnet_data0", text);
+    return text;
+  }
+  // All its IPv4 addresses as `ip` lists them.
+  static std::string Listed() {
+    EXPECT_EQ(0, system("ip -4 -o address show dev rmnet_data0 | grep -o 'inet [^ ]*' | paste -sd, > /tmp/listed"));
+    std::string text = test::ReadFile("/tmp/listed");
+    return text.substr(0, text.find('\n'));
+  }
+  static bool SetAddress(const std::string& text) { return NetworkManager::SetIpAddress("rmnet_data0", text); }
+  static bool SetMask(const std::string& text) { return NetworkManager::SetSubnetMask("rmnet_data0", text); }
+};
+
+TEST_F(InterfaceQueriesTest, NamesAndStateAreTheKernels) {
+  // The far end of a pair is made first. Names keep their order when another interface comes between.
+  EXPECT_EQ((std::vector<std::string>{"lo", "carrier0", "rmnet_data0"}), NetworkManager::GetIfNames());
+  Ip("link add a0 type veth peer name z0");
+  EXPECT_EQ((std::vector<std::string>{"lo", "carrier0", "rmnet_data0", "z0", "a0"}), NetworkManager::GetIfNames());
+  Ip("link del a0");
+
+  EXPECT_FALSE(NetworkManager::IsUpState("rmnet_data0"));
+  Ip("link set rmnet_data0 up");  // Without a carrier: its far end is down.
+  EXPECT_TRUE(NetworkManager::IsUpState("rmnet_data0"));
+  EXPECT_FALSE(NetworkManager::IsUpState("carrier0"));
+
+  // Names that no interface can have. A long one that is cut short must not be another's.
+  Ip("link add a23456789012345 type veth peer name z0");
+  Ip("link set a23456789012345 up");
+  EXPECT_TRUE(NetworkManager::IsUpState("a23456789012345"));
+  for (const std::string& name : {std::string(), std::string("rmnet_data9"), std::string("a234567890123456"),
+                                  std::string("rmnet_data0\0x", 13), std::string(5000, 'x')}) {
+    std::string text = "untouched";
+    EXPECT_FALSE(NetworkManager::IsUpState(name) || NetworkManager::GetSubnetMask(name, text));
+    EXPECT_FALSE(NetworkManager::GetIpAddress(name, text, false) || NetworkManager::GetIpAddress(name, text, true));
+    EXPECT_FALSE(NetworkManager::SetIpAddress(name, "10.1.1.1") || NetworkManager::SetSubnetMask(name, "255.0.0.0"));
+    EXPECT_EQ("untouched", text);
+  }
+}
+
+TEST_F(InterfaceQueriesTest, Ipv4AddressAndMaskAreReadAndChangedOneByOne) {
+  EXPECT_EQ("-", Address());
+  EXPECT_EQ("-", Mask());
+  EXPECT_FALSE(SetMask("255.255.255.0"));  // Of what address?
+
+  Ip("address add 10.64.0.2/30 dev rmnet_data0");
+  Ip("address add 10.99.0.2/24 dev rmnet_data0");
+  Ip("link set rmnet_data0 up");
+  EXPECT_EQ("10.64.0.2", Address());
+  EXPECT_EQ("255.255.255.252", Mask());
+
+  // A new address keeps the mask, a new mask the address, and each is the only one then: in another subnet, in the old
+  // one's, and when it is the same already. The default route never goes.
+  Ip("route add default via 10.64.0.1 dev rmnet_data0 metric 10000");
+  for (const char* address : {"10.65.0.2", "10.65.0.1", "10.65.0.1"}) {
+    EXPECT_TRUE(SetAddress(address));
+    EXPECT_EQ(std::string("inet ") + address + "/30", Listed());
+  }
+  for (const char* mask : {"255.255.254.0", "128.0.0.0", "255.255.255.255", "255.255.255.255", "255.255.255.252"}) {
+    EXPECT_TRUE(SetMask(mask));
+    EXPECT_EQ(mask, Mask());
+  }
+  EXPECT_EQ("inet 10.65.0.1/30", Listed());
+  EXPECT_EQ(0, system("ip route | grep -q '^default via 10.64.0.1 dev rmnet_data0'"));
+
+  // What is no address of a host, and no netmask, changes nothing.
+  for (const char* bad : {"", "10.65.0", "10.65.0.300", "fd64::2", "0.0.0.0", "0.1.2.3", "127.0.0.1", "224.0.0.1",
+                          "255.255.255.255", "10.65.0.2/24"}) {
+    EXPECT_FALSE(SetAddress(bad)) << bad;
+  }
+  for (const char* bad : {"", "24", "/24", "0.0.0.0", "255.0.255.0", "0.0.0.255", "255.255.255.1", "ffff::"}) {
+    EXPECT_FALSE(SetMask(bad)) << bad;
+  }
+  EXPECT_EQ("inet 10.65.0.1/30", Listed());
+
+  // An interface without one gets it as a single host.
+  Ip("address flush dev rmnet_data0");
+  EXPECT_EQ("-", Address());
+  EXPECT_TRUE(SetAddress("192.0.2.7"));
+  EXPECT_EQ("192.0.2.7", Address());
+  EXPECT_EQ("255.255.255.255", Mask());
+}
+
+TEST_F(InterfaceQueriesTest, ALinkLocalIpv6AddressCountsWhenThereIsNoOther) {
+  EXPECT_EQ("-", Address(true));
+  Ip("address add fe80::7/64 dev rmnet_data0 nodad");
+  Ip("link set rmnet_data0 up addrgenmode none");
+  EXPECT_EQ("fe80::7", Address(true));
+  Ip("address add 2001:db8:0::7/64 dev rmnet_data0 nodad");
+  EXPECT_EQ("2001:db8::7", Address(true));
+  EXPECT_EQ("-", Address(false));
+}
+
+}  // namespace
+}  // namespace kor::util

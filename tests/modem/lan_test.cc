@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: Apache-2.0
+// The wrapper's LAN side and the switches of the families.
+#include <string>
+#include <vector>
+
+#include "modem/bench.h"
+#include "modem/scenario.h"
+#include "wwan/mobileap_manager.h"
+
+namespace kor::test {
+
+using kor::modem::RunScenarioLine;
+using kor::wwan::MobileapManager;
+using LanInterface = MobileapManager::LanInterface;
+using Mode = MobileapManager::IpPassthroughMode;
+
+class LanTest : public BenchTest {
+ protected:
+  std::string Lan() {
+    std::string gw, nm, start, end;
+    bool dhcp = false;
+    int lease = 0;
+    if (!qcmap->GetLanConfig(gw, nm, dhcp, start, end, lease)) return "unknown";
+    return gw + " " + nm + " " + (dhcp ? "on " : "off ") + start + " " + end + " " + std::to_string(lease);
+  }
+
+  // "ETHERNET-or-other VLAN>PDN", for each.
+  std::string Vlans() {
+    std::vector<MobileapManager::VlanConfig> vlans(3);
+    std::vector<MobileapManager::VlanMapping> mappings(3);
+    if (!qcmap->GetVlanConfigs(vlans) || !qcmap->GetPdnToVlanMapping(mappings)) return "unknown";
+    std::string text;
+    for (const auto& vlan : vlans) {
+      text += std::to_string(static_cast<uint32_t>(vlan.interface)) + "/" + std::to_string(vlan.vlan_id) + " ";
+    }
+    for (const auto& mapping : mappings) {
+      text += std::to_string(mapping.vlan_id) + ">" + std::to_string(mapping.pdn) + " ";
+    }
+    return text;
+  }
+};
+
+TEST_F(LanTest, ARouterOutOfTheBoxIsConfiguredAndActivated) {
+  EXPECT_EQ("192.168.225.1 255.255.255.0 on 192.168.225.20 192.168.225.60 43200", Lan());
+  EXPECT_EQ("", modem.LanInForce());
+
+  // What is written is answered at once and in force when it is activated. -1 is a lease for ever.
+  EXPECT_TRUE(qcmap->SetLanConfig("10.0.0.1", "255.255.240.0", true, "10.0.0.2", "10.0.3.0", 4294967295));
+  EXPECT_EQ("10.0.0.1 255.255.240.0 on 10.0.0.2 10.0.3.0 -1", Lan());
+  modem.FailNext("ActivateLan", 1);
+  EXPECT_FALSE(qcmap->ActivateLan());
+  EXPECT_EQ("", modem.LanInForce());
+  EXPECT_TRUE(qcmap->ActivateLan());
+  EXPECT_EQ("10.0.0.1 255.255.240.0 10.0.0.2-10.0.3.0 4294967295", RunScenarioLine(modem, "lan").text);
+
+  // What no LAN can have is refused; a gateway that leaves its pool behind is not.
+  for (const char* mask : {"0.0.0.0", "255.0.255.0", "24", ""}) {
+    EXPECT_FALSE(qcmap->SetLanConfig("10.0.0.1", mask, true, "10.0.0.2", "10.0.0.9", 1)) << mask;
+  }
+  EXPECT_FALSE(qcmap->SetLanConfig("10.0.0.256", "255.255.255.0", true, "10.0.0.2", "10.0.0.9", 1));
+  EXPECT_FALSE(qcmap->SetLanConfig("10.0.0.1", "255.255.255.0", true, "10.0.1.0", "10.0.0.255", 1));
+  EXPECT_FALSE(qcmap->SetLanConfig("10.0.0.1", "255.255.255.0", true, "10.0.0.2", std::string("10.0.0.9\0x", 10), 1));
+  EXPECT_TRUE(qcmap->SetLanConfig("10.9.0.1", "255.255.255.255", false, "10.0.0.9", "10.0.0.9", 1));
+  EXPECT_TRUE(qcmap->ActivateLan());
+  EXPECT_EQ("10.9.0.1 255.255.255.255 - -", modem.LanInForce());
+}
+
+TEST_F(LanTest, VlansAreMappedToPdnsAndPassthroughIsKept) {
+  EXPECT_EQ("", Vlans());
+  MobileapManager::VlanConfig vlan{LanInterface::kUsb, 20, 1};
+  EXPECT_FALSE(qcmap->SetPdnToVlanMapping(vlan));
+  EXPECT_TRUE(qcmap->SetVlanConfig(vlan));
+  EXPECT_FALSE(qcmap->SetPdnToVlanMapping(vlan));  // There is no second policy yet.
+  EXPECT_TRUE(qcmap->CreateWwanPolicy(kor::wwan::Tech::kAny, kBoth, 2, 2));
+  EXPECT_TRUE(qcmap->SetPdnToVlanMapping(vlan));
+  EXPECT_EQ("1/20 20>1 ", Vlans());
+
+  // A VLAN that changes keeps its mapping; the default PDN and bad numbers are refused.
+  vlan = {LanInterface::kWlan, 20, 0};
+  EXPECT_TRUE(qcmap->SetVlanConfig(vlan));
+  EXPECT_FALSE(qcmap->SetPdnToVlanMapping(vlan));
+  for (const int32_t id : {-1, 0, 4095}) {
+    MobileapManager::VlanConfig bad{LanInterface::kEthernet, id, -1};
+    EXPECT_FALSE(qcmap->SetVlanConfig(bad)) << id;
+  }
+  EXPECT_EQ("2/20 20>1 ", Vlans());
+
+  // A mapping ends by itself or with its VLAN.
+  EXPECT_TRUE(qcmap->DeletePdnToVlanMapping(vlan));
+  EXPECT_FALSE(qcmap->DeletePdnToVlanMapping(vlan));
+  vlan.pdn = 1;
+  EXPECT_TRUE(qcmap->SetPdnToVlanMapping(vlan));
+  EXPECT_TRUE(qcmap->DeleteVlanConfig(vlan));
+  EXPECT_FALSE(qcmap->DeleteVlanConfig(vlan));
+  EXPECT_EQ("", Vlans());
+
+  // Passthrough settings outlive its being off; a target must be one of the mode.
+  MobileapManager::IpPassthroughConfig config{Mode::kMacAddress, "02:00:5E:10:00:01"};
+  EXPECT_TRUE(qcmap->SetIpPassthrough(false, config));
+  for (const MobileapManager::IpPassthroughConfig& bad : {MobileapManager::IpPassthroughConfig{Mode::kFirstClient, "x"},
+                                                          {Mode::kMacAddress, "02:00:5E:10:00:0"},
+                                                          {Mode::kMacAddress, "02-00-5E-10-00-01"},
+                                                          {Mode::kHostName, ""},
+                                                          {Mode::kHostName, "a b"},
+                                                          {Mode{3}, ""}}) {
+    config = bad;
+    EXPECT_FALSE(qcmap->SetIpPassthrough(true, config)) << config.target;
+  }
+  bool enabled = true;
+  EXPECT_TRUE(qcmap->GetIpPassthrough(enabled, config));
+  EXPECT_FALSE(enabled);
+  EXPECT_EQ("02:00:5E:10:00:01", config.target);
+}
+
+TEST_F(LanTest, AFamilyThatIsSwitchedOffHasNoCalls) {
+  BringUp(0, kIpv4);
+  bool ipv4 = false;
+  bool ipv6 = false;
+  EXPECT_TRUE(qcmap->GetIpv4State(0, ipv4) && qcmap->GetIpv6State(0, ipv6));
+  EXPECT_TRUE(ipv4 && ipv6);
+
+  // The call that is up goes down; a new one is refused until the switch is on again. The other family is untouched.
+  EXPECT_TRUE(qcmap->DisableIpv4(0));
+  EXPECT_EQ("disconnected 100 4", listener.Next());
+  EXPECT_EQ(kFailure, qcmap->ConnectBackhaul(0, kIpv4));
+  BringUp(0, kIpv6);
+  EXPECT_TRUE(qcmap->GetIpv4State(0, ipv4) && qcmap->GetIpv6State(0, ipv6));
+  EXPECT_TRUE(!ipv4 && ipv6);
+  EXPECT_TRUE(qcmap->EnableIpv4(0));
+  BringUp(0, kIpv4);
+
+  EXPECT_FALSE(qcmap->DisableIpv6(1));
+  EXPECT_FALSE(qcmap->GetIpv6State(1, ipv6));
+}
+
+}  // namespace kor::test

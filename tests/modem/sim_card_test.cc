@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: Apache-2.0
+// The SIM card: its PINs and its power, and what goes with it.
+#include <string>
+#include <vector>
+
+#include "common/vendor/dms_qmi_client.h"
+#include "common/vendor/uim_qmi_client.h"
+#include "modem/bench.h"
+#include "modem/scenario.h"
+#include "support/wait.h"
+#include "wwan/device_manager.h"
+
+namespace kor::test {
+
+using kor::modem::RunScenarioLine;
+using kor::vendor::qcom::qmi::DmsQmiClient;
+using kor::vendor::qcom::qmi::UimQmiClient;
+using Device = kor::wwan::DeviceManager;
+
+class SimCardTest : public BenchTest {
+ protected:
+  // The card is ready again.
+  void Restart() {
+    EXPECT_EQ(kSuccess, uim->TurnOffPower(1));
+    EXPECT_EQ(kSuccess, uim->TurnOnPower(1));
+    EXPECT_EQ(Device::kSimNotReady, dms->GetPinStatus());
+    EXPECT_TRUE(modem.WaitIdle(kLongEnough));
+  }
+
+  DmsQmiClient* const dms = DmsQmiClient::GetInstance();
+  UimQmiClient* const uim = UimQmiClient::GetInstance();
+};
+
+TEST_F(SimCardTest, ThreeWrongPinsWantThePukAndTenWrongPuksLoseTheCard) {
+  EXPECT_EQ(Device::kPinDisabled, dms->GetPinStatus());
+  EXPECT_EQ(kor::Result::kPreconditionFailed, dms->ChangePinLockPwd(1, "1234", "9876"));
+  EXPECT_EQ(kSuccess, dms->SetPinLock(1, true, "1234"));
+  EXPECT_EQ(Device::kPinVerified, dms->GetPinStatus());
+  EXPECT_EQ(kSuccess, dms->ChangePinLockPwd(1, "1234", "98765432"));
+
+  // A right PIN gives all tries back; what is no PIN costs none.
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(Device::kPinIncorrect, dms->SetPinLock(1, false, "1234"));
+    EXPECT_EQ(Device::kPinIncorrect, dms->ChangePinLockPwd(1, "1234", "1111"));
+    EXPECT_EQ(kSuccess, dms->SetPinLock(1, true, "98765432"));
+  }
+  for (const char* bad : {"123", "123456789", "12a4", ""}) EXPECT_EQ(kFailure, dms->SetPinLock(1, true, bad)) << bad;
+  EXPECT_EQ(kFailure, dms->ChangePinLockPwd(1, "98765432", "+123"));
+  EXPECT_EQ(kFailure, dms->SetPinLock(3, true, "1234"));
+
+  // The third wrong one blocks, also for the right one; PIN2 has tries of its own.
+  (void)dms->SetPinLock(1, false, "0000");
+  (void)dms->SetPinLock(1, false, "0000");
+  EXPECT_EQ(Device::kPinBlocked, dms->SetPinLock(1, false, "0000"));
+  EXPECT_EQ(Device::kPinBlocked, dms->SetPinLock(1, false, "98765432"));
+  EXPECT_EQ(Device::kPinBlocked, dms->GetPinStatus());
+  EXPECT_EQ(kSuccess, dms->SetPinLock(2, true, "1234"));
+
+  EXPECT_FALSE(modem.EnterPuk(1, "87654321", "1234"));
+  EXPECT_TRUE(RunScenarioLine(modem, "puk 1 12345678 4321").ok);
+  EXPECT_EQ(Device::kPinVerified, dms->GetPinStatus());
+  for (int i = 0; i < 10; ++i) EXPECT_FALSE(modem.EnterPuk(1, "00000000", "1234"));
+  EXPECT_FALSE(modem.EnterPuk(1, "12345678", "1234"));
+  EXPECT_EQ(Device::kPinPermanentlyBlocked, dms->GetPinStatus());
+  EXPECT_EQ(Device::kPinPermanentlyBlocked, dms->SetPinLock(1, false, "4321"));
+}
+
+TEST_F(SimCardTest, CallsGoWithTheCardAndWaitForItsPin) {
+  EXPECT_EQ(kSuccess, dms->SetPinLock(1, true, "1234"));
+  BringUp(0, kIpv4);
+  modem.IgnoreRequests(1);  // It hangs.
+  EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv6));
+
+  // Power off: what is up goes down, what is coming up fails, and nothing new is taken until the PIN is given.
+  EXPECT_EQ(kFailure, uim->TurnOffPower(2));
+  EXPECT_EQ(kSuccess, uim->TurnOffPower(1));
+  EXPECT_EQ("disconnected 100 4", listener.Next());
+  EXPECT_EQ("connect-failed 100 6", listener.Next());
+  EXPECT_EQ(Device::kSimNotReady, dms->SetPinLock(1, true, "1234"));
+  EXPECT_EQ(kSuccess, uim->TurnOnPower(1));
+  Restart();
+  EXPECT_EQ(Device::kPinNotVerified, dms->GetPinStatus());
+  EXPECT_EQ(kFailure, qcmap->ConnectBackhaul(0, kIpv4));
+  EXPECT_EQ(kSuccess, dms->SetPinLock(1, false, "1234"));
+  BringUp(0, kIpv4);
+
+  // The card is pulled out; power does not bring it back. A slow one takes its time.
+  EXPECT_TRUE(RunScenarioLine(modem, "sim off").ok);
+  EXPECT_EQ("disconnected 100 4", listener.Next());
+  EXPECT_EQ(kSuccess, uim->TurnOffPower(1));
+  EXPECT_EQ(kSuccess, uim->TurnOnPower(1));
+  EXPECT_TRUE(modem.WaitIdle(kLongEnough));
+  EXPECT_EQ(Device::kSimNotReady, dms->GetPinStatus());
+  modem.SetSimDelay(std::chrono::hours(1));
+  modem.SetSimPresent(true);
+  EXPECT_EQ(Device::kSimNotReady, dms->GetPinStatus());
+  EXPECT_EQ(kFailure, qcmap->ConnectBackhaul(0, kIpv4));
+}
+
+TEST_F(SimCardTest, PinsAreOnNoRecordAndEachRequestFailsOnDemand) {
+  modem.TakeRecord();
+  std::string model;
+  for (const char* name : {"SetPinLock", "ChangePinLockPwd", "GetModelId", "GetPinStatus", "TurnOffPower"}) {
+    modem.FailNext(name, 1, kor::Result{7});
+  }
+  EXPECT_EQ(kor::Result{7}, dms->SetPinLock(1, true, "1234"));
+  EXPECT_EQ(kor::Result{7}, dms->ChangePinLockPwd(2, "1234", "4321"));
+  EXPECT_EQ(kor::Result{7}, dms->GetModelId(model));
+  EXPECT_EQ(kor::Result{7}, dms->GetPinStatus());
+  EXPECT_EQ(kor::Result{7}, uim->TurnOffPower(1));
+  EXPECT_EQ((std::vector<std::string>{"SetPinLock 1 1 ****", "ChangePinLockPwd 2 **** ****", "GetModelId",
+                                      "GetPinStatus", "TurnOffPower 1"}),
+            modem.TakeRecord());
+  EXPECT_EQ(Device::kPinDisabled, dms->GetPinStatus());
+  EXPECT_EQ(kSuccess, dms->GetModelId(model));
+  EXPECT_EQ("simulated modem", model);
+}
+
+}  // namespace kor::test
