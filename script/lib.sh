@@ -37,7 +37,7 @@ step() {
   return "$status"
 }
 
-# Configures and builds a preset of CMakePresets.json into build/PRESET.
+# Configure, and build, a preset of CMakePresets.json in build/PRESET.
 configure() { (cd "$project" && cmake --preset "$1" "${@:2}"); }
 compile() { cmake --build "$project/build/$1" --parallel "$cores" "${@:2}"; }
 
