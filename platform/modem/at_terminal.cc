@@ -45,29 +45,29 @@ bool AtTerminal::LimitPassed() {
 }
 
 void AtTerminal::HandleReady() {
-  const bool left = pty_.TakeLeaving();
-  const bool open = pty_.IsOpen();
-  if (left && open) dialog_.HangUp();  // Another program is there already: what can be read is the new one's.
-  if (LimitPassed()) dialog_.Answer(false, "");
-  ReadTyped();
-  if (!open && used_) EndSession();
+  (void)Serve();
+  // Nobody is there any more: what was typed before is still executed, but nothing is waited for. Only after a session
+  // that was used, because Reset() itself is seen as one.
+  while (used_ && !pty_.IsOpen()) {
+    dialog_.HangUp();
+    if (Serve()) continue;
+    used_ = false;
+    (void)pty_.Reset();  // Without it the next program sees what this one did not read.
+  }
   Update();
 }
 
-void AtTerminal::ReadTyped() {
-  if (!dialog_.wants_input()) return;
+// Whether something was typed.
+bool AtTerminal::Serve() {
   char buffer[4096];
-  const size_t size = pty_.Read(buffer, sizeof(buffer));
-  if (size == 0) return;
+  const size_t size = dialog_.wants_input() ? pty_.Read(buffer, sizeof(buffer)) : 0;
+  // Asked after the reading: when the next program has typed already, the last one's leaving is known here.
+  if (pty_.TakeLeaving()) dialog_.HangUp();
+  if (LimitPassed()) dialog_.Answer(false, "");
+  if (size == 0) return false;
   used_ = true;
   dialog_.Type({buffer, size});
-}
-
-// Only after a session that was used: Reset() itself is seen as one.
-void AtTerminal::EndSession() {
-  used_ = false;
-  dialog_.HangUp();
-  (void)pty_.Reset();  // Without it the next program sees what this one did not read.
+  return true;
 }
 
 void AtTerminal::Update() {

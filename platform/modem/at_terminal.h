@@ -13,8 +13,8 @@ namespace kor::modem {
 
 // A terminal of the modem: a dialog whose far end is whatever program has opened a pty. Nothing blocks.
 //
-// Where no program is, what is shown is lost. When the last one leaves, its half line, what it typed ahead and the
-// answer it waited for are forgotten, so that the next program begins with a clean line; the settings stay.
+// Where no program is, what is shown is lost. When the last one leaves, its half line and the answer it waited for are
+// forgotten, so that the next program begins with a clean line; the settings stay.
 //
 // Thread safety: for one thread at a time.
 class AtTerminal {
@@ -36,8 +36,7 @@ class AtTerminal {
 
  private:
   bool LimitPassed();
-  void ReadTyped();
-  void EndSession();
+  bool Serve();
   void Watch(bool open);
 
   const int epoll_fd_;

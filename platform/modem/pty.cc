@@ -66,7 +66,7 @@ size_t Pty::Read(char* buffer, size_t size) { return Transferred(read(fd(), buff
 size_t Pty::Write(std::string_view text) { return Transferred(write(fd(), text.data(), text.size())); }
 
 bool Pty::Reset() {
-  tcflush(fd(), TCIOFLUSH);
+  tcflush(fd(), TCOFLUSH);
   tcsetattr(fd(), TCSANOW, &raw_);
   const int other_end = ioctl(fd(), TIOCGPTPEER, kOpenFlags);
   if (other_end < 0) return false;

@@ -36,9 +36,8 @@ class Pty {
   size_t Read(char* buffer, size_t size);
   size_t Write(std::string_view text);
 
-  // Forgets what was written and typed and read by nobody, and what the last program did to the mode. Seen as a program
-  // that comes and goes. False when there is no descriptor left for that.
-  // Requires: not IsOpen().
+  // Forgets what was written and nobody has read, and what the last program did to the mode. Is itself seen as a
+  // program that comes and goes. False when there is no descriptor left for that.
   bool Reset();
 
  private:

@@ -143,7 +143,7 @@ TEST_F(AtDialogTest, HostileInputLosesNothingOfTheNextLine) {
 
 TEST_F(AtDialogTest, RandomInputIsSurvived) {
   std::mt19937 random(20260101);  // Fixed: a failure can be had again.
-  const std::string kAlphabet("ATat+KWEISVQZ&=?,;\"\\/ 0139\r\r\n\b\x7f\0\xff", 38);
+  const std::string kAlphabet("ATat+KWEISVQZ&=?,;\"\\/ 0139\r\r\n\b\x7f\0\xff", 33);
   for (int round = 0; round < 20'000; ++round) {
     std::string typed;
     for (size_t size = random() % 40; size > 0; --size) typed += kAlphabet[random() % kAlphabet.size()];

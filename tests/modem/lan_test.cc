@@ -5,11 +5,13 @@
 
 #include "modem/bench.h"
 #include "modem/scenario.h"
+#include "vendor/operation.h"
 #include "wwan/mobileap_manager.h"
 
 namespace kor::test {
 
 using kor::modem::RunScenarioLine;
+using kor::vendor::qcom::ArgumentText;
 using kor::wwan::MobileapManager;
 using LanInterface = MobileapManager::LanInterface;
 using Mode = MobileapManager::IpPassthroughMode;
@@ -24,18 +26,14 @@ class LanTest : public BenchTest {
     return gw + " " + nm + " " + (dhcp ? "on " : "off ") + start + " " + end + " " + std::to_string(lease);
   }
 
-  // "ETHERNET-or-other VLAN>PDN", for each.
+  // "VLAN/INTERFACE VLAN>PDN", each VLAN and each mapping.
   std::string Vlans() {
     std::vector<MobileapManager::VlanConfig> vlans(3);
     std::vector<MobileapManager::VlanMapping> mappings(3);
     if (!qcmap->GetVlanConfigs(vlans) || !qcmap->GetPdnToVlanMapping(mappings)) return "unknown";
     std::string text;
-    for (const auto& vlan : vlans) {
-      text += std::to_string(static_cast<uint32_t>(vlan.interface)) + "/" + std::to_string(vlan.vlan_id) + " ";
-    }
-    for (const auto& mapping : mappings) {
-      text += std::to_string(mapping.vlan_id) + ">" + std::to_string(mapping.pdn) + " ";
-    }
+    for (const auto& vlan : vlans) text += std::to_string(vlan.vlan_id) + "/" + ArgumentText(vlan.interface) + " ";
+    for (const auto& mapping : mappings) text += std::to_string(mapping.vlan_id) + ">" + std::to_string(mapping.pdn);
     return text;
   }
 };
@@ -73,7 +71,7 @@ TEST_F(LanTest, VlansAreMappedToPdnsAndPassthroughIsKept) {
   EXPECT_FALSE(qcmap->SetPdnToVlanMapping(vlan));  // There is no second policy yet.
   EXPECT_TRUE(qcmap->CreateWwanPolicy(kor::wwan::Tech::kAny, kBoth, 2, 2));
   EXPECT_TRUE(qcmap->SetPdnToVlanMapping(vlan));
-  EXPECT_EQ("1/20 20>1 ", Vlans());
+  EXPECT_EQ("20/1 20>1", Vlans());
 
   // A VLAN that changes keeps its mapping; the default PDN and bad numbers are refused.
   vlan = {LanInterface::kWlan, 20, 0};
@@ -83,7 +81,7 @@ TEST_F(LanTest, VlansAreMappedToPdnsAndPassthroughIsKept) {
     MobileapManager::VlanConfig bad{LanInterface::kEthernet, id, -1};
     EXPECT_FALSE(qcmap->SetVlanConfig(bad)) << id;
   }
-  EXPECT_EQ("2/20 20>1 ", Vlans());
+  EXPECT_EQ("20/2 20>1", Vlans());
 
   // A mapping ends by itself or with its VLAN.
   EXPECT_TRUE(qcmap->DeletePdnToVlanMapping(vlan));
