@@ -7,14 +7,16 @@
 #include <cstring>
 #include <functional>
 #include <memory>
-#include <stdexcept>
 #include <string>
 
+#include "at_story.h"
+#include "device_story.h"
 #include "event_times.h"
 #include "log_tail.h"
 #include "modem/sim_modem.h"
 #include "narrator.h"
 #include "observe.h"
+#include "require.h"
 #include "wwan/data_manager.h"
 #include "wwan/dns_ctrl_manager.h"
 
@@ -44,15 +46,6 @@ struct Family {
 };
 constexpr Family kIpv4{IPFamily::kIpv4, AF_INET, "IPv4", "10.255.0.53", "10.255.0.80"};
 constexpr Family kIpv6{IPFamily::kIpv6, AF_INET6, "IPv6", "fd64:ffff::53", "fd64:ffff::80"};
-
-// What a step throws when the world is not as it should be; its text is the reason.
-struct StepFailed : std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
-
-void Require(bool condition, const std::string& reason) {
-  if (!condition) throw StepFailed(reason);
-}
 
 std::string Reason(kor::Result result) {
   return "result " + std::to_string(static_cast<int>(result)) + "; script/demo --log shows what the library saw";
@@ -88,6 +81,8 @@ class Demo {
     Disconnect(kIpv6);
     StopService();
     CheckNothingLeft();
+    TellAtCommands(story_);
+    TellDevice(story_);
   }
 
  private:

@@ -105,9 +105,9 @@ kor::Result AtModem::Answer(const AtCommand& command, bool ok, const std::string
 
 void AtModem::Notify(const std::string& text) {
   kor::util::MutexLock lock(mutex_);
-  for (const auto& terminal : terminals_) {
-    terminal->dialog().Notify(text);
-    terminal->Update();
+  for (AtTerminal& terminal : terminals_) {
+    terminal.dialog().Notify(text);
+    terminal.Update();
   }
 }
 
@@ -144,28 +144,31 @@ std::string AtModem::OpenTerminal() {
 }
 
 std::string AtModem::AddTerminalLocked() {
-  if (epoll_fd_ == nullptr) StartLocked();
+  if (watched_ == nullptr) StartLocked();
   const int32_t place = ++last_place_;
-  terminals_.push_back(std::make_unique<AtTerminal>(epoll_fd_->get(), terminals_.size(), ForwardFrom(place)));
-  AtTerminal& terminal = *terminals_.back();
+  AtTerminal& terminal = terminals_.emplace_back(watched_->epoll_fd.get(), watched_->opens, ForwardFrom(place));
   places_[place] = {&terminal.dialog(), &terminal, nullptr, 0};
   return terminal.path();
 }
 
 void AtModem::StartLocked() {
-  auto epoll_fd = std::make_unique<OwnedFd>(epoll_create1(EPOLL_CLOEXEC), "epoll_create1");
+  auto watched = std::make_unique<Watched>();
+  AddForReading(watched->epoll_fd.get(), watched->opens.fd());
   const SignalsBlocked blocked;
-  std::thread([this, fd = epoll_fd->get()] { ServeTerminals(fd); }).detach();
-  epoll_fd_ = std::move(epoll_fd);
+  std::thread([this, fd = watched->epoll_fd.get()] { ServeTerminals(fd); }).detach();
+  watched_ = std::move(watched);
 }
 
+// Whatever is ready, all terminals are looked at: they are few, and the opens are noticed for all of them at once.
 void AtModem::ServeTerminals(int epoll_fd) {
   pthread_setname_np(pthread_self(), kThreadName);
   for (;;) {
     epoll_event ready{};
     if (epoll_wait(epoll_fd, &ready, 1, -1) != 1) continue;
     kor::util::MutexLock lock(mutex_);
-    if (ready.data.u64 < terminals_.size()) terminals_[ready.data.u64]->HandleReady();
+    do {
+      for (AtTerminal& terminal : terminals_) terminal.HandleReady();
+    } while (watched_->opens.TakeNews());
   }
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <sys/epoll.h>
+
 #include <chrono>
 #include <cstdint>
 #include <list>
@@ -8,7 +10,6 @@
 #include <memory>
 #include <set>
 #include <string>
-#include <vector>
 
 #include "common/condition.h"
 #include "common/mutex.h"
@@ -18,6 +19,7 @@
 #include "modem/event_thread.h"
 #include "modem/modem_port.h"
 #include "modem/owned_fd.h"
+#include "modem/pty_opens.h"
 
 namespace kor::modem {
 
@@ -34,7 +36,7 @@ class AtModem {
  public:
   using Milliseconds = std::chrono::milliseconds;
 
-  static constexpr size_t kMaxTerminals = 64;
+  static constexpr size_t kMaxTerminals = 16;
 
   // `events` must outlive this object.
   explicit AtModem(EventThread& events) : events_(events) {}
@@ -59,6 +61,12 @@ class AtModem {
     uint64_t awaited = 0;                      // The latest command that was forwarded from here.
   };
 
+  // What the terminals' thread sleeps on.
+  struct Watched {
+    const OwnedFd epoll_fd{epoll_create1(EPOLL_CLOEXEC), "epoll_create1"};
+    PtyOpens opens;
+  };
+
   static AtCommand Marked(const AtCommand& command, int32_t place, uint64_t number);
   bool ForwardLocked(int32_t place, const AtCommand& command) KOR_REQUIRES(mutex_);
   AtDialog::Forward ForwardFrom(int32_t place);
@@ -76,8 +84,8 @@ class AtModem {
   std::map<int32_t, Place> places_ KOR_GUARDED_BY(mutex_);
   int32_t last_place_ KOR_GUARDED_BY(mutex_) = 0;
   uint64_t last_number_ KOR_GUARDED_BY(mutex_) = 0;
-  std::vector<std::unique_ptr<AtTerminal>> terminals_ KOR_GUARDED_BY(mutex_);
-  std::unique_ptr<OwnedFd> epoll_fd_ KOR_GUARDED_BY(mutex_);  // Null iff there is no thread for terminals yet.
+  std::unique_ptr<Watched> watched_ KOR_GUARDED_BY(mutex_);  // Null iff there is no thread for terminals yet.
+  std::list<AtTerminal> terminals_ KOR_GUARDED_BY(mutex_);
 };
 
 }  // namespace kor::modem

@@ -9,26 +9,12 @@
 
 namespace kor::modem {
 
-namespace {
-
-void Add(int epoll_fd, int fd, uint64_t token) {
-  epoll_event wanted{};
-  wanted.events = EPOLLIN;
-  wanted.data.u64 = token;
-  if (epoll_ctl(epoll_fd, EPOLL_CTL_ADD, fd, &wanted) != 0) {
-    throw std::system_error(errno, std::generic_category(), "epoll_ctl");
-  }
-}
-
-}  // namespace
-
-AtTerminal::AtTerminal(int epoll_fd, uint64_t token, AtDialog::Forward forward)
+AtTerminal::AtTerminal(int epoll_fd, PtyOpens& opens, AtDialog::Forward forward)
     : epoll_fd_(epoll_fd),
-      token_(token),
+      pty_(opens),
       timer_fd_(timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC), "timerfd_create"),
       dialog_(std::move(forward)) {
-  Add(epoll_fd_, pty_.opens_fd(), token_);
-  Add(epoll_fd_, timer_fd_.get(), token_);
+  AddForReading(epoll_fd, timer_fd_.get());
 }
 
 void AtTerminal::LimitWait(std::chrono::milliseconds limit) {
@@ -66,6 +52,7 @@ bool AtTerminal::Serve() {
   if (LimitPassed()) dialog_.Answer(false, "");
   if (size == 0) return false;
   used_ = true;
+  if (pty_.IsOpen()) pty_.NoteUse();
   dialog_.Type({buffer, size});
   return true;
 }
@@ -85,7 +72,6 @@ void AtTerminal::Watch(bool open) {
   epoll_event wanted{};
   if (dialog_.wants_input()) wanted.events |= EPOLLIN;
   if (!dialog_.output().empty()) wanted.events |= EPOLLOUT;
-  wanted.data.u64 = token_;
   if (open) {
     watched_ = epoll_ctl(epoll_fd_, watched_ ? EPOLL_CTL_MOD : EPOLL_CTL_ADD, pty_.fd(), &wanted) == 0;
   } else if (watched_) {

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <chrono>
-#include <cstdint>
 #include <string>
 
 #include "modem/at_dialog.h"
@@ -19,8 +18,9 @@ namespace kor::modem {
 // Thread safety: for one thread at a time.
 class AtTerminal {
  public:
-  // Adds its descriptors to an epoll set, with `token` as their data. Throws std::system_error.
-  AtTerminal(int epoll_fd, uint64_t token, AtDialog::Forward forward);
+  // Adds descriptors to an epoll set. `opens`, whose descriptor is in that set, must outlive it. Throws
+  // std::system_error.
+  AtTerminal(int epoll_fd, PtyOpens& opens, AtDialog::Forward forward);
 
   const std::string& path() const { return pty_.path(); }
   AtDialog& dialog() { return dialog_; }
@@ -28,7 +28,7 @@ class AtTerminal {
   // A forwarded command waits from now on: unless it is answered within `limit`, it fails.
   void LimitWait(std::chrono::milliseconds limit);
 
-  // One of its descriptors is ready.
+  // Something in the epoll set is ready.
   void HandleReady();
 
   // Shows what the dialog has to show. To be called after the dialog was changed.
@@ -40,7 +40,6 @@ class AtTerminal {
   void Watch(bool open);
 
   const int epoll_fd_;
-  const uint64_t token_;
   Pty pty_;
   const OwnedFd timer_fd_;
   AtDialog dialog_;

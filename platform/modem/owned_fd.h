@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <sys/epoll.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -24,5 +25,13 @@ class OwnedFd {
  private:
   const int fd_;
 };
+
+// Makes an epoll set ready when `fd` can be read. Throws std::system_error.
+inline void AddForReading(int epoll_fd, int fd) {
+  epoll_event wanted{};
+  wanted.events = EPOLLIN;
+  if (epoll_ctl(epoll_fd, EPOLL_CTL_ADD, fd, &wanted) == 0) return;
+  throw std::system_error(errno, std::generic_category(), "epoll_ctl");
+}
 
 }  // namespace kor::modem

@@ -3,7 +3,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/inotify.h>
 #include <sys/ioctl.h>
 
 #include <cstdlib>
@@ -30,35 +29,17 @@ size_t Transferred(ssize_t size) { return size > 0 ? static_cast<size_t>(size) :
 
 }  // namespace
 
-Pty::Pty()
-    : master_(posix_openpt(kOpenFlags), "/dev/ptmx"),
-      path_(Unlock(fd())),
-      opens_fd_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC), "inotify_init1") {
+Pty::Pty(PtyOpens& opens) : opens_(opens), master_(posix_openpt(kOpenFlags), "/dev/ptmx"), path_(Unlock(fd())) {
   Check(tcgetattr(fd(), &raw_), "tcgetattr");
   cfmakeraw(&raw_);
   // This opens and closes the other end: until then it would not look closed.
   Check(Reset() ? 0 : -1, path_.c_str());
-  Check(inotify_add_watch(opens_fd(), path_.c_str(), IN_OPEN | IN_CLOSE), path_.c_str());
+  watch_ = opens_.Watch(path_);
 }
 
 bool Pty::IsOpen() const {
   pollfd look{fd(), 0, 0};
   return poll(&look, 1, 0) == 0;
-}
-
-bool Pty::TakeLeaving() {
-  alignas(inotify_event) char buffer[4096];
-  bool left = false;
-  for (;;) {
-    const size_t size = Transferred(read(opens_fd(), buffer, sizeof(buffer)));
-    if (size == 0) return left;
-    // Events of a watch that is a file's carry no name: all are of the same size.
-    for (size_t at = 0; at + sizeof(inotify_event) <= size; at += sizeof(inotify_event)) {
-      const auto* const event = reinterpret_cast<const inotify_event*>(buffer + at);
-      if ((event->mask & IN_OPEN) != 0) ++opens_;
-      if ((event->mask & IN_CLOSE) != 0 && opens_ > 0 && --opens_ == 0) left = true;
-    }
-  }
 }
 
 size_t Pty::Read(char* buffer, size_t size) { return Transferred(read(fd(), buffer, size)); }

@@ -8,29 +8,32 @@
 #include <string_view>
 
 #include "modem/owned_fd.h"
+#include "modem/pty_opens.h"
 
 namespace kor::modem {
 
 // The modem's end of a pseudo-terminal in raw mode: any program may open the other end by its path. Nothing blocks.
 //
 // The modem does not keep the other end open, so that it sees the last program leave: until the next one comes fd() is
-// hung up, and for pollers ready for ever. opens_fd() becomes readable whenever a program opens or closes it.
+// hung up, and for pollers ready for ever. Programs that come and go are noticed by a PtyOpens.
 //
 // Thread safety: for one thread at a time.
 class Pty {
  public:
-  // Throws std::system_error when there can be none.
-  Pty();
+  // `opens` must outlive it. Throws std::system_error when there can be none.
+  explicit Pty(PtyOpens& opens);
 
   const std::string& path() const { return path_; }
   int fd() const { return master_.get(); }
-  int opens_fd() const { return opens_fd_.get(); }
 
   // Whether a program has the other end open.
   bool IsOpen() const;
 
-  // Whether the last program left since the last time; the next one may be there already. Makes opens_fd() unreadable.
-  bool TakeLeaving();
+  // Whether the last program left since the last time; the next one may be there already.
+  bool TakeLeaving() { return opens_.TakeLeaving(watch_); }
+
+  // The program that is there has typed.
+  void NoteUse() { opens_.NoteUse(watch_); }
 
   // Reads what was typed, and writes as much as there is room for; 0 when there is nothing, or no room.
   size_t Read(char* buffer, size_t size);
@@ -41,11 +44,11 @@ class Pty {
   bool Reset();
 
  private:
+  PtyOpens& opens_;
   const OwnedFd master_;
   const std::string path_;
   termios raw_{};
-  const OwnedFd opens_fd_;
-  int opens_ = 0;  // Programs' open descriptors, as far as the events tell: the kernel merges equal ones.
+  int watch_ = -1;
 };
 
 }  // namespace kor::modem

@@ -185,7 +185,7 @@ class KOR_EXPORT SimModem {
   // -- AT commands ---------------------------------------------------------------------------------------------------
 
   // A new terminal of the modem: the path of a pty that any terminal program may open ("/dev/pts/3"). Empty when there
-  // can be none (the log says why) or there are 64.
+  // can be none (the log says why) or there are 16.
   std::string OpenTerminal();
 
   // Types one line ("AT+CSQ") at a terminal of its own, with fresh settings and no echo, and waits for its result. What

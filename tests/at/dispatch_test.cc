@@ -14,45 +14,26 @@ TEST_F(AtTest, AnswersAreRenderedForTheTerminalsErrorMode) {
     CmdResponse response;
     int32_t cmee;
     std::string answer;
-  } const cases[] = {
-      {Ok(), 1, "OK "},
-      {Ok("1,2"), 0, "OK 1,2\n"},
-      {Ok("a\nb\n"), 2, "OK a\nb\n\n"},
-      {Failed(3), -1, "ERROR "},
-      {Failed(3), 0, "ERROR "},
-      {Failed(3), 3, "ERROR "},
-      {Failed(3), 1, "ERROR +CME ERROR: 3\n"},
-      {Failed(3), 2, "ERROR +CME ERROR: operation not allowed\n"},
-      {Failed(99), 1, "ERROR +CME ERROR: 99\n"},
-      {Failed(-2), 1, "ERROR +CME ERROR: -2\n"},
-      {Failed(99), 2, "ERROR +CME ERROR: \n"},
-      {Failed(-1), 1, "ERROR "},
-      {Failed(-1), 2, "ERROR "},
-  };
+  } const cases[] = {{Ok(), 1, "OK "},
+                     {Ok("1,2"), 0, "OK 1,2\n"},
+                     {Ok("a\nb\n"), 2, "OK a\nb\n\n"},
+                     {Failed(3), -1, "ERROR "},
+                     {Failed(3), 3, "ERROR "},
+                     {Failed(3), 1, "ERROR +CME ERROR: 3\n"},
+                     {Failed(3), 2, "ERROR +CME ERROR: operation not allowed\n"},
+                     {Failed(99), 1, "ERROR +CME ERROR: 99\n"},
+                     {Failed(-2), 1, "ERROR +CME ERROR: -2\n"},
+                     {Failed(99), 2, "ERROR +CME ERROR: \n"},
+                     {Failed(-1), 1, "ERROR "},
+                     {Failed(-1), 2, "ERROR "}};
   const CmdResponse* response = nullptr;
   Claim("+XY", [&](Command&) { return *response; });
   at_->StartService();
   for (const auto& c : cases) {
     response = &c.response;
     AtClient::Forward(Cmd("+XY", AtManager::kOpPlain, {}, c.cmee));
-    EXPECT_EQ(Lines{"+XY " + c.answer}, AtClient::TakeAnswers(1));
+    EXPECT_EQ(Lines{"+XY " + c.answer}, AtClient::answers.Take(1));
   }
-
-  const std::pair<int, const char*> texts[] = {
-      {0, "phone failure"},
-      {1, "no connection to phone"},
-      {2, "phone adaptor link reserved"},
-      {3, "operation not allowed"},
-      {4, "operation not supported"},
-      {21, "invalid index"},
-      {30, "no network service"},
-      {320, "Call index error"},
-      {321, "Call state error"},
-      {5, ""},
-      {-1, ""},
-      {322, ""},
-  };
-  for (const auto& [code, text] : texts) EXPECT_EQ(text, AtManager::GetCmeeErrorString(static_cast<Error>(code)));
 }
 
 TEST_F(AtTest, EveryCommandLeavesItsTraceAndOnlyRealOnesAreDispatched) {
@@ -64,72 +45,60 @@ TEST_F(AtTest, EveryCommandLeavesItsTraceAndOnlyRealOnesAreDispatched) {
   Claim("+low", [](Command&) { return Ok(); });  // Out of reach: names are upper-cased first.
   Claim("+EMPTY", nullptr);
   at_->StartService();
-  AtClient::TakeRequests(1);
+  AtClient::requests.Take(1);
   const struct {
     Command cmd;
-    Lines lines;
-    const char* answer;
-  } cases[] = {
-      {Cmd("+XY", 3, {"1", "2"}), {kServe + "RECV AT+XY=1,2\n", kServe + "SEND [OK]\n"}, "+XY OK "},
-      {Cmd("+xy", 3), {kServe + "RECV AT+XY=\n", kServe + "SEND [OK]\n"}, "+XY OK "},
-      {Cmd("+XY", 3, {"a,b", ""}), {kServe + "RECV AT+XY=a,b,\n", kServe + "SEND [OK]\n"}, "+XY OK "},
-      {Cmd("+Xy", 4), {kServe + "RECV AT+XY=?\n", kServe + "SEND [OK]\n"}, "+XY OK "},
-      {Cmd("+XY", 2), {kServe + "RECV AT+XY?\n", kServe + "SEND [OK]\n"}, "+XY OK "},
-      {Cmd("+XY", 77, {"1"}), {kServe + "RECV AT+XY\n", kServe + "SEND [OK]\n"}, "+XY OK "},
-      {Cmd("+XY", 0), {kServe + "RECV AT+XY\n", kServe + "SEND [ERROR]\n"}, "+XY ERROR "},
-      {Command{}, {kServe + "RECV AT\n", kServe + "SEND [ERROR]\n"}, " ERROR "},
-  };
+    const char* received;
+    bool served;
+  } cases[] = {{Cmd("+xy", 3), "AT+XY=", true},
+               {Cmd("+XY", 3, {"a,b", ""}), "AT+XY=a,b,", true},
+               {Cmd("+Xy", 4), "AT+XY=?", true},
+               {Cmd("+XY", 2), "AT+XY?", true},
+               {Cmd("+XY", 77, {"1"}), "AT+XY", true},
+               {Cmd("+XY", 0), "AT+XY", false},
+               {Command{}, "AT", false}};
   for (const auto& c : cases) {
     log_.Take();
     AtClient::Forward(c.cmd);
-    EXPECT_EQ(Lines{c.answer}, AtClient::TakeAnswers(1));
-    EXPECT_EQ(c.lines, log_.TakeWith("ServeCommand"));
+    const std::string result = c.served ? "OK" : "ERROR";
+    EXPECT_EQ(Lines{(c.cmd.name.empty() ? " " : "+XY ") + result + " "}, AtClient::answers.Take(1));
+    EXPECT_EQ((Lines{kServe + "RECV " + c.received + "\n", kServe + "SEND [" + result + "]\n"}),
+              log_.TakeWith("ServeCommand"));
   }
-  EXPECT_EQ((Lines{"+XY 3 2", "+XY 3 0", "+XY 3 2", "+XY 4 0", "+XY 2 0", "+XY 77 1"}), served.Take(6));
+  EXPECT_EQ((Lines{"+XY 3 0", "+XY 3 2", "+XY 4 0", "+XY 2 0", "+XY 77 1"}), served.Take(5));
 
   // Nobody's commands: a name not claimed, one that is only the beginning of one, one spelled out of reach, an empty
   // handler.
   log_.Take();
   for (const char* name : {"+NO", "+X", "+low", "+EMPTY"}) AtClient::Forward(Cmd(name, 2, {}, 1));
-  EXPECT_EQ((Lines{"+NO ERROR ", "+X ERROR ", "+LOW ERROR ", "+EMPTY ERROR "}), AtClient::TakeAnswers(4));
-  const std::string nobody =
+  EXPECT_EQ((Lines{"+NO ERROR ", "+X ERROR ", "+LOW ERROR ", "+EMPTY ERROR "}), AtClient::answers.Take(4));
+  const Lines warnings = log_.TakeWith("No callback");
+  ASSERT_EQ(4u, warnings.size());
+  EXPECT_EQ(
       "4 kor::wwan::AtManager::CmdResponse kor::wwan::AtService::HandleAtCommand(kor::wwan::AtManager::Command&) #: "
-      "No callback for ";
-  EXPECT_EQ((Lines{nobody + "+NO\n", nobody + "+X\n", nobody + "+LOW\n", nobody + "+EMPTY\n"}),
-            log_.TakeWith("No callback"));
+      "No callback for +NO\n",
+      warnings[0]);
 
   // An event without a record is a command without a name; other events are none.
   AtClient::Publish(0x301, nullptr);
-  EXPECT_EQ(Lines{" ERROR "}, AtClient::TakeAnswers(1));
+  EXPECT_EQ(Lines{" ERROR "}, AtClient::answers.Take(1));
   at_->StopService();
   Command cmd = Cmd("+XY");
   for (const uint32_t event : {0u, 0x300u, 0x302u, 0x303u}) AtClient::Publish(event, &cmd);
   EXPECT_EQ(std::vector<int32_t>{}, AtServicePeer::QueuedTypes());
 }
 
-TEST_F(AtTest, TheModemsOwnFieldsComeBackUnchanged) {
-  Command seen;
-  Record answered;
-  AtClient::on_answer = [&](const Command& cmd, const std::string& text) {
-    seen = cmd;
-    answered.Add(text);
-  };
-  Claim("+XY");
-  at_->StartService();
-  Command cmd = Cmd("+xy", 3, {"p"}, 2);
-  cmd.client_ref = -7;
-  cmd.client_data = {1, 2, 3, 0xffffffff};
-  AtClient::Forward(cmd);
-  EXPECT_EQ(Lines{""}, answered.Take(1));
-  EXPECT_EQ(-7, seen.client_ref);
-  EXPECT_EQ(cmd.client_data, seen.client_data);
-  EXPECT_EQ("+XY", seen.name);
-  at_.reset();
-}
-
 TEST_F(AtTest, AfterSendRunsOnceTheAnswerIsOut) {
   Record steps;
-  AtClient::on_answer = [&](const Command& cmd, const std::string&) { steps.Add("answer " + cmd.name); };
+  Command reset = Cmd("+reset", 3, {"p"}, 2);
+  reset.client_ref = -7;
+  reset.client_data = {1, 2, 3, 0xffffffff};
+  AtClient::on_answer = [&](const Command& cmd, const std::string&) {
+    steps.Add("answer " + cmd.name);
+    if (cmd.name != "+RESET") return;
+    EXPECT_EQ(-7, cmd.client_ref);  // The modem's own fields come back unchanged.
+    EXPECT_EQ(reset.client_data, cmd.client_data);
+  };
   Claim("+RESET", [&steps](Command&) {
     CmdResponse response = Ok();
     response.after_send_cb = [](void* arg) { static_cast<Record*>(arg)->Add("after"); };
@@ -142,7 +111,7 @@ TEST_F(AtTest, AfterSendRunsOnceTheAnswerIsOut) {
     response.after_send_cb = [&steps](void* arg) { steps.Add(arg == nullptr ? "null" : "not null"); };
     return response;
   });
-  for (const char* name : {"+RESET", "+NEXT", "+FAIL"}) AtClient::Forward(Cmd(name));
+  for (const Command& cmd : {reset, Cmd("+NEXT"), Cmd("+FAIL")}) AtClient::Forward(cmd);
   at_->StartService();
   EXPECT_EQ((Lines{"answer +RESET", "after", "answer +NEXT", "answer +FAIL", "null"}), steps.Take(5));
   at_.reset();
@@ -161,7 +130,7 @@ TEST_F(AtTest, WhatClientCodeThrowsIsLoggedAndTheServiceLivesOn) {
   Claim("+B");
   at_->StartService();
   for (const char* name : {"+THROW", "+ODD", "+AFTER", "+B"}) AtClient::Forward(Cmd(name, 2, {}, 2));
-  EXPECT_EQ((Lines{"+THROW ERROR ", "+ODD ERROR ", "+AFTER OK done\n", "+B OK "}), AtClient::TakeAnswers(4));
+  EXPECT_EQ((Lines{"+THROW ERROR ", "+ODD ERROR ", "+AFTER OK done\n", "+B OK "}), AtClient::answers.Take(4));
   EXPECT_EQ((Lines{"+AFTER 1", "+B 1", "+ODD 1", "+THROW 1"}), results_.Take(4));  // +REG is registered all the same.
 
   Lines errors;
@@ -188,9 +157,9 @@ TEST_F(AtTest, HandlersUseTheLibraryThemselves) {
   });
   at_->StartService();
   for (const char* name : {"+INNER", "+OPEN", "+INNER", "+NOTIFY"}) AtClient::Forward(Cmd(name));
-  EXPECT_EQ((Lines{"+INNER ERROR ", "+OPEN OK ", "+INNER OK inner\n", "+NOTIFY OK "}), AtClient::TakeAnswers(4));
+  EXPECT_EQ((Lines{"+INNER ERROR ", "+OPEN OK ", "+INNER OK inner\n", "+NOTIFY OK "}), AtClient::answers.Take(4));
   EXPECT_EQ((Lines{"+NOTIFY 1", "+OPEN 1", "+INNER 1"}), results_.Take(3));
-  EXPECT_EQ((Lines{"SendNotification +HELLO", "SetSoftwareReady"}), AtClient::TakeOthers());
+  EXPECT_EQ((Lines{"SendNotification +HELLO", "SetSoftwareReady"}), AtClient::others.Take(0));
   EXPECT_EQ(1, AtServicePeer::Holders());
 }
 
@@ -208,12 +177,35 @@ TEST_F(AtTest, RubbishIsCarriedAsItIs) {
   }
   at_->StartService();
   const std::string text = " OK 3 65536%s%n\n";
-  EXPECT_EQ((Lines{text, binary.substr(0, 5) + "Z" + text, "+X" + text}), AtClient::TakeAnswers(3));
+  EXPECT_EQ((Lines{text, binary.substr(0, 5) + "Z" + text, "+X" + text}), AtClient::answers.Take(3));
 
   // The empty name is the beginning of every other: it goes to the modem alone, the others after it.
   Lines expected = {"", binary.substr(0, 5) + "Z +X"};
-  EXPECT_EQ(expected, AtClient::TakeRequests(2));
+  EXPECT_EQ(expected, AtClient::requests.Take(2));
   EXPECT_EQ(2u, log_.TakeWith("is dulicated").size());
+}
+
+TEST(CmeeErrorStringTest, KnownCodesHaveTheirTexts) {
+  struct {
+    int code;
+    const char* text;
+  } const cases[] = {
+      {0, "phone failure"},
+      {1, "no connection to phone"},
+      {2, "phone adaptor link reserved"},
+      {3, "operation not allowed"},
+      {4, "operation not supported"},
+      {21, "invalid index"},
+      {30, "no network service"},
+      {320, "Call index error"},
+      {321, "Call state error"},
+      {-1, ""},
+      {5, ""},
+      {322, ""},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.text, AtManager::GetCmeeErrorString(static_cast<AtManager::CmeeErrorCode>(c.code))) << c.code;
+  }
 }
 
 }  // namespace

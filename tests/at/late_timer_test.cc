@@ -63,11 +63,11 @@ class LateTimerTest : public AtTest {
 TEST_F(LateTimerTest, OneTimerAtATimeSpacesThePasses) {
   // The second pass follows at once and sets the timer for what is left of two seconds.
   at_->StartService();
-  EXPECT_EQ(2u, AtClient::TakeRequests(2).size());
+  EXPECT_EQ(2u, AtClient::requests.Take(2).size());
   EXPECT_EQ(1u, g_added.Take(1).size());
   // Passes that claims bring while it is pending set no second one.
   Claim("+S");
-  EXPECT_EQ(Lines{"+R +S"}, AtClient::TakeRequests(1));
+  EXPECT_EQ(Lines{"+R +S"}, AtClient::requests.Take(1));
   at_->StopService();
   auto timers = TakeTimers();
   ASSERT_EQ(1u, timers.size());
@@ -81,7 +81,7 @@ TEST_F(LateTimerTest, OneTimerAtATimeSpacesThePasses) {
   EXPECT_EQ(-1, AtServicePeer::TimerId());
   EXPECT_EQ(std::vector<int32_t>{kor::wwan::kMsgRegister}, AtServicePeer::QueuedTypes());
   at_->StartService();
-  EXPECT_EQ(Lines{"+R +S"}, AtClient::TakeRequests(1));
+  EXPECT_EQ(Lines{"+R +S"}, AtClient::requests.Take(1));
   EXPECT_EQ(1u, g_added.Take(1).size());
 }
 
@@ -100,7 +100,7 @@ TEST_F(LateTimerTest, ATimerThatFiresAtOnceIsNotTakenForAPendingOne) {
   g_fires_at_once = true;
   at_->StartService();
   EXPECT_EQ(Lines{"+R 0"}, results_.Take(1));
-  EXPECT_EQ(6u, AtClient::TakeRequests(6).size());
+  EXPECT_EQ(6u, AtClient::requests.Take(6).size());
   EXPECT_EQ(-1, AtServicePeer::TimerId());
 }
 

@@ -14,7 +14,6 @@ namespace {
 
 using kor::wwan::AtService;
 using kor::wwan::kMsgAtCommand;
-using kor::wwan::kMsgRegister;
 
 // A handler that tells that it runs and waits to be let go.
 struct Gate {
@@ -27,6 +26,15 @@ struct Gate {
   std::shared_ptr<std::promise<void>> let_go = std::make_shared<std::promise<void>>();
   std::shared_future<void> leave = let_go->get_future().share();
 };
+
+// Ends the last manager while its handler runs.
+void EndInside(const Gate& gate, std::unique_ptr<AtManager> last) {
+  gate.entered->get_future().wait();
+  auto end = std::async(std::launch::async, [&] { last.reset(); });
+  ASSERT_TRUE(Eventually([] { return AtServicePeer::Holders() == 0; }));
+  gate.let_go->set_value();
+  ASSERT_EQ(std::future_status::ready, end.wait_for(kLongEnough));
+}
 
 void RunOnThreads(int count, const std::function<void(int)>& work) {
   std::vector<std::thread> threads;
@@ -53,7 +61,7 @@ TEST_F(AtTest, AStopKeepsWhatIsQueuedAndEndsNoLaterRun) {
   gate.let_go->set_value();
   ASSERT_EQ(std::future_status::ready, stop.wait_for(kLongEnough));
   EXPECT_EQ(0, stop.get());
-  EXPECT_EQ(Lines{"+GATE OK "}, AtClient::TakeAnswers(1));
+  EXPECT_EQ(Lines{"+GATE OK "}, AtClient::answers.Take(1));
   EXPECT_EQ(std::vector<int32_t>(4, kMsgAtCommand), AtServicePeer::QueuedTypes());
 
   // The next run serves them, and what came before it, in order; a second start makes no second thread.
@@ -62,14 +70,13 @@ TEST_F(AtTest, AStopKeepsWhatIsQueuedAndEndsNoLaterRun) {
   (void)log_.Take();
   at_->StartService();
   at_->StartService();
-  EXPECT_EQ((Lines{"+N OK ", "+N1 ERROR ", "+N2 ERROR ", "+N3 ERROR ", "+M OK "}), AtClient::TakeAnswers(5));
+  EXPECT_EQ((Lines{"+N OK ", "+N1 ERROR ", "+N2 ERROR ", "+N3 ERROR ", "+M OK "}), AtClient::answers.Take(5));
   EXPECT_EQ((Lines{"+GATE 1", "+N 1", "+M 1"}), results_.Take(3));
   const Lines threads = log_.TakeWith("TID [");
   ASSERT_EQ(1u, threads.size());
   const std::string line = "7 void kor::wwan::AtService::ThreadLoop() #: TID [";
   EXPECT_EQ(line, threads[0].substr(0, line.size()));
   EXPECT_NE(std::string::npos, ReadFile("/dev/kmsg").find("void kor::wwan::AtService::ThreadLoop() "));
-  EXPECT_TRUE(AtServicePeer::IsRunning());
   at_->StopService();
   EXPECT_EQ(std::vector<int32_t>{}, AtServicePeer::QueuedTypes());
 }
@@ -106,29 +113,25 @@ TEST_F(AtTest, ManagersShareOneServiceAndTheLastOneEndsIt) {
   Claim("+XY");
   other->StartService();
   AtClient::Forward(Cmd("+XY"));
-  EXPECT_EQ(Lines{"+XY OK "}, AtClient::TakeAnswers(1));
+  EXPECT_EQ(Lines{"+XY OK "}, AtClient::answers.Take(1));
 
   // One going leaves the service running for the other.
   at_.reset();
-  EXPECT_NE(std::string::npos, ReadFile("/dev/kmsg").find("int kor::wwan::AtService::ReleaseInstance() "))
-      << ReadFile("/dev/kmsg");
-  EXPECT_EQ(std::string::npos, ReadFile("/dev/kmsg").find("static"));
-  EXPECT_NE(std::string::npos, ReadFile("/dev/kmsg").find(": ref_cnt 1\n"));
+  const std::string console = ReadFile("/dev/kmsg");
+  EXPECT_NE(std::string::npos, console.find("int kor::wwan::AtService::ReleaseInstance() ")) << console;
+  EXPECT_EQ(std::string::npos, console.find("static"));
+  EXPECT_NE(std::string::npos, console.find(": ref_cnt 1\n"));
   AtClient::Forward(Cmd("+XY"));
-  EXPECT_EQ(Lines{"+XY OK "}, AtClient::TakeAnswers(1));
+  EXPECT_EQ(Lines{"+XY OK "}, AtClient::answers.Take(1));
   EXPECT_EQ(2, AtClient::holders());  // The manager and the service.
 
   // The last one stops it in the midst of its work. What it did not come to is dropped; nothing reaches it any more.
   const Gate gate;
   other->RegisterCallback("+GATE", gate, nullptr);
   for (const char* name : {"+GATE", "+XY", "+XY"}) AtClient::Forward(Cmd(name));
-  gate.entered->get_future().wait();
-  auto end = std::async(std::launch::async, [&] { other.reset(); });
-  ASSERT_TRUE(Eventually([] { return AtServicePeer::Holders() == 0; }));
-  gate.let_go->set_value();
-  ASSERT_EQ(std::future_status::ready, end.wait_for(kLongEnough));
+  EndInside(gate, std::move(other));
   AtClient::Forward(Cmd("+XY"));
-  EXPECT_EQ(Lines{"+GATE OK "}, AtClient::TakeAnswers(1));
+  EXPECT_EQ(Lines{"+GATE OK "}, AtClient::answers.Take(1));
   EXPECT_EQ(nullptr, AtService::s_ins_);
   EXPECT_EQ(0, AtClient::holders());
 
@@ -136,7 +139,7 @@ TEST_F(AtTest, ManagersShareOneServiceAndTheLastOneEndsIt) {
   AtManager next;
   next.StartService();
   AtClient::Forward(Cmd("+XY"));
-  EXPECT_EQ(Lines{"+XY ERROR "}, AtClient::TakeAnswers(1));
+  EXPECT_EQ(Lines{"+XY ERROR "}, AtClient::answers.Take(1));
 }
 
 TEST_F(AtTest, ManagersComeAndGoOnSeveralThreads) {
@@ -160,23 +163,17 @@ TEST_F(AtTest, ManagersComeAndGoOnSeveralThreads) {
   // A handler that makes a manager of its own while the last other one is going: it gets the next service.
   const Gate gate;
   auto last = std::make_unique<AtManager>();
-  last->RegisterCallback(
-      "+GATE",
-      [&](Command& cmd) {
-        (void)gate(cmd);
-        const AtManager own;
-        return Ok(std::to_string(AtServicePeer::Holders()));
-      },
-      nullptr);
+  const auto make_own = [&](Command& cmd) {
+    (void)gate(cmd);
+    const AtManager own;
+    return Ok(std::to_string(AtServicePeer::Holders()));
+  };
+  last->RegisterCallback("+GATE", make_own, nullptr);
   last->StartService();
   AtClient::on_answer = nullptr;
   AtClient::Forward(Cmd("+GATE"));
-  gate.entered->get_future().wait();
-  auto end = std::async(std::launch::async, [&] { last.reset(); });
-  ASSERT_TRUE(Eventually([] { return AtServicePeer::Holders() == 0; }));
-  gate.let_go->set_value();
-  ASSERT_EQ(std::future_status::ready, end.wait_for(kLongEnough));
-  EXPECT_EQ(Lines{"+GATE OK 1\n"}, AtClient::TakeAnswers(1));
+  EndInside(gate, std::move(last));
+  EXPECT_EQ(Lines{"+GATE OK 1\n"}, AtClient::answers.Take(1));
   EXPECT_EQ(0, AtClient::holders());
 }
 

@@ -16,9 +16,6 @@ namespace {
 
 using kor::vendor::qcom::qmi::AtsQmiClient;
 
-Record g_answers;
-Record g_requests;
-Record g_others;
 std::atomic<int> g_holders{0};
 
 AtsQmiClient& TheClient() {
@@ -28,6 +25,9 @@ AtsQmiClient& TheClient() {
 
 }  // namespace
 
+Record AtClient::answers;
+Record AtClient::requests;
+Record AtClient::others;
 std::function<int(const std::list<std::string>&)> AtClient::on_request;
 std::function<void(const Command&, const std::string&)> AtClient::on_answer;
 bool AtClient::m2m_reachable = true;
@@ -50,7 +50,7 @@ void AtClient::Reset() {
   on_request = nullptr;
   on_answer = nullptr;
   m2m_reachable = true;
-  for (Record* record : {&g_answers, &g_requests, &g_others}) (void)record->Take(0);
+  for (Record* record : {&answers, &requests, &others}) (void)record->Take(0);
 }
 
 void AtClient::Forward(Command cmd) { Publish(kor::util::kEvtAtCommand, &cmd); }
@@ -62,9 +62,6 @@ void AtClient::Publish(uint32_t event, void* data) {
   TheClient().event_cbs.Notify(ev);
 }
 
-Lines AtClient::TakeAnswers(size_t count) { return g_answers.Take(count); }
-Lines AtClient::TakeRequests(size_t count) { return g_requests.Take(count); }
-Lines AtClient::TakeOthers() { return g_others.Take(0); }
 int AtClient::holders() { return g_holders; }
 
 }  // namespace kor::test
@@ -83,7 +80,7 @@ void AtsQmiClient::ReleaseInstance() { --kor::test::g_holders; }
 int AtsQmiClient::RegisterCommands(std::list<std::string> names) {
   std::string line;
   for (const auto& name : names) line += (line.empty() ? "" : " ") + name;
-  kor::test::g_requests.Add(line);
+  AtClient::requests.Add(line);
   return AtClient::on_request ? AtClient::on_request(names) : 0;
 }
 
@@ -91,13 +88,13 @@ int AtsQmiClient::SendResponse(kor::wwan::AtManager::Command& cmd, bool result, 
   if (AtClient::on_answer) {
     AtClient::on_answer(cmd, text);
   } else {
-    kor::test::g_answers.Add(cmd.name + (result ? " OK " : " ERROR ") + text);
+    AtClient::answers.Add(cmd.name + (result ? " OK " : " ERROR ") + text);
   }
   return 0;
 }
 
 int AtsQmiClient::SendNotification(std::string text) {
-  kor::test::g_others.Add("SendNotification " + text);
+  AtClient::others.Add("SendNotification " + text);
   return 41;
 }
 
@@ -108,7 +105,7 @@ M2mQmiClient* M2mQmiClient::GetInstance() {
 }
 
 int M2mQmiClient::SetSoftwareReady() {
-  kor::test::g_others.Add("SetSoftwareReady");
+  AtClient::others.Add("SetSoftwareReady");
   return 42;
 }
 

@@ -41,10 +41,10 @@ class AtClient {
   static void Forward(Command cmd);
   static void Publish(uint32_t event, void* data);
 
-  static Lines TakeAnswers(size_t count);   // "NAME OK text", "NAME ERROR text"; see Record::Take.
-  static Lines TakeRequests(size_t count);  // "NAME NAME ...".
-  static Lines TakeOthers();                // "SendNotification text", "SetSoftwareReady".
-  static int holders();                     // Calls of GetInstance() that were not given back.
+  static Record answers;   // "NAME OK text", "NAME ERROR text".
+  static Record requests;  // "NAME NAME ...".
+  static Record others;    // "SendNotification text", "SetSoftwareReady".
+  static int holders();    // Calls of GetInstance() that were not given back.
 
   static std::function<int(const std::list<std::string>&)> on_request;       // Result of RegisterCommands; default 0.
   static std::function<void(const Command&, const std::string&)> on_answer;  // Takes answers instead of the record.

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "common/util/network_manager.h"
 
-#include <gtest/gtest.h>
 #include <net/if.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -9,7 +8,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <set>
@@ -17,6 +15,7 @@
 #include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "common/condition.h"
 #include "kutil/interface_monitor.h"
@@ -27,6 +26,7 @@ namespace {
 
 using test::Eventually;
 using test::Happening;
+using test::Ip;
 using test::ProcessState;
 
 // The names that were reported since they were last taken.
@@ -54,75 +54,58 @@ class Reports {
   std::set<std::string> names_ KOR_GUARDED_BY(mutex_);
 };
 
-void Ip(const std::string& arguments) { ASSERT_EQ(0, system(("ip " + arguments).c_str())) << arguments; }
+class NetworkManagerTest : public test::LinkTest {
+ protected:
+  ~NetworkManagerTest() override { close(fd); }
 
-// Takes a link up or down, which is one change or more: quick enough to outrun a reader.
-class Switch {
- public:
-  ~Switch() { close(fd_); }
+  // Takes a link up or down, which is one change or more: quick enough to outrun a reader.
   void Flip(const char* name) const {
     ifreq request{};
     std::string(name).copy(request.ifr_name, IFNAMSIZ - 1);
-    EXPECT_EQ(0, ioctl(fd_, SIOCGIFFLAGS, &request));
+    EXPECT_EQ(0, ioctl(fd, SIOCGIFFLAGS, &request));
     request.ifr_flags = static_cast<short>(request.ifr_flags ^ IFF_UP);
-    EXPECT_EQ(0, ioctl(fd_, SIOCSIFFLAGS, &request));
+    EXPECT_EQ(0, ioctl(fd, SIOCSIFFLAGS, &request));
   }
-
- private:
-  const int fd_ = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-};
-
-class NetworkManagerTest : public testing::Test {
- protected:
-  NetworkManagerTest() { Ip("link add rmnet_data0 type veth peer name carrier0"); }
-  ~NetworkManagerTest() override { Ip("link del carrier0"); }
-
   std::function<void(EventDic&)> Recorder() {
     return [this](EventDic& event) { reports.Add(event); };
   }
 
+  const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
   Reports reports;
-  Switch flip;
   const ProcessState before = ProcessState::Now();
 };
 
 TEST_F(NetworkManagerTest, EveryChangeOfEveryInterfaceIsReported) {
   NetworkManager manager;
   manager.SetEventCb(Recorder());
-  // The far end's change brings the near end's carrier, too.
-  Ip("link set carrier0 up");
-  EXPECT_TRUE(reports.Bring({"carrier0"}));
-  Ip("link set rmnet_data0 up");
-  EXPECT_TRUE(reports.Bring({"rmnet_data0", "carrier0"}));
-  for (const char* change : {"addr add 10.64.0.2/30", "addr del 10.64.0.2/30", "addr add fd64::2/64"}) {
-    Ip(change + std::string(" dev rmnet_data0"));
-    EXPECT_TRUE(reports.Bring({"rmnet_data0"})) << change;
-  }
-
-  // A link on top of another one is an interface like any other; so is one in a bridge, and one that has left it.
   const std::string stacked = "link add link rmnet_data0 name rmnet_data0.7 type ";
-  Ip(stacked + "vlan id 7 2>/dev/null || ip " + stacked + "macvlan");  // Not every kernel has the first kind.
-  EXPECT_TRUE(reports.Bring({"rmnet_data0.7"}));
-  Ip("link add br0 type bridge");
-  Ip("link set rmnet_data0.7 master br0");
-  Ip("link set rmnet_data0.7 nomaster");
-  EXPECT_TRUE(reports.Bring({"br0", "rmnet_data0.7"}));
-  Ip("addr add 10.64.0.6/30 dev rmnet_data0.7");
-  EXPECT_TRUE(reports.Bring({"rmnet_data0.7"}));
-  Ip("link del rmnet_data0.7");
-  EXPECT_TRUE(reports.Bring({"rmnet_data0.7"}));
-
-  // A rename is reported under both names, later changes under the new one; a deletion names who is gone.
-  Ip("link set rmnet_data0 down");
-  EXPECT_TRUE(reports.Bring({"rmnet_data0"}));
-  Ip("link set rmnet_data0 name rmnet_data5");
-  EXPECT_TRUE(reports.Bring({"rmnet_data0", "rmnet_data5"}));
-  Ip("addr add 10.64.0.2/30 dev rmnet_data5");
-  EXPECT_TRUE(reports.Bring({"rmnet_data5"}));
-  Ip("link del rmnet_data5");
-  EXPECT_TRUE(reports.Bring({"rmnet_data5", "carrier0"}));
-  Ip("link add rmnet_data0 type veth peer name carrier0");
-  EXPECT_TRUE(reports.Bring({"rmnet_data0", "carrier0"}));
+  const struct {
+    std::vector<std::string> changes;
+    std::set<std::string> names;
+  } steps[] = {
+      // The far end's change brings the near end's carrier, too.
+      {{"link set carrier0 up"}, {"carrier0"}},
+      {{"link set rmnet_data0 up"}, {"rmnet_data0", "carrier0"}},
+      {{"addr add 10.64.0.2/30 dev rmnet_data0"}, {"rmnet_data0"}},
+      {{"addr del 10.64.0.2/30 dev rmnet_data0"}, {"rmnet_data0"}},
+      {{"addr add fd64::2/64 dev rmnet_data0"}, {"rmnet_data0"}},
+      // A link on top of another one is an interface like any other (not every kernel has the first kind); so is one
+      // in a bridge, and one that has left it.
+      {{stacked + "vlan id 7 2>/dev/null || ip " + stacked + "macvlan"}, {"rmnet_data0.7"}},
+      {{"link add br0 type bridge", "link set rmnet_data0.7 master br0", "link set rmnet_data0.7 nomaster"},
+       {"br0", "rmnet_data0.7"}},
+      {{"addr add 10.64.0.6/30 dev rmnet_data0.7"}, {"rmnet_data0.7"}},
+      {{"link del rmnet_data0.7"}, {"rmnet_data0.7"}},
+      // A rename is reported under both names, later changes under the new one; a deletion names who is gone.
+      {{"link set rmnet_data0 down"}, {"rmnet_data0"}},
+      {{"link set rmnet_data0 name rmnet_data5"}, {"rmnet_data0", "rmnet_data5"}},
+      {{"addr add 10.64.0.2/30 dev rmnet_data5"}, {"rmnet_data5"}},
+      {{"link del rmnet_data5"}, {"rmnet_data5", "carrier0"}},
+      {{"link add rmnet_data0 type veth peer name carrier0"}, {"rmnet_data0", "carrier0"}}};
+  for (const auto& step : steps) {
+    for (const auto& change : step.changes) Ip(change);
+    EXPECT_TRUE(reports.Bring(step.names)) << step.changes[0];
+  }
 }
 
 TEST_F(NetworkManagerTest, ChangesThatCameTooFastAreMadeGood) {
@@ -139,11 +122,11 @@ TEST_F(NetworkManagerTest, ChangesThatCameTooFastAreMadeGood) {
       },
       16 * 1024);  // Room for some messages of both links, not for hundreds.
   monitor->Start();
-  flip.Flip("carrier0");
+  Flip("carrier0");
   ASSERT_TRUE(held.Awaited());
 
   // While the callback is held up, 500 changes fill the buffer; what follows finds no room in it.
-  for (int i = 0; i < 500; ++i) flip.Flip(i % 2 == 0 ? "carrier0" : "rmnet_data0");
+  for (int i = 0; i < 500; ++i) Flip(i % 2 == 0 ? "carrier0" : "rmnet_data0");
   Ip("link del gone0");
   Ip("link set rmnet_data0 name rmnet_data5");
   Ip("link add rmnet_data1 type bridge");
@@ -160,7 +143,7 @@ TEST_F(NetworkManagerTest, ChangesThatCameTooFastAreMadeGood) {
 TEST_F(NetworkManagerTest, NothingComesAfterUnsetOrTheObjectsEnd) {
   std::atomic<bool> done{false};
   std::thread changes([&] {
-    while (!done) flip.Flip("carrier0");
+    while (!done) Flip("carrier0");
   });
   const ProcessState busy = ProcessState::Now();
   std::atomic<int> calls{0};
@@ -205,10 +188,10 @@ TEST_F(NetworkManagerTest, TheCallbackMayEndReplaceAndThrow) {
   manager->SetEventCb([&](EventDic&) {
     ++calls;
     manager->SetEventCb(Recorder());
-    flip.Flip("rmnet_data0");
+    Flip("rmnet_data0");
     replaced.Happen();
   });
-  flip.Flip("carrier0");
+  Flip("carrier0");
   ASSERT_TRUE(replaced.Awaited());
   EXPECT_TRUE(reports.Bring({"rmnet_data0"}));
   EXPECT_EQ(1, calls);
@@ -220,7 +203,7 @@ TEST_F(NetworkManagerTest, TheCallbackMayEndReplaceAndThrow) {
     Happening ended;
     manager->SetEventCb([&](EventDic&) {
       ++calls;
-      for (int i = 0; i < 10; ++i) flip.Flip("carrier0");
+      for (int i = 0; i < 10; ++i) Flip("carrier0");
       destroy ? manager.reset() : manager->UnsetEventCb();
       ended.Happen();
     });

@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <cstdlib>
 #include <filesystem>
 #include <future>
 #include <iterator>
 #include <memory>
+#include <string>
 #include <thread>
 
 #include "support/wait.h"
@@ -48,6 +52,15 @@ struct ProcessState {
 
   long threads;
   long fds;
+};
+
+inline void Ip(const std::string& arguments) { ASSERT_EQ(0, system(("ip " + arguments).c_str())) << arguments; }
+
+// With a pair of interfaces in the sandbox.
+class LinkTest : public testing::Test {
+ protected:
+  LinkTest() { Ip("link add rmnet_data0 type veth peer name carrier0"); }
+  ~LinkTest() override { Ip("link del carrier0"); }
 };
 
 }  // namespace kor::test

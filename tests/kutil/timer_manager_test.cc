@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <climits>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -22,77 +23,63 @@ using test::Happening;
 using test::ProcessState;
 using Clock = std::chrono::steady_clock;
 
+int Add(TimerManager& timers, std::chrono::microseconds delay, std::function<bool()> task) {
+  return timers.AddTask(
+      delay.count(), [task = std::move(task)](int, void*) { return task(); }, nullptr);
+}
+
 TEST(TimerManagerTest, TasksRunInOrderOfTheirTimesAndNeverEarly) {
+  test::SyslogReader log;
   TimerManager timers;
   std::string order;
   Happening last;
-  int thing = 0;
   const auto start = Clock::now();
-  const auto note = [&](char name, std::chrono::milliseconds not_before, bool is_last = false) {
-    return [&order, &last, start, name, not_before, is_last](int, void*) {
+  const auto note = [&](char name, std::chrono::milliseconds delay) {
+    return Add(timers, delay, [&order, &last, start, name, delay] {
       order += name;
-      EXPECT_GE(Clock::now() - start, not_before);
-      if (is_last) last.Happen();
+      EXPECT_GE(Clock::now() - start, delay);
+      if (name == 'e') last.Happen();
       return false;
-    };
+    });
   };
-  const int late = timers.AddTask(60'000, note('d', 60ms, true), nullptr);
-  const int soon = timers.AddTask(20'000, note('b', 20ms), nullptr);
-  const int also = timers.AddTask(20'000, note('c', 20ms), nullptr);
-  std::atomic<int> own_id{-1};
-  const int now = timers.AddTask(
-      -5,
-      [&](int id, void* data) {
-        own_id = id;
-        EXPECT_EQ(&thing, data);
-        order += 'a';
-        return false;
-      },
-      &thing);
-  EXPECT_EQ((std::vector<int>{0, 1, 2, 3}), (std::vector<int>{late, soon, also, now}));
+  EXPECT_EQ(0, note('e', 60ms));
+  EXPECT_EQ(1, note('b', 20ms));
+  EXPECT_EQ(2, note('c', 20ms));
+  int thing = 0;
+  const auto first = [&](int id, void* data) {
+    EXPECT_EQ(3, id);
+    EXPECT_EQ(&thing, data);
+    order += 'a';
+    return false;
+  };
+  EXPECT_EQ(3, timers.AddTask(-5, first, &thing));
+  // One that throws is logged, ends with that, and takes nobody with it.
+  Add(timers, 40ms, [&order]() -> bool {
+    order += 'd';
+    throw std::runtime_error("oops");
+  });
   ASSERT_TRUE(last.Awaited());
-  EXPECT_EQ("abcd", order);
-  EXPECT_EQ(now, own_id);
+  EXPECT_EQ("abcde", order);
+  EXPECT_EQ(1u, log.TakeWith("A callback failed: oops").size());
 }
 
 TEST(TimerManagerTest, ATaskRunsAgainAsLongAsItSaysSo) {
-  test::SyslogReader log;
   TimerManager timers;
-  Happening third;
+  Happening third, after;
   std::vector<Clock::time_point> times;
-  timers.AddTask(
-      15'000,
-      [&](int id, void*) {
-        EXPECT_EQ(0, id);
-        times.push_back(Clock::now());
-        if (times.size() == 3) third.Happen();
-        return times.size() < 3;
-      },
-      nullptr);
+  Add(timers, 15ms, [&] {
+    times.push_back(Clock::now());
+    if (times.size() == 3) third.Happen();
+    return times.size() < 3;
+  });
   ASSERT_TRUE(third.Awaited());
-
-  // It is over. One that throws is logged, ends with that, and takes nobody with it.
-  std::atomic<int> throws{0};
-  timers.AddTask(
-      0,
-      [&](int, void*) -> bool {
-        ++throws;
-        throw std::runtime_error("oops");
-      },
-      nullptr);
-  Happening after;
-  timers.AddTask(
-      30'000,
-      [&](int, void*) {
-        after.Happen();
-        return false;
-      },
-      nullptr);
+  Add(timers, 30ms, [&] {
+    after.Happen();
+    return false;
+  });
   ASSERT_TRUE(after.Awaited());
   ASSERT_EQ(3u, times.size());
   for (size_t i = 1; i < 3; ++i) EXPECT_GE(times[i] - times[i - 1], 15ms);
-  EXPECT_EQ(1, throws);
-  EXPECT_EQ(1u, log.TakeWith("A callback failed: oops").size());
 }
 
 TEST(TimerManagerTest, DestructionDropsWhatWaitsAndAwaitsWhatRuns) {
@@ -100,23 +87,16 @@ TEST(TimerManagerTest, DestructionDropsWhatWaitsAndAwaitsWhatRuns) {
   const auto alive = std::make_shared<int>(0);
   auto timers = std::make_unique<TimerManager>();
   EXPECT_TRUE(before.Returns());  // No thread without a task.
-  std::atomic<bool> dropped_ran{false};
-  for (const long long delay : {300'000'000LL, LLONG_MAX - 1, LLONG_MAX}) {
-    timers->AddTask(
-        delay, [&dropped_ran, alive](int, void*) { return dropped_ran = true; }, nullptr);
+  std::atomic<bool> dropped_ran{false}, ended{false};
+  for (const long long us : {300'000'000LL, LLONG_MAX - 1, LLONG_MAX}) {
+    Add(*timers, std::chrono::microseconds(us), [&dropped_ran, alive] { return dropped_ran = true; });
   }
-  Happening entered;
-  Happening may_end;
-  std::atomic<bool> ended{false};
-  timers->AddTask(
-      0,
-      [&, alive](int, void*) {
-        entered.Happen();
-        EXPECT_TRUE(may_end.Awaited());
-        ended = true;
-        return true;
-      },
-      nullptr);
+  Happening entered, may_end;
+  Add(*timers, 0us, [&, alive] {
+    entered.Happen();
+    EXPECT_TRUE(may_end.Awaited());
+    return ended = true;
+  });
   ASSERT_TRUE(entered.Awaited());
   std::thread helper([&] { may_end.Happen(); });
   timers.reset();
@@ -132,18 +112,13 @@ TEST(TimerManagerTest, ATaskMayDestroyItsManager) {
   const auto alive = std::make_shared<int>(0);
   auto timers = std::make_shared<TimerManager>();
   Happening gone;
-  timers->AddTask(
-      600'000'000, [alive](int, void*) { return false; }, nullptr);
-  timers->AddTask(
-      0,
-      [&timers, &gone, alive](int, void*) {
-        timers->AddTask(
-            0, [](int, void*) { return false; }, nullptr);  // Tasks may add tasks, too.
-        timers.reset();
-        gone.Happen();
-        return true;
-      },
-      nullptr);
+  Add(*timers, 10min, [alive] { return false; });
+  Add(*timers, 0us, [&timers, &gone, alive] {
+    Add(*timers, 0us, [] { return false; });  // Tasks may add tasks, too.
+    timers.reset();
+    gone.Happen();
+    return true;
+  });
   ASSERT_TRUE(gone.Awaited());
   EXPECT_TRUE(before.Returns());
   EXPECT_EQ(1, alive.use_count());
@@ -156,18 +131,15 @@ TEST(TimerManagerTest, ManyThreadsAddTasksWhileTheyRun) {
   std::atomic<int> left{kThreads * kTasks};
   Happening all;
   TimerManager timers;
+  const auto task = [&](int id, void*) {
+    ++runs[static_cast<size_t>(id)];
+    if (--left == 0) all.Happen();
+    return false;
+  };
   std::vector<std::thread> threads;
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([&, t] {
-      for (int i = 0; i < kTasks; ++i) {
-        timers.AddTask((i * 7 + t) % 50 * 100,
-                       [&](int id, void*) {
-                         ++runs[static_cast<size_t>(id)];
-                         if (--left == 0) all.Happen();
-                         return false;
-                       },
-                       nullptr);
-      }
+      for (int i = 0; i < kTasks; ++i) timers.AddTask((i * 7 + t) % 50 * 100, task, nullptr);
     });
   }
   for (auto& thread : threads) thread.join();

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "modem/bench.h"
 
-#include <arpa/inet.h>
 #include <ifaddrs.h>
 #include <net/if.h>
+#include <netdb.h>
+#include <netinet/in.h>
 
 #include <cstdlib>
+#include <map>
 #include <utility>
 
 #include "support/wait.h"
@@ -17,18 +19,12 @@ namespace {
 using kor::util::EventDic;
 
 std::string Name(uint32_t event) {
-  switch (event) {
-    case kor::util::kEvtWwanConnected:
-      return "connected";
-    case kor::util::kEvtWwanConnectFailed:
-      return "connect-failed";
-    case kor::util::kEvtWwanDisconnected:
-      return "disconnected";
-    case kor::util::kEvtWwanDisconnectFailed:
-      return "disconnect-failed";
-    default:
-      return "unknown";
-  }
+  static const std::map<uint32_t, std::string> kNames{{kor::util::kEvtWwanConnected, "connected"},
+                                                      {kor::util::kEvtWwanConnectFailed, "connect-failed"},
+                                                      {kor::util::kEvtWwanDisconnected, "disconnected"},
+                                                      {kor::util::kEvtWwanDisconnectFailed, "disconnect-failed"}};
+  const auto name = kNames.find(event);
+  return name == kNames.end() ? "unknown" : name->second;
 }
 
 std::string Name(ConnectStatus status) {
@@ -51,11 +47,9 @@ bool IsGlobal(const sockaddr* address) {
 }
 
 std::string Text(const sockaddr* address) {
-  char text[INET6_ADDRSTRLEN] = "";
-  const bool ipv4 = address->sa_family == AF_INET;
-  const void* const bytes = ipv4 ? static_cast<const void*>(&reinterpret_cast<const sockaddr_in*>(address)->sin_addr)
-                                 : &reinterpret_cast<const sockaddr_in6*>(address)->sin6_addr;
-  inet_ntop(address->sa_family, bytes, text, sizeof(text));
+  char text[NI_MAXHOST] = "";
+  const auto size = static_cast<socklen_t>(address->sa_family == AF_INET ? sizeof(sockaddr_in) : sizeof(sockaddr_in6));
+  getnameinfo(address, size, text, sizeof(text), nullptr, 0, NI_NUMERICHOST);
   return text;
 }
 

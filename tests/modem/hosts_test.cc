@@ -102,7 +102,6 @@ TEST_F(HostsTest, ManyThreadsAskAtOnce) {
         if (i % 9 == 0) qcmap->DeleteWwanPolicy(static_cast<uint8_t>(t));
         if (i % 11 == 0) modem.FailConnects(1);
         if (i % 13 == 0) (void)modem.TakeRecord();
-        if (i % 17 == 0) (void)QcmapWrapper::GetInstance();
       }
     });
   }
@@ -113,9 +112,9 @@ TEST_F(HostsTest, ManyThreadsAskAtOnce) {
   ASSERT_TRUE(qcmap->GetWwanPolicies(policies));
   for (uint32_t index = 0; index < policies.size(); ++index) {
     for (const IPFamily family : {kIpv4, kIpv6}) EXPECT_EQ(kSuccess, qcmap->DisconnectBackhaul(index, family));
+    ASSERT_TRUE(modem.WaitIdle(kLongEnough));
+    EXPECT_EQ("disconnected disconnected", States(index));
   }
-  ASSERT_TRUE(modem.WaitIdle(kLongEnough));
-  for (uint32_t index = 0; index < policies.size(); ++index) EXPECT_EQ("disconnected disconnected", States(index));
 }
 
 TEST(ExitTest, TheProcessMayEndWhileTheModemIsBusy) {

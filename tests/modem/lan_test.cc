@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The wrapper's LAN side and the switches of the families.
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "modem/bench.h"
@@ -69,8 +70,7 @@ TEST_F(LanTest, VlansAreMappedToPdnsAndPassthroughIsKept) {
   EXPECT_FALSE(qcmap->SetPdnToVlanMapping(vlan));
   EXPECT_TRUE(qcmap->SetVlanConfig(vlan));
   EXPECT_FALSE(qcmap->SetPdnToVlanMapping(vlan));  // There is no second policy yet.
-  EXPECT_TRUE(qcmap->CreateWwanPolicy(kor::wwan::Tech::kAny, kBoth, 2, 2));
-  EXPECT_TRUE(qcmap->SetPdnToVlanMapping(vlan));
+  EXPECT_TRUE(qcmap->CreateWwanPolicy(kor::wwan::Tech::kAny, kBoth, 2, 2) && qcmap->SetPdnToVlanMapping(vlan));
   EXPECT_EQ("20/1 20>1", Vlans());
 
   // A VLAN that changes keeps its mapping; the default PDN and bad numbers are refused.
@@ -87,26 +87,25 @@ TEST_F(LanTest, VlansAreMappedToPdnsAndPassthroughIsKept) {
   EXPECT_TRUE(qcmap->DeletePdnToVlanMapping(vlan));
   EXPECT_FALSE(qcmap->DeletePdnToVlanMapping(vlan));
   vlan.pdn = 1;
-  EXPECT_TRUE(qcmap->SetPdnToVlanMapping(vlan));
-  EXPECT_TRUE(qcmap->DeleteVlanConfig(vlan));
+  EXPECT_TRUE(qcmap->SetPdnToVlanMapping(vlan) && qcmap->DeleteVlanConfig(vlan));
   EXPECT_FALSE(qcmap->DeleteVlanConfig(vlan));
   EXPECT_EQ("", Vlans());
 
   // Passthrough settings outlive its being off; a target must be one of the mode.
   MobileapManager::IpPassthroughConfig config{Mode::kMacAddress, "02:00:5E:10:00:01"};
   EXPECT_TRUE(qcmap->SetIpPassthrough(false, config));
-  for (const MobileapManager::IpPassthroughConfig& bad : {MobileapManager::IpPassthroughConfig{Mode::kFirstClient, "x"},
-                                                          {Mode::kMacAddress, "02:00:5E:10:00:0"},
-                                                          {Mode::kMacAddress, "02-00-5E-10-00-01"},
-                                                          {Mode::kHostName, ""},
-                                                          {Mode::kHostName, "a b"},
-                                                          {Mode{3}, ""}}) {
-    config = bad;
-    EXPECT_FALSE(qcmap->SetIpPassthrough(true, config)) << config.target;
+  const std::pair<Mode, const char*> kBad[] = {{Mode::kFirstClient, "x"},
+                                               {Mode::kMacAddress, "02:00:5E:10:00:0"},
+                                               {Mode::kMacAddress, "02-00-5E-10-00-01"},
+                                               {Mode::kHostName, ""},
+                                               {Mode::kHostName, "a b"},
+                                               {Mode{3}, ""}};
+  for (const auto& [mode, target] : kBad) {
+    config = {mode, target};
+    EXPECT_FALSE(qcmap->SetIpPassthrough(true, config)) << target;
   }
   bool enabled = true;
-  EXPECT_TRUE(qcmap->GetIpPassthrough(enabled, config));
-  EXPECT_FALSE(enabled);
+  EXPECT_TRUE(qcmap->GetIpPassthrough(enabled, config) && !enabled);
   EXPECT_EQ("02:00:5E:10:00:01", config.target);
 }
 
@@ -114,16 +113,14 @@ TEST_F(LanTest, AFamilyThatIsSwitchedOffHasNoCalls) {
   BringUp(0, kIpv4);
   bool ipv4 = false;
   bool ipv6 = false;
-  EXPECT_TRUE(qcmap->GetIpv4State(0, ipv4) && qcmap->GetIpv6State(0, ipv6));
-  EXPECT_TRUE(ipv4 && ipv6);
+  EXPECT_TRUE(qcmap->GetIpv4State(0, ipv4) && qcmap->GetIpv6State(0, ipv6) && ipv4 && ipv6);
 
   // The call that is up goes down; a new one is refused until the switch is on again. The other family is untouched.
   EXPECT_TRUE(qcmap->DisableIpv4(0));
   EXPECT_EQ("disconnected 100 4", listener.Next());
   EXPECT_EQ(kFailure, qcmap->ConnectBackhaul(0, kIpv4));
   BringUp(0, kIpv6);
-  EXPECT_TRUE(qcmap->GetIpv4State(0, ipv4) && qcmap->GetIpv6State(0, ipv6));
-  EXPECT_TRUE(!ipv4 && ipv6);
+  EXPECT_TRUE(qcmap->GetIpv4State(0, ipv4) && qcmap->GetIpv6State(0, ipv6) && !ipv4 && ipv6);
   EXPECT_TRUE(qcmap->EnableIpv4(0));
   BringUp(0, kIpv4);
 

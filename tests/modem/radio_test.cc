@@ -90,27 +90,21 @@ TEST_F(RadioTest, FiguresFollowTheSignalAndTheTechnology) {
   EXPECT_EQ(5000, *Ask(&NasQmiClient::GetErrorRateAsync).lte_bler);
 
   // Each technology has its own figures, and one serving cell with neighbours that are weaker.
-  const struct {
-    const char* word;
-    Network::RadioInterface radio;
-    bool circuit_switched;
-  } kRows[] = {{"gsm", Network::RadioInterface::kGsm, true},
-               {"umts", Network::RadioInterface::kUmts, true},
-               {"lte+nr5g", Network::RadioInterface::kLte, false},
-               {"nr5g", Network::RadioInterface::kNr5g, false}};
-  for (const auto& row : kRows) {
-    EXPECT_TRUE(RunScenarioLine(modem, std::string("technology ") + row.word).ok);
+  using Radio = Network::RadioInterface;
+  const std::pair<std::string, Radio> kRows[] = {
+      {"gsm", Radio::kGsm}, {"umts", Radio::kUmts}, {"lte+nr5g", Radio::kLte}, {"nr5g", Radio::kNr5g}};
+  for (const auto& [word, radio] : kRows) {
+    EXPECT_TRUE(RunScenarioLine(modem, "technology " + word).ok);
     const auto system = System();
-    EXPECT_EQ(row.radio, system.radio) << row.word;
-    EXPECT_TRUE(system.packet_switched && system.circuit_switched == row.circuit_switched) << row.word;
+    EXPECT_EQ(radio, system.radio) << word;
+    EXPECT_TRUE(system.packet_switched && system.circuit_switched == (radio < Radio::kLte)) << word;
     Network::CellLocationInfo cells;
     ASSERT_TRUE(nas->GetCellLocation(cells));
     EXPECT_EQ(system.cell_id, cells.serving->cell_id);
     EXPECT_EQ(system.area_code, cells.serving->area_code);
     ASSERT_GE(cells.neighbours.size(), 2u);
-    for (const auto& cell : cells.neighbours) EXPECT_LT(*cell.rsrp, *cells.serving->rsrp) << row.word;
-    const auto signal = Signal();
-    EXPECT_EQ(std::string(row.word).find("nr5g") != std::string::npos, signal.nr5g.has_value()) << row.word;
+    for (const auto& cell : cells.neighbours) EXPECT_LT(*cell.rsrp, *cells.serving->rsrp) << word;
+    EXPECT_EQ(word.find("nr5g") != std::string::npos, Signal().nr5g.has_value()) << word;
   }
 }
 

@@ -3,6 +3,7 @@
 
 #include <sstream>
 #include <stdexcept>
+#include <tuple>
 
 #include "common/vendor/dms_qmi_client.h"
 #include "common/vendor/nas_qmi_client.h"
@@ -60,6 +61,12 @@ bool Query(const char* operation, std::function<void(Answer&, void*)> callback, 
   return ok;
 }
 
+// A switch that is on.
+bool Switch(const char* operation, uint32_t index, bool& enabled) {
+  enabled = true;
+  return Record(operation, index).ok;
+}
+
 template <typename Client>
 Client* Instance() {
   static Client& client = *new Client;
@@ -110,6 +117,7 @@ namespace kor::vendor::qcom::qcmap {
 
 using kor::test::Instance;
 using kor::test::Record;
+using kor::test::Switch;
 
 QcmapWrapper* QcmapWrapper::GetInstance() { return Instance<QcmapWrapper>(); }
 
@@ -143,24 +151,17 @@ bool QcmapWrapper::DeleteWwanPolicy(uint8_t index) { return Record("DeleteWwanPo
 bool QcmapWrapper::GetWwanConnectStatus(uint32_t index, ConnectStatus& ipv4, ConnectStatus& ipv6) {
   const auto answers = Record("GetWwanConnectStatus", index);
   if (!answers.ok) return false;
+  ipv4 = ipv6 = ConnectStatus::kDisconnected;
   const auto state = answers.states.find(index);
-  ipv4 = state == answers.states.end() ? ConnectStatus::kDisconnected : state->second.first;
-  ipv6 = state == answers.states.end() ? ConnectStatus::kDisconnected : state->second.second;
+  if (state != answers.states.end()) std::tie(ipv4, ipv6) = state->second;
   return true;
 }
 
 bool QcmapWrapper::SetAutoConnect(uint32_t index, bool enable) { return Record("SetAutoConnect", index, enable).ok; }
 bool QcmapWrapper::SetRoaming(uint32_t index, bool enable) { return Record("SetRoaming", index, enable).ok; }
 
-bool QcmapWrapper::GetAutoConnect(uint32_t index, bool& enabled) {
-  enabled = true;
-  return Record("GetAutoConnect", index).ok;
-}
-
-bool QcmapWrapper::GetRoaming(uint32_t index, bool& enabled) {
-  enabled = true;
-  return Record("GetRoaming", index).ok;
-}
+bool QcmapWrapper::GetAutoConnect(uint32_t index, bool& on) { return Switch("GetAutoConnect", index, on); }
+bool QcmapWrapper::GetRoaming(uint32_t index, bool& on) { return Switch("GetRoaming", index, on); }
 
 kor::Result QcmapWrapper::ConnectBackhaul(uint32_t index, kor::util::IPFamily ip_family) {
   return kor::test::Request("ConnectBackhaul", index, ip_family);
@@ -182,15 +183,8 @@ kor::Result QcmapWrapper::GetNetworkConfig(uint32_t index, kor::util::IPFamily i
   return kor::Result::kSuccess;
 }
 
-bool QcmapWrapper::GetIpv4State(uint32_t index, bool& enabled) {
-  enabled = true;
-  return Record("GetIpv4State", index).ok;
-}
-
-bool QcmapWrapper::GetIpv6State(uint32_t index, bool& enabled) {
-  enabled = true;
-  return Record("GetIpv6State", index).ok;
-}
+bool QcmapWrapper::GetIpv4State(uint32_t index, bool& on) { return Switch("GetIpv4State", index, on); }
+bool QcmapWrapper::GetIpv6State(uint32_t index, bool& on) { return Switch("GetIpv6State", index, on); }
 
 bool QcmapWrapper::EnableIpv4(uint32_t index) { return Record("EnableIpv4", index).ok; }
 bool QcmapWrapper::DisableIpv4(uint32_t index) { return Record("DisableIpv4", index).ok; }
@@ -201,12 +195,9 @@ bool QcmapWrapper::DisableIpv6(uint32_t index) { return Record("DisableIpv6", in
 bool QcmapWrapper::GetLanConfig(std::string& gw, std::string& nm, bool& enable_dhcp, std::string& start,
                                 std::string& end, int& lease) {
   const auto answers = Record("GetLanConfig");
-  gw = answers.lan.gw;
-  nm = answers.lan.nm;
-  enable_dhcp = answers.lan.enable_dhcp;
-  start = answers.lan.dhcp_start_ip;
-  end = answers.lan.dhcp_end_ip;
-  lease = answers.lan.dhcp_lease_time;
+  const auto& lan = answers.lan;
+  std::tie(gw, nm, enable_dhcp) = std::tie(lan.gw, lan.nm, lan.enable_dhcp);
+  std::tie(start, end, lease) = std::tie(lan.dhcp_start_ip, lan.dhcp_end_ip, lan.dhcp_lease_time);
   return answers.ok;
 }
 
