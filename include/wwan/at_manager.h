@@ -30,7 +30,8 @@ class AtService;
 //     ReleaseCommands, SendNotification, NotifyRegistrationDone and create managers;
 //   - registration results (`reg_cb`), with the registry locked: they may call only SendNotification and
 //     NotifyRegistrationDone, and must not wait for a thread that is in RegisterCallback.
-// None of them may call StartService or StopService, or destroy the last manager: that would wait for itself.
+// StartService and StopService do nothing on the service thread (StopService logs it): it cannot wait for itself. A
+// handler that destroys the last manager has its command answered; the service ends soon after.
 //
 // What they throw goes no further: the service logs it as an error, with the command's name, and lives on. A command
 // whose handler threw is answered as a failure without an error code.

@@ -87,6 +87,7 @@ int TimerTasks::Add(int64_t delay_us, std::function<bool(int, void*)> run, void*
   Queue node;
   node.emplace(DueAfter(NowUs(), delay_us), Task{-1, delay_us, std::move(run), user_data});
   MutexLock lock(mutex_);
+  if (closed_) return -1;  // From a task that still runs: nothing it adds would ever run.
   if (!thread_.joinable() && !StartLocked()) return -1;
   const int id = next_id_;
   next_id_ = next_id_ == INT_MAX ? 0 : next_id_ + 1;

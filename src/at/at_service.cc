@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "common/kernel_log.h"
+#include "common/log.h"
 #include "common/vendor/ats_qmi_client.h"
 
 namespace kor::wwan {
@@ -37,9 +38,23 @@ int AtService::ReleaseInstance() {
     }
   }
   // After the unlock: it waits for the service thread, where a handler may be about to create a manager.
-  delete last;
+  if (last != nullptr) Destroy(last);
   KOR_KERNEL_LOG_AS("int kor::wwan::AtService::ReleaseInstance()", "ref_cnt %d\n", left);
   return left;
+}
+
+void AtService::Destroy(AtService* service) {
+  if (!OnServiceThread()) {
+    delete service;
+    return;
+  }
+  // A handler gave up the last manager. The thread cannot wait for itself: another one does, once the handler has
+  // returned and its command is answered.
+  try {
+    std::thread([service] { delete service; }).detach();
+  } catch (const std::system_error& e) {
+    KOR_LOG(LOG_ERR, "The service is left behind: %s\n", e.what());
+  }
 }
 
 AtService::AtService() : ats_(AtsQmiClient::GetInstance()), timer_link_(std::make_shared<TimerLink>()) {
@@ -60,6 +75,7 @@ AtService::~AtService() {
 }
 
 int AtService::Start() {
+  if (OnServiceThread()) return 0;  // It runs, or is being stopped by one who waits for this very thread.
   kor::util::MutexLock lock(state_mutex_);
   if (running_) return 0;
   running_ = true;
@@ -73,6 +89,10 @@ int AtService::Start() {
 }
 
 int AtService::Stop() {
+  if (OnServiceThread()) {
+    KOR_LOG(LOG_ERR, "The service thread cannot wait for itself\n");
+    return 0;
+  }
   kor::util::MutexLock lock(state_mutex_);
   if (!running_) return 0;
   running_ = false;

@@ -56,16 +56,15 @@ class KOR_EXPORT AtService {
   // Takes part in the process's one service, which the first call creates.
   static AtService* GetInstance() KOR_EXCLUDES(s_mutex_);
 
-  // Gives that up; the last holder's call stops and destroys the service. The number of holders left.
-  // Requires: not the last holder's when on the service thread.
+  // Gives that up; the last holder's call stops and destroys the service (from the service thread itself: soon after
+  // the handler has returned). The number of holders left.
   static int ReleaseInstance() KOR_EXCLUDES(s_mutex_);
 
-  // Starts the service thread, if it does not run. Always 0.
-  // Requires: not called on the service thread.
+  // Starts the service thread, if it does not run. Always 0. On the service thread it does nothing.
   int Start() KOR_EXCLUDES(state_mutex_);
 
   // Ends it between two messages and waits for that. What is queued stays, in order. Always 0.
-  // Requires: not called on the service thread.
+  // On the service thread, which cannot wait for itself, it logs that and does nothing.
   int Stop() KOR_EXCLUDES(state_mutex_);
 
   // Puts the callables into the registry; a new name queues a pass. Always 0.
@@ -117,6 +116,8 @@ class KOR_EXPORT AtService {
   // Requires: no event of the AT client comes any more.
   ~AtService();
 
+  static bool OnServiceThread();
+  static void Destroy(AtService* service);
   void PushNode(std::list<AtServiceMsg>& node) KOR_EXCLUDES(queue_mutex_);
   std::list<AtServiceMsg> PopMsg() KOR_EXCLUDES(queue_mutex_);
   void DropStopMessages() KOR_EXCLUDES(queue_mutex_);

@@ -20,6 +20,8 @@ constexpr char kServeCommand[] = "void kor::wwan::AtService::ServeCommand(kor::w
 
 bool IsLogged(int priority) { return (setlogmask(0) & LOG_MASK(priority)) != 0; }
 
+thread_local bool t_on_service_thread = false;  // A service thread serves one service all its life.
+
 }  // namespace
 
 void AtService::EventCb(kor::util::EventDic& ev) {
@@ -61,7 +63,10 @@ void AtService::DropStopMessages() {
   msg_queue_.remove_if([](const AtServiceMsg& msg) { return msg.type == kMsgStop; });
 }
 
+bool AtService::OnServiceThread() { return t_on_service_thread; }
+
 void AtService::ThreadLoop() {
+  t_on_service_thread = true;
   const long tid = syscall(SYS_gettid);
   KOR_LOG(LOG_DEBUG, "TID [%ld]\n", tid);
   KOR_KERNEL_LOG("TID [%ld]\n", tid);

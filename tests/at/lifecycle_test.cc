@@ -142,6 +142,31 @@ TEST_F(AtTest, ManagersShareOneServiceAndTheLastOneEndsIt) {
   EXPECT_EQ(Lines{"+XY ERROR "}, AtClient::answers.Take(1));
 }
 
+// Regression: a handler's own manager can turn out to be the last; its end used to join the thread it ran on.
+TEST_F(AtTest, TheLastManagerMayGoInsideAHandler) {
+  const Gate gate;
+  auto outer = std::make_unique<AtManager>();
+  at_.reset();
+  outer->RegisterCallback(
+      "+LAST",
+      [&](Command& cmd) {
+        const auto own = std::make_unique<AtManager>();
+        (void)gate(cmd);
+        own->StopService();
+        own->StartService();
+        return Ok();
+      },
+      nullptr);
+  outer->StartService();
+  AtClient::Forward(Cmd("+LAST"));
+  gate.entered->get_future().wait();
+  outer.reset();
+  gate.let_go->set_value();
+  EXPECT_EQ(Lines{"+LAST OK "}, AtClient::answers.Take(1));
+  EXPECT_TRUE(Eventually([] { return AtClient::holders() == 0; }));
+  EXPECT_EQ(nullptr, AtService::s_ins_);
+}
+
 TEST_F(AtTest, ManagersComeAndGoOnSeveralThreads) {
   at_.reset();
   std::atomic<int> served{0};

@@ -23,7 +23,7 @@ class KOR_EXPORT TimerManager {
 
   // Runs `task(id, user_data)` once `delay_us` microseconds of the monotonic clock have passed, and again so long after
   // it has returned true. The id, distinct from that of every other task of the manager and never negative; -1 when the
-  // thread cannot be started.
+  // thread cannot be started, or the manager is being destroyed.
   int AddTask(long long delay_us, std::function<bool(int, void*)> task, void* user_data);
 
  private:
