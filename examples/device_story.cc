@@ -195,7 +195,7 @@ class DeviceStory {
     const auto promise = std::make_shared<std::promise<Record>>();
     Require((radio_.*query)([promise](Record& record, void*) { promise->set_value(record); }, nullptr),
             "the modem did not take the request");
-    const Record record = Await(promise->get_future(), "answer");
+    Record record = Await(promise->get_future(), "answer");
     Require(record.result == kor::Result::kSuccess, "the modem answers " + Hex(record.result));
     return record;
   }

@@ -61,7 +61,10 @@ TEST_F(AtTest, EveryCommandLeavesItsTraceAndOnlyRealOnesAreDispatched) {
     log_.Take();
     AtClient::Forward(c.cmd);
     const std::string result = c.served ? "OK" : "ERROR";
-    EXPECT_EQ(Lines{(c.cmd.name.empty() ? " " : "+XY ") + result + " "}, AtClient::answers.Take(1));
+    std::string answer = c.cmd.name.empty() ? " " : "+XY ";
+    answer += result;
+    answer += " ";
+    EXPECT_EQ(Lines{answer}, AtClient::answers.Take(1));
     EXPECT_EQ((Lines{kServe + "RECV " + c.received + "\n", kServe + "SEND [" + result + "]\n"}),
               log_.TakeWith("ServeCommand"));
   }
