@@ -65,8 +65,11 @@ TEST_F(AtTest, EveryCommandLeavesItsTraceAndOnlyRealOnesAreDispatched) {
     answer += result;
     answer += " ";
     EXPECT_EQ(Lines{answer}, AtClient::answers.Take(1));
-    EXPECT_EQ((Lines{kServe + "RECV " + c.received + "\n", kServe + "SEND [" + result + "]\n"}),
-              log_.TakeWith("ServeCommand"));
+    std::string received = kServe;
+    received.append("RECV ").append(c.received).append("\n");
+    std::string sent = kServe;
+    sent.append("SEND [").append(result).append("]\n");
+    EXPECT_EQ((Lines{received, sent}), log_.TakeWith("ServeCommand"));
   }
   EXPECT_EQ((Lines{"+XY 3 0", "+XY 3 2", "+XY 4 0", "+XY 2 0", "+XY 77 1"}), served.Take(5));
 
