@@ -3,6 +3,7 @@
 #include <atomic>
 #include <ctime>
 
+#include "at/allocations.h"
 #include "at/at_fixture.h"
 
 namespace kor::test {
@@ -61,6 +62,17 @@ TEST_F(LoadTest, AHundredThousandQueuedCommandsAreServedByTheNextRun) {
   ForwardRounds(100);
   at_->StartService();
   EXPECT_EQ(100u, rounds_.Take(100).size());
+}
+
+TEST_F(LoadTest, ACommandCostsThreeAllocations) {
+  // The queued message, its parameters, and the one that does not fit into a string object.
+  at_->StartService();
+  ForwardRounds(1);
+  ASSERT_EQ(1u, rounds_.Take(1).size());
+  const long before = Allocations();
+  ForwardRounds(1);
+  ASSERT_EQ(1u, rounds_.Take(1).size());
+  EXPECT_LE(Allocations() - before, 3 * kRound + 10);  // Ten for the record of the round.
 }
 
 // CPU time of the service thread, in microseconds, for the passes that register so many names.
