@@ -3,7 +3,7 @@
 
 #include <signal.h>
 
-namespace kor::modem {
+namespace kor::util {
 
 // Blocks every signal while it lives, so that a thread started meanwhile takes none.
 class SignalsBlocked {
@@ -21,4 +21,4 @@ class SignalsBlocked {
   sigset_t before_;
 };
 
-}  // namespace kor::modem
+}  // namespace kor::util

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <climits>
-#include <csignal>
 #include <cstdint>
 #include <cstring>
 #include <ctime>
@@ -18,26 +17,11 @@
 #include "common/log.h"
 #include "common/mutex.h"
 #include "kutil/guarded_call.h"
+#include "kutil/signals_blocked.h"
 
 namespace kor::util {
 
 namespace {
-
-// Blocks all signals for the length of a scope; a thread that is started in it inherits that.
-class SignalsBlocked {
- public:
-  SignalsBlocked() {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before_);
-  }
-  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-  SignalsBlocked(const SignalsBlocked&) = delete;
-  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
- private:
-  sigset_t before_;
-};
 
 int64_t NowUs() {
   timespec now{};

@@ -11,7 +11,7 @@
 #include <utility>
 
 #include "common/log.h"
-#include "modem/signals_blocked.h"
+#include "kutil/signals_blocked.h"
 
 namespace kor::modem {
 
@@ -154,7 +154,7 @@ std::string AtModem::AddTerminalLocked() {
 void AtModem::StartLocked() {
   auto watched = std::make_unique<Watched>();
   AddForReading(watched->epoll_fd.get(), watched->opens.fd());
-  const SignalsBlocked blocked;
+  const kor::util::SignalsBlocked blocked;
   std::thread([this, fd = watched->epoll_fd.get()] { ServeTerminals(fd); }).detach();
   watched_ = std::move(watched);
 }

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "modem/signals_blocked.h"
+#include "kutil/signals_blocked.h"
 
 namespace kor::modem {
 
@@ -26,7 +26,7 @@ int64_t AfterUs(std::chrono::milliseconds delay) {
 }  // namespace
 
 EventThread::EventThread() {
-  const SignalsBlocked blocked;
+  const kor::util::SignalsBlocked blocked;
   thread_ = std::thread([this] { Run(); });
 }
 
