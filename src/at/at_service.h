@@ -10,6 +10,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "common/condition.h"
 #include "common/event_dic.h"
@@ -106,6 +107,8 @@ class KOR_EXPORT AtService {
     bool operator()(Registry::iterator a, Registry::iterator b) const { return a->first < b->first; }
   };
 
+  using Pending = std::set<Registry::iterator, NameOrder>;
+
   // What a timer holds: the way to the service, or to nothing once that is being destroyed.
   struct TimerLink {
     kor::util::Mutex mutex;
@@ -124,8 +127,9 @@ class KOR_EXPORT AtService {
   void ServeCommand(AtManager::Command& cmd);
 
   void RegisterPending() KOR_EXCLUDES(cmd_mutex_);
-  void AcceptNames(const std::list<std::string>& names) KOR_REQUIRES(cmd_mutex_);
-  void RefuseNames(const std::list<std::string>& names, std::list<CmdSetInfo>& given_up) KOR_REQUIRES(cmd_mutex_);
+  void AcceptNames(const std::vector<Pending::iterator>& candidates) KOR_REQUIRES(cmd_mutex_);
+  void RefuseNames(const std::vector<Pending::iterator>& candidates, std::list<CmdSetInfo>& given_up)
+      KOR_REQUIRES(cmd_mutex_);
   void ScheduleNextPass() KOR_REQUIRES(cmd_mutex_);
 
   static kor::util::Mutex& s_mutex_;  // Held while holders are counted.
@@ -151,8 +155,8 @@ class KOR_EXPORT AtService {
   // The registry. Its lock is held for the whole of a pass, the request to the modem and every reg_cb included.
   kor::util::Mutex cmd_mutex_;
   Registry cmd_set_info_m_ KOR_GUARDED_BY(cmd_mutex_);
-  std::set<Registry::iterator, NameOrder> pending_ KOR_GUARDED_BY(cmd_mutex_);  // The names not registered.
-  timespec last_try_time_ KOR_GUARDED_BY(cmd_mutex_) = {};                      // When a pass last left work.
+  Pending pending_ KOR_GUARDED_BY(cmd_mutex_);              // The names not registered.
+  timespec last_try_time_ KOR_GUARDED_BY(cmd_mutex_) = {};  // When a pass last left work.
 
   std::atomic<int32_t> timer_id_{-1};  // Not negative iff a retry timer is pending.
   kor::util::TimerManager timer_manager_;

@@ -3,6 +3,7 @@
 #include <cinttypes>
 #include <climits>
 #include <utility>
+#include <vector>
 
 #include "at/at_service.h"
 #include "at/client_code.h"
@@ -35,8 +36,9 @@ void AtService::RegisterPending() {
   std::list<CmdSetInfo> given_up;  // Its callables are destroyed after the unlock.
   kor::util::MutexLock lock(cmd_mutex_);
   std::list<std::string> reg_candidate_l;
-  for (const auto& entry : pending_) {
-    const std::string& name = entry->first;
+  std::vector<Pending::iterator> candidates;  // The same, where they stand: no name is searched for afterwards.
+  for (auto it = pending_.begin(); it != pending_.end(); ++it) {
+    const std::string& name = (*it)->first;
     // Whatever stands between a name and its extension extends it too and was held back: the last candidate decides.
     if (!reg_candidate_l.empty() && Extends(name, reg_candidate_l.back())) {
       const std::string& shorter = reg_candidate_l.back();
@@ -45,6 +47,7 @@ void AtService::RegisterPending() {
       continue;
     }
     reg_candidate_l.push_back(name);
+    candidates.push_back(it);
     if (reg_candidate_l.size() == max_reg_batch_) break;
   }
   KOR_LOG(LOG_DEBUG, "reg_candidate_l size [%zu]\n", reg_candidate_l.size());
@@ -54,31 +57,31 @@ void AtService::RegisterPending() {
   }
 
   if (ats_->RegisterCommands(reg_candidate_l) == 0) {
-    AcceptNames(reg_candidate_l);
+    AcceptNames(candidates);
   } else {
-    RefuseNames(reg_candidate_l, given_up);
+    RefuseNames(candidates, given_up);
   }
   const bool try_more = !pending_.empty();
   KOR_LOG(LOG_DEBUG, "try_more: [%d]\n", try_more ? 1 : 0);
   if (try_more) ScheduleNextPass();
 }
 
-void AtService::AcceptNames(const std::list<std::string>& names) {
-  for (const std::string& name : names) {
-    const auto entry = cmd_set_info_m_.find(name);
+void AtService::AcceptNames(const std::vector<Pending::iterator>& candidates) {
+  for (const Pending::iterator candidate : candidates) {
+    const Registry::iterator entry = *candidate;
     entry->second.registered = true;
-    pending_.erase(entry);
-    ReportResult(entry->second, name, true);
+    pending_.erase(candidate);
+    ReportResult(entry->second, entry->first, true);
   }
 }
 
-void AtService::RefuseNames(const std::list<std::string>& names, std::list<CmdSetInfo>& given_up) {
-  for (const std::string& name : names) {
-    const auto entry = cmd_set_info_m_.find(name);
+void AtService::RefuseNames(const std::vector<Pending::iterator>& candidates, std::list<CmdSetInfo>& given_up) {
+  for (const Pending::iterator candidate : candidates) {
+    const Registry::iterator entry = *candidate;
     if (++entry->second.try_cnt <= max_reg_tries_) continue;
-    ReportResult(entry->second, name, false);
+    ReportResult(entry->second, entry->first, false);
     given_up.push_back(std::move(entry->second));
-    pending_.erase(entry);
+    pending_.erase(candidate);
     cmd_set_info_m_.erase(entry);
   }
 }

@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <cctype>
+#include <iterator>
+#include <list>
 #include <utility>
 
 #include "at/at_service.h"
@@ -59,8 +61,13 @@ std::list<AtServiceMsg> AtService::PopMsg() {
 
 // Of a thread that has been joined: it may have seen running_ before it came to the message.
 void AtService::DropStopMessages() {
+  std::list<AtServiceMsg> dropped;  // Freed after the unlock.
   kor::util::MutexLock lock(queue_mutex_);
-  msg_queue_.remove_if([](const AtServiceMsg& msg) { return msg.type == kMsgStop; });
+  for (auto msg = msg_queue_.begin(); msg != msg_queue_.end();) {
+    const auto next = std::next(msg);
+    if (msg->type == kMsgStop) dropped.splice(dropped.end(), msg_queue_, msg);
+    msg = next;
+  }
 }
 
 bool AtService::OnServiceThread() { return t_on_service_thread; }

@@ -3,7 +3,6 @@
 
 #include <atomic>
 #include <memory>
-#include <set>
 #include <string>
 
 #include "common/condition.h"
@@ -79,7 +78,6 @@ class KOR_EXPORT DnsCtrlService {
 
  private:
   std::string GatherServerLines(bool retry) KOR_REQUIRES(mutex_);
-  bool GatherServers(DataManager& data_manager, size_t policies, std::set<std::string>& dns_l) KOR_REQUIRES(mutex_);
   void RemoveWatch(std::atomic<int>& wd);
   bool KillDnsmasq();
 

@@ -4,11 +4,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
+#include <cstddef>
 #include <cstring>
+#include <functional>
 #include <memory>
+#include <memory_resource>
 #include <new>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "common/log.h"
@@ -28,6 +33,7 @@ constexpr int kOpenFlags = O_NONBLOCK | O_CLOEXEC;  // A pipe in a file's place 
 constexpr char kNoAddress[] = "0.0.0.0";            // What the modem reports for a server that it was not given.
 constexpr size_t kShortestText = 4;                 // A permanent file of that many characters or fewer is none.
 constexpr mode_t kResolverFileMode = 0777;          // Less the umask.
+constexpr size_t kServersSize = 2048;               // Room for the servers of a dozen calls; more go to the heap.
 constexpr int kPassesWithRetry = 5;                 // While no server is found.
 constexpr int64_t kNotReadyWaitUs = 500'000;  // Pause before a configuration that is not ready is asked for again.
 
@@ -52,14 +58,39 @@ void Overwrite(int fd, const char* text, size_t size) {
   [[maybe_unused]] const int rc = ftruncate(fd, static_cast<off_t>(size));
 }
 
-void AddServer(const std::string& address, std::set<std::string>& dns_l) {
-  if (!address.empty() && address != kNoAddress) dns_l.insert(address);
+// Sorted and without duplicates, whatever the order of the calls.
+using Servers = std::pmr::set<std::pmr::string, std::less<>>;
+
+void AddServer(std::string_view address, Servers& dns_l) {
+  if (address.empty() || address == kNoAddress) return;
+  const auto next = dns_l.lower_bound(address);
+  if (next == dns_l.end() || *next != address) dns_l.emplace_hint(next, address);
 }
 
-std::string RenderServers(const std::set<std::string>& dns_l) {
+std::string RenderServers(const Servers& dns_l) {
   std::string lines;
-  for (const std::string& address : dns_l) lines.append("nameserver ").append(address).append("\n");
+  for (const std::pmr::string& address : dns_l) lines.append("nameserver ").append(address).append(1, '\n');
   return lines;
+}
+
+// One pass over every policy and family. False when it ended early at a configuration that is not ready.
+bool GatherServers(DataManager& data_manager, size_t policies, Servers& dns_l) {
+  DataManager::NetworkConfig config;
+  for (uint32_t i = 0; i < policies; ++i) {
+    for (const IPFamily family : {IPFamily::kIpv4, IPFamily::kIpv6}) {
+      config.address.clear();
+      config.dns_1.clear();
+      config.dns_2.clear();
+      if (data_manager.GetNetworkConfig(i, family, config) == kor::Result::kNotReady) {
+        KOR_LOG_AS(kSetDnsmasqResolvConf, LOG_INFO, "Not ready yet remove current set and starts from begining\n");
+        return false;
+      }
+      if (config.ip_family != family) continue;  // The answer is about the other family.
+      AddServer(config.dns_1, dns_l);
+      AddServer(config.dns_2, dns_l);
+    }
+  }
+  return true;
 }
 
 }  // namespace
@@ -136,7 +167,9 @@ std::string DnsCtrlService::GatherServerLines(bool retry) {
   (void)data_manager_->GetWwanPolicies(policy_v);  // What cannot be read is as good as no policy.
   KOR_LOG_AS(kSetDnsmasqResolvConf, LOG_DEBUG, "policy_v size %zd\n", policy_v.size());
 
-  std::set<std::string> dns_l;  // Sorted and without duplicates, whatever the order of the calls.
+  std::array<std::byte, kServersSize> room;  // Allocating each server would cost more than comparing them.
+  std::pmr::monotonic_buffer_resource memory(room.data(), room.size());
+  Servers dns_l(&memory);
   const int passes = retry ? kPassesWithRetry : 1;
   for (int pass = 0; pass < passes && dns_l.empty(); ++pass) {
     if (GatherServers(data_manager, policy_v.size(), dns_l)) continue;
@@ -145,26 +178,6 @@ std::string DnsCtrlService::GatherServerLines(bool retry) {
   }
   KOR_LOG_AS(kSetDnsmasqResolvConf, LOG_DEBUG, "dns_l size %zd\n", dns_l.size());
   return RenderServers(dns_l);
-}
-
-// One pass over every policy and family. False when it ended early at a configuration that is not ready.
-bool DnsCtrlService::GatherServers(DataManager& data_manager, size_t policies, std::set<std::string>& dns_l) {
-  DataManager::NetworkConfig config;
-  for (uint32_t i = 0; i < policies; ++i) {
-    for (const IPFamily family : {IPFamily::kIpv4, IPFamily::kIpv6}) {
-      config.address.clear();
-      config.dns_1.clear();
-      config.dns_2.clear();
-      if (data_manager.GetNetworkConfig(i, family, config) == kor::Result::kNotReady) {
-        KOR_LOG_AS(kSetDnsmasqResolvConf, LOG_INFO, "Not ready yet remove current set and starts from begining\n");
-        return false;
-      }
-      if (config.ip_family != family) continue;  // The answer is about the other family.
-      AddServer(config.dns_1, dns_l);
-      AddServer(config.dns_2, dns_l);
-    }
-  }
-  return true;
 }
 
 }  // namespace kor::wwan
