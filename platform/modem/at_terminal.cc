@@ -20,8 +20,8 @@ AtTerminal::AtTerminal(int epoll_fd, PtyOpens& opens, AtDialog::Forward forward)
 void AtTerminal::LimitWait(std::chrono::milliseconds limit) {
   const auto ms = std::max<int64_t>(1, limit.count());  // 0 would be no limit at all.
   itimerspec due{};
-  due.it_value.tv_sec = ms / 1000;
-  due.it_value.tv_nsec = (ms % 1000) * 1'000'000;
+  due.it_value.tv_sec = static_cast<time_t>(ms / 1000);
+  due.it_value.tv_nsec = static_cast<long>(ms % 1000) * 1'000'000;
   timerfd_settime(timer_fd_.get(), 0, &due, nullptr);
 }
 

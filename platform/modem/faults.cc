@@ -22,15 +22,19 @@ kor::Result Faults::Admit(const std::string& operation) {
 kor::Result Faults::TakeFailureLocked(const std::string& name) {
   const auto found = failures_.find(name);
   if (found == failures_.end()) return kor::Result::kSuccess;
+  if (found->second.good > 0) {
+    --found->second.good;
+    return kor::Result::kSuccess;
+  }
   const kor::Result result = found->second.result;
   if (--found->second.count == 0) failures_.erase(found);
   return result;
 }
 
-void Faults::FailNext(const std::string& name, int count, kor::Result result) {
+void Faults::FailNext(const std::string& name, int count, kor::Result result, int good) {
   kor::util::MutexLock lock(mutex_);
   if (count > 0) {
-    failures_[name] = {count, result};
+    failures_[name] = {count, result, good};
   } else {
     failures_.erase(name);
   }

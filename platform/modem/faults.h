@@ -24,8 +24,8 @@ class Faults {
   // ("CLIENT.GetInstance") is noted only when it fails.
   kor::Result Admit(const std::string& operation) KOR_EXCLUDES(mutex_);
 
-  // The next `count` operations of that name end with `result`; replaces what was said of it before.
-  void FailNext(const std::string& name, int count, kor::Result result) KOR_EXCLUDES(mutex_);
+  // After `good` more operations of that name, the next `count` end with `result`; replaces what was said of it before.
+  void FailNext(const std::string& name, int count, kor::Result result, int good) KOR_EXCLUDES(mutex_);
 
   // The next `count` occasions of that kind go wrong. Take: whether this one does.
   void Set(Kind kind, int count) KOR_EXCLUDES(mutex_);
@@ -40,6 +40,7 @@ class Faults {
   struct Failure {
     int count = 0;
     kor::Result result = kor::Result::kFailure;
+    int good = 0;  // Operations that still go well before.
   };
 
   kor::Result TakeFailureLocked(const std::string& name) KOR_REQUIRES(mutex_);

@@ -67,7 +67,8 @@ Action ParseFail(Arguments& args) {
   const auto operation = args.Operation("OPERATION");
   const auto count = args.Count("COUNT");
   const auto result = args.Failure("RESULT");
-  return Do([=](SimModem& modem) { modem.FailNext(operation, count, result); });
+  const auto good = args.OptionalCount("GOOD");
+  return Do([=](SimModem& modem) { modem.FailNext(operation, count, result, good); });
 }
 
 Action ParseDrop(Arguments& args) {
@@ -213,7 +214,7 @@ constexpr Command kCommands[] = {
     {"links", "SWITCH", "network interfaces for new calls, on or off", ParseLinks},
     {"carrier", "PATH", "network namespace of the interfaces' far ends; - is our own", ParseCarrier},
     {"roaming", "SWITCH", "the modem is in a visited network, on or off", ParseRoaming},
-    {"fail", "OPERATION COUNT [RESULT]", "the next operations of that name end with RESULT (1)", ParseFail},
+    {"fail", "OPERATION COUNT [RESULT [GOOD]]", "operations fail with RESULT (1), after GOOD (0) good ones", ParseFail},
     {"fail-connects", "COUNT", "the next connects are accepted and fail", ParseFailConnects},
     {"fail-disconnects", "COUNT", "the next disconnects are accepted and fail", ParseFailDisconnects},
     {"ignore", "COUNT", "the next connects or disconnects are never answered", ParseIgnore},

@@ -41,6 +41,8 @@ int Arguments::Count(const char* name) {
   return Take<int>(name, "0 to 1000000", [](const std::string& word) { return ParseNumber(word, 0, kMaxCount); });
 }
 
+int Arguments::OptionalCount(const char* name) { return next_ < words_.size() ? Count(name) : 0; }
+
 int Arguments::Number(const char* name, const char* takes, int least, int most) {
   return Take<int>(name, takes, [=](const std::string& word) { return ParseNumber(word, least, most); });
 }

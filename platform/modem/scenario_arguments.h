@@ -24,6 +24,7 @@ class Arguments {
 
   // `name` is what messages call the argument.
   int Count(const char* name);
+  int OptionalCount(const char* name);                                   // 0 when there are no words left.
   int Number(const char* name, const char* takes, int least, int most);  // `takes`: what messages say of it.
   // The place of a word in `words`, as a value of the enumeration that lists them in that order.
   template <typename Enum>

@@ -76,8 +76,8 @@ void SimModem::ClearSms() { Simulation::Get().sms.Clear(); }
 
 void SimModem::FailAnswers(int count) { Simulation::Get().faults.Set(Faults::kAnswerFails, count); }
 
-void SimModem::FailNext(const std::string& operation, int count, kor::Result result) {
-  Simulation::Get().faults.FailNext(operation, count, result);
+void SimModem::FailNext(const std::string& operation, int count, kor::Result result, int good) {
+  Simulation::Get().faults.FailNext(operation, count, result, good);
 }
 
 void SimModem::FailConnects(int count) { Simulation::Get().faults.Set(Faults::kConnectFails, count); }

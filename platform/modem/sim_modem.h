@@ -154,12 +154,13 @@ class KOR_EXPORT SimModem {
 
   // -- Faults: each setting replaces the one before, a count of 0 ends it --------------------------------------------
 
-  // The next `count` operations of that name end with `result`. The names are those of the vendor clients' operations
+  // The next `count` operations of that name end with `result`, once `good` more have gone well: one call of many can
+  // be chosen by its place in the record. The names are those of the vendor clients' operations
   // ("ConnectBackhaul", "GetWwanPolicies", "GetProfileList"); operations that return bool return false. "GetInstance"
   // is the fetching of any client, "QcmapWrapper.GetInstance" or "WdsQmiClient.GetInstance" of that one; a failure
   // throws std::runtime_error. "RegisterCommands" refuses the next requests for AT names, each as a whole (a count of a
   // million is as good as for ever); "SendResponse" loses answers, so that terminals wait for them.
-  void FailNext(const std::string& operation, int count, kor::Result result = kor::Result::kFailure);
+  void FailNext(const std::string& operation, int count, kor::Result result = kor::Result::kFailure, int good = 0);
 
   // The next `count` connects (disconnects) are accepted and end with kEvtWwanConnectFailed (kEvtWwanDisconnectFailed;
   // the call stays as it was).

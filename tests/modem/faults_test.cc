@@ -31,6 +31,14 @@ TEST_F(FaultsTest, OperationsFailAsOftenAsOrdered) {
   EXPECT_EQ("not-ready", Config(0, kIpv4));
   EXPECT_EQ("connected disconnected", States(0));
 
+  // One call of several is chosen: the third from now.
+  modem.FailNext("GetWwanPolicies", 1, kor::Result::kFailure, 2);
+  std::vector<QcmapWrapper::WwanPolicy> policies;
+  EXPECT_TRUE(qcmap->GetWwanPolicies(policies));
+  EXPECT_TRUE(qcmap->GetWwanPolicies(policies));
+  EXPECT_FALSE(qcmap->GetWwanPolicies(policies));
+  EXPECT_TRUE(qcmap->GetWwanPolicies(policies));
+
   // An order can be taken back.
   modem.FailNext("GetWwanPolicy", 5);
   modem.FailNext("GetWwanPolicy", 0);

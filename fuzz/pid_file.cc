@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+// dnsmasq's pid file: whatever it holds, the shell gets one of two fixed lines and a process id in digits.
+#include "dns_files.h"
+
+namespace {
+
+bool IsPid(const std::string& text) {
+  return !text.empty() && text[0] != '0' && text.find_first_not_of("0123456789") == std::string::npos;
+}
+
+// An operator's list, which is quicker to read than the calls.
+bool FixServers() {
+  const std::string text = "nameserver 9.9.9.9\n";
+  kor::fuzz::Write(kor::wwan::kPermanentDnsPath, reinterpret_cast<const uint8_t*>(text.data()), text.size());
+  return true;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
+  using kor::fuzz::Require;
+  static auto& service = *new kor::fuzz::DnsCtrlService;
+  [[maybe_unused]] static const bool fixed = FixServers();
+  kor::fuzz::Write(kor::wwan::kDnsmasqPidPath, bytes, size);
+  kor::fuzz::g_commands.clear();
+
+  service.ChangeDnsSetting(kor::fuzz::DnsCtrlService::kAll);
+  const bool alive = kor::fuzz::g_commands.empty();
+  Require(alive || kor::fuzz::g_commands[0].rfind("dnsmasq -r /var/run/", 0) == 0, "a start runs the fixed line");
+  kor::fuzz::g_commands.clear();
+
+  const bool stopped = service.Stop();
+  Require(stopped == (kor::fuzz::g_commands.size() == 1), "one kill for a process id, none for anything else");
+  Require(stopped == (access(kor::wwan::kDnsmasqPidPath, F_OK) != 0), "a pid file that was used is gone");
+  if (stopped) {
+    const std::string& command = kor::fuzz::g_commands[0];
+    Require(command.rfind("kill -9 ", 0) == 0 && IsPid(command.substr(8)), "a kill names a process and nothing else");
+  }
+  return 0;
+}
