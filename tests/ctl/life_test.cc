@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: Apache-2.0
+// What happens to a command while it runs: its host, its reader or its person goes; texts that would play tricks.
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <algorithm>
+
+#include "ctl/command.h"
+#include "kwwanctl/text.h"
+#include "support/files.h"
+
+namespace kor::test {
+namespace {
+
+// Events until all of them have begun to show them.
+bool AllHear(std::initializer_list<Command*> monitors) {
+  return Eventually([&] {
+    (void)Ctl("call up");
+    (void)Ctl("call down");
+    return std::all_of(monitors.begin(), monitors.end(), [](Command* one) { return one->HasSaid("call connected"); });
+  });
+}
+
+TEST(Life, TheMonitorEndsWithItsReaderAndOnSignals) {
+  const Host host;
+  Command to_reader("monitor");
+  Command to_signal("monitor --json");
+  Command by_ctrl_c("status --watch");
+  ASSERT_TRUE(AllHear({&to_reader, &to_signal}));
+  EXPECT_TRUE(to_reader.HasSaid("Z  call connected          event 0x200  handle 100  index 0  family ipv4\n"));
+  EXPECT_TRUE(to_signal.HasSaid("\"event\":\"0x200\",\"name\":\"call connected\",\"handle\":100"));
+  by_ctrl_c.ReadTo("Device");
+
+  // No event comes any more, and they end all the same, quietly.
+  to_reader.CloseOutput();
+  const Outcome quiet = to_reader.Wait();
+  EXPECT_EQ(0, quiet.status);
+  EXPECT_EQ("", quiet.err);
+  kill(to_signal.pid(), SIGTERM);
+  EXPECT_EQ(0, to_signal.Wait().status);
+  kill(by_ctrl_c.pid(), SIGINT);
+  EXPECT_EQ(0, by_ctrl_c.Wait().status);
+}
+
+TEST(Life, AMonitorTellsThatItsHostIsGone) {
+  Host host;
+  Command monitor("monitor");
+  ASSERT_TRUE(AllHear({&monitor}));
+  host.Kill();
+  const Outcome outcome = monitor.Wait();
+  EXPECT_EQ(4, outcome.status);
+  EXPECT_NE(std::string::npos, outcome.err.find("the host closed the connection")) << outcome.err;
+}
+
+TEST(Life, AHostThatIsKilledInACall) {
+  Host host;
+  ASSERT_TRUE(host.Modem("connect-delay 9000"));
+  Command call("call up");
+  ASSERT_TRUE(Eventually([] { return Ctl("call show").out.find("IPv4 call     connecting") != std::string::npos; }));
+  host.Kill();
+  const Outcome outcome = call.Wait();
+  EXPECT_EQ(4, outcome.status);
+  EXPECT_EQ(
+      "kwwanctl: the host closed the connection (/run/kwwand/kwwand.sock). What was asked may have been done or not.\n",
+      outcome.err);
+
+  // And from now on there is none.
+  EXPECT_TRUE(Eventually([] {
+    return Ctl("status").err ==
+           "kwwanctl: cannot reach the host at /run/kwwand/kwwand.sock: Connection refused. Is kwwand running?\n";
+  }));
+  const Outcome elsewhere = Ctl("--json --socket /run/nowhere status");
+  EXPECT_EQ(4, elsewhere.status);
+  EXPECT_EQ(0u, elsewhere.out.find("{\"error\":{\"code\":-32003,")) << elsewhere.out;
+}
+
+TEST(Life, HostileAnswers) {
+  {  // A network with a name that would clear the screen, ring, and write backwards; and its neighbour stays in line.
+    const FakeHost host(
+        "{\"method\":\"event\",\"params\":{}}\n"
+        "{\"id\":1,\"result\":{\"networks\":["
+        "{\"mcc\":\"001\",\"mnc\":\"01\",\"name\":\"a\\u001b[2J\\u0007\\n\\u202eb\",\"status\":\"current\",\"radio\":"
+        "\"lte\"},"
+        "{\"mcc\":\"460\",\"mnc\":\"00\",\"name\":\"中国移动\",\"status\":\"available\",\"radio\":\"lte\"}]}}\n");
+    EXPECT_EQ(
+        "NETWORK  NAME                     STATUS     RADIO\n"
+        "00101    a\\x1b[2J\\x07\\n\\u{202e}b  current    lte\n"
+        "46000    中国移动                 available  lte\n",
+        Ctl("radio scan").out);
+  }
+  {  // In JSON they are escaped too.
+    const FakeHost host("{\"id\":1,\"result\":{\"model\":\"\\u001b\\u009b\\u007f\"}}\n");
+    EXPECT_EQ("{\"model\":\"\\u001b\\u009b\\u007f\"}\n", Ctl("device show --json").out);
+  }
+  {
+    const FakeHost host("this is no JSON\n");
+    EXPECT_EQ(1, Ctl("status").status);
+  }
+  {
+    const FakeHost host("{\"id\":null,\"error\":{\"code\":-32001,\"message\":\"too many clients\"}}\n");
+    EXPECT_EQ("kwwanctl: too many clients\n", Ctl("status").err);
+  }
+  const FakeHost host("{\"id\":1,\"res");
+  EXPECT_EQ(4, Ctl("status").status);
+}
+
+TEST(Life, SecretsAreNeverArguments) {
+  const Host host;
+  // It waits for the PIN; others look at it meanwhile, and afterwards.
+  Command lock("pin lock");
+  const std::string cmdline = "/proc/" + std::to_string(lock.pid()) + "/cmdline";
+  ASSERT_TRUE(Eventually([&] { return ReadFile(cmdline).find("lock") != std::string::npos; }));
+  EXPECT_EQ(std::string("kwwanctl\0pin\0lock\0", 18), ReadFile(cmdline).substr(ReadFile(cmdline).rfind("kwwanctl")));
+  lock.Type("1234\n");
+  EXPECT_EQ("PIN: verified\n", lock.Wait().out);
+
+  // There is no way to give one as an argument, and a wrong one is not repeated.
+  EXPECT_EQ(2, Ctl("pin lock 1234").status);
+  EXPECT_EQ("kwwanctl: PIN: takes 4 to 8 digits\n", Ctl("pin lock", "12a4\n").err);
+  EXPECT_EQ("kwwanctl: standard input ended before the secret\n", Ctl("pin lock").err);
+}
+
+TEST(Life, AFullDiskIsAnError) {
+  const Host host;
+  Command status(std::string("-c '") + KWWANCTL + " version >/dev/full'", Command::Over::kPipes, "/bin/sh");
+  const Outcome outcome = status.Wait();
+  EXPECT_EQ(1, outcome.status);
+  EXPECT_EQ("kwwanctl: cannot write the output: No space left on device\n", outcome.err);
+}
+
+TEST(Text, IsMeasuredAndEscapedByCharacters) {
+  EXPECT_EQ(8u, ctl::DisplayWidth("中国移动"));
+  EXPECT_EQ(4u, ctl::DisplayWidth("cafe\u0301"));
+  EXPECT_EQ("\\xff\\xc0\\x80a\u00e9\\xed\\xa0\\x80\\xe4\\xb8", ctl::Escape("\xff\xc0\x80"
+                                                                           "a\u00e9\xed\xa0\x80\xe4\xb8"));
+  EXPECT_EQ("a\\r\n\\tb", ctl::EscapeLines("a\r\n\tb"));
+}
+
+}  // namespace
+}  // namespace kor::test

@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: Apache-2.0
+// Many clients, many requests, slow readers, clients that go away.
+#include <gtest/gtest.h>
+
+#include <list>
+#include <set>
+#include <thread>
+
+#include "host/client.h"
+#include "host/host_process.h"
+#include "support/wait.h"
+
+namespace kor::test {
+namespace {
+
+constexpr size_t kMaxClients = 128;
+constexpr int kMaxWaiting = 32;
+
+struct BurdenTest : testing::Test {
+  HostProcess host;
+};
+
+TEST_F(BurdenTest, Of200ClientsAtOnce128AreServedAndTheOthersToldSo) {
+  std::list<Client> clients(200);
+  size_t served = 0;
+  size_t turned_away = 0;
+  for (Client& client : clients) {
+    const Json answer = client.Ask("host.version");
+    if (answer.contains("pid")) ++served;
+    if (answer.is_null()) ++turned_away;
+  }
+  EXPECT_EQ(kMaxClients, served);
+  EXPECT_EQ(200 - kMaxClients, turned_away);
+
+  Client late;
+  EXPECT_EQ(-32001, late.Read()["error"]["code"]);
+  EXPECT_TRUE(late.ReadToEnd());
+  clients.clear();  // There is room again.
+  EXPECT_TRUE(Eventually([&] { return Client().Ask("host.version").contains("pid"); }));
+}
+
+TEST_F(BurdenTest, ABurstOfTenThousandRequestsIsAnsweredWhileOthersAreServed) {
+  constexpr int kRequests = 10'000;
+  Client client;
+  std::thread sender([&] {
+    for (int id = 0; id < kRequests; ++id) {
+      if (!client.SendRequest(id, id % 2 == 0 ? "host.version" : "call.list")) return;
+    }
+  });
+  std::set<int> answered;
+  for (int i = 0; i < kRequests; ++i) {
+    const Json answer = client.Read();
+    if (!answer.contains("result")) break;
+    answered.insert(answer["id"].get<int>());
+    if (i % 1000 == 0) {
+      EXPECT_EQ(host.pid(), Client().Ask("host.version")["pid"]);
+    }
+  }
+  sender.join();
+  EXPECT_EQ(static_cast<size_t>(kRequests), answered.size());
+}
+
+TEST_F(BurdenTest, ASlowReaderOfEventsIsCutOffAndCostsTheOthersNothing) {
+  Client slow;
+  Client quick;
+  Client modem;
+  EXPECT_EQ(Json::object(), slow.Ask("monitor.start"));
+  EXPECT_EQ(Json::object(), quick.Ask("monitor.start"));
+  const size_t before = host.CountDescriptors();
+  int events = 0;
+  while (host.CountDescriptors() == before && events < 20'000) {
+    ASSERT_TRUE(modem.Modem(events % 2 == 0 ? "signal 40 0" : "signal 90 0"));
+    ASSERT_EQ("network event", quick.Read()["params"]["name"]);
+    ++events;
+  }
+  EXPECT_EQ(before - 1, host.CountDescriptors());
+  EXPECT_TRUE(slow.ReadToEnd());
+  EXPECT_GT(events, 1000);  // It was given a chance.
+}
+
+TEST_F(BurdenTest, TooManyWaitingRequestsAreToldSoAndClientsThatDieInThemLeaveNothing) {
+  Client client;
+  ASSERT_TRUE(client.Modem("connect-delay 3600000"));
+  ASSERT_EQ(0, client.CodeOf("call.up", {{"index", 0}, {"family", "ipv4"}, {"wait", false}}));
+  const size_t before = host.CountDescriptors();
+  std::list<Client> waiting(kMaxWaiting);
+  for (Client& one : waiting) {
+    ASSERT_TRUE(one.SendRequest("wait", "modem.run", {{"line", "wait-idle 3600000"}}));
+    EXPECT_EQ(host.pid(), one.Ask("host.version")["pid"]);  // What does not wait is served; by then the other runs.
+  }
+  EXPECT_EQ(-32001, client.CodeOf("modem.run", {{"line", "help"}}));
+
+  waiting.clear();
+  EXPECT_TRUE(Eventually([&] { return host.CountDescriptors() == before; }));
+  // What they asked for goes on, until it is done.
+  EXPECT_EQ(-32001, client.CodeOf("modem.run", {{"line", "help"}}));
+}
+
+}  // namespace
+}  // namespace kor::test

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: Apache-2.0
+// Who may do what, and what becomes of a method that throws.
+#include "kwwand/dispatcher.h"
+
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/socket.h>
+
+#include "kwwand/fd.h"
+#include "support/wait.h"
+
+namespace kor::test {
+namespace {
+
+using namespace kor::host;
+
+constexpr uid_t kUser = 1000;
+
+struct DispatcherTest : testing::Test {
+  // The code of the refusal; 0 when the request was taken.
+  int Start(uint64_t number, const std::string& method, bool may_change = true) {
+    try {
+      dispatcher.Start({7, {kUser, {kUser}, 1}, may_change}, number, {number, method, Json::object(), {}});
+    } catch (const RequestError& error) {
+      return error.code();
+    }
+    return 0;
+  }
+
+  std::vector<Mail> TakeMails(size_t count) {
+    std::vector<Mail> mails;
+    while (mails.size() < count) {
+      pollfd ready{mailbox.fd(), POLLIN, 0};
+      if (poll(&ready, 1, std::chrono::milliseconds(kLongEnough).count()) != 1) return mails;
+      for (Mail& mail : mailbox.Take()) mails.push_back(std::move(mail));
+    }
+    return mails;
+  }
+
+  Mailbox mailbox;
+  Dispatcher dispatcher{
+      {{"read", Access::kRead, Lane::kShort, [](const Request&) -> Json { return "\xff read"; }},
+       {"change", Access::kChange, Lane::kShort, [](const Request&) -> Json { return nullptr; }},
+       {"throw", Access::kRead, Lane::kShort, [](const Request&) -> Json { throw std::runtime_error("no modem"); }},
+       {"refuse", Access::kRead, Lane::kShort,
+        [](const Request&) -> Json {
+          throw RequestError(10, "not now", {{"why", "busy"}});
+        }}},
+      mailbox};
+};
+
+TEST_F(DispatcherTest, OnlyWhoMayChangeThingsDoes) {
+  EXPECT_EQ(kNotPermitted, Start(1, "change", false));
+  EXPECT_EQ(0, Start(2, "read", false));
+  EXPECT_EQ(0, Start(3, "change", true));
+  EXPECT_EQ(kUnknownMethod, Start(4, "chnge", false));
+  const auto mails = TakeMails(2);
+  ASSERT_EQ(2u, mails.size());
+  EXPECT_EQ(2u, mails[0].request);
+  EXPECT_EQ("{\"jsonrpc\":\"2.0\",\"id\":2,\"result\":\"\xEF\xBF\xBD read\"}\n", mails[0].line);
+  EXPECT_EQ(3u, mails[1].request);
+}
+
+TEST_F(DispatcherTest, WhatAMethodThrowsIsItsAnswer) {
+  ASSERT_EQ(0, Start(1, "throw"));
+  ASSERT_EQ(0, Start(2, "refuse"));
+  const auto mails = TakeMails(2);
+  ASSERT_EQ(2u, mails.size());
+  EXPECT_EQ("{\"jsonrpc\":\"2.0\",\"id\":1,\"error\":{\"code\":1,\"message\":\"no modem\"}}\n", mails[0].line);
+  EXPECT_EQ(
+      "{\"jsonrpc\":\"2.0\",\"id\":2,\"error\":{\"code\":10,\"message\":\"not now\",\"data\":{\"why\":\"busy\"}}}\n",
+      mails[1].line);
+}
+
+TEST(PeerTest, RootTheHostsUserAndTheGroupsMembersMayChangeThings) {
+  constexpr uid_t kHost = 500;
+  const Peer stranger{1000, {1000, 27}, 1};
+  EXPECT_FALSE(MayChange(stranger, kHost, std::nullopt));
+  EXPECT_FALSE(MayChange(stranger, kHost, 100));
+  EXPECT_TRUE(MayChange(stranger, kHost, 1000));  // The primary group counts,
+  EXPECT_TRUE(MayChange(stranger, kHost, 27));    // and the others.
+  EXPECT_TRUE(MayChange({0, {0}, 1}, kHost, std::nullopt));
+  EXPECT_TRUE(MayChange({kHost, {1}, 1}, kHost, std::nullopt));
+
+  int ends[2];
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends));
+  const Fd one(ends[0]);
+  const Fd other(ends[1]);
+  const Peer peer = PeerOf(one.get());
+  EXPECT_EQ(getuid(), peer.uid);
+  EXPECT_EQ(getpid(), peer.pid);
+  EXPECT_EQ(getgid(), peer.groups.at(0));
+  EXPECT_EQ(static_cast<size_t>(getgroups(0, nullptr)) + 1, peer.groups.size());
+}
+
+}  // namespace
+}  // namespace kor::test

@@ -1,0 +1,193 @@
+// SPDX-License-Identifier: Apache-2.0
+// From the command line to the end: readiness, one host at a path, signals, what is left behind.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+#include <filesystem>
+#include <future>
+
+#include "host/client.h"
+#include "host/host_process.h"
+#include "support/files.h"
+#include "support/wait.h"
+
+namespace kor::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr char kPidFile[] = "/run/kwwand.pid";
+constexpr char kDnsmasqPidFile[] = "/run/netctld-dnsmasq/dnsmasq.pid";
+
+bool Holds(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+bool IsThere(const std::string& path) { return std::filesystem::exists(std::filesystem::symlink_status(path)); }
+
+std::string ProcessOf(const std::string& pid_file) {
+  const std::string pid = ReadFile(pid_file);
+  return pid.empty() ? "" : "/proc/" + pid.substr(0, pid.find('\n'));
+}
+
+TEST(LifeTest, AWrongCommandLineIsToldByOptionAndWhatItTakes) {
+  const struct {
+    Words words;
+    std::string told;
+  } cases[] = {
+      {{"--sokcet", "x"}, "--sokcet: no such option; did you mean --socket?"},
+      {{"--mode", "888"}, "--mode: takes an octal mode from 0000 to 0777, such as 0660, not \"888\""},
+      {{"--mode"}, "--mode: its MODE missing"},
+      {{"--group", "no-such"}, "--group: takes the name of a group of this machine, not \"no-such\""},
+      {{"--log-level", "loud"}, "--log-level: takes debug, info, warning or err, not \"loud\""},
+      {{"--scenario", "/none"}, "--scenario: takes a file that can be read, not \"/none\""},
+      {{"--backoff-ms", "0", "5"}, "--backoff-ms"},
+      {{"--daemon", "--stderr"}, "--stderr"},
+      {{"word"}, "word: no such option"},
+  };
+  for (const auto& c : cases) {
+    const Ending ending = RunKwwand(c.words);
+    EXPECT_EQ(2, ending.status);
+    EXPECT_TRUE(Holds(ending.said, c.told)) << ending.said;
+  }
+  EXPECT_FALSE(IsThere(kSocket));
+}
+
+TEST(LifeTest, AHostThatCannotStartSaysWhyAndLeavesNothing) {
+  WriteFile("/tmp/wrong", "connect-delay 5\nexplode\n");
+  WriteFile("/tmp/file", "mine");
+  const struct {
+    Words words;
+    std::string told;
+  } cases[] = {
+      {{"--scenario", "/tmp/wrong"}, "/tmp/wrong:2: "},
+      {{"--pid-file", "/none/pid"}, "--pid-file: /none/pid: No such file"},
+      {{"--socket", "/tmp/file"}, "/tmp/file is there and is no socket"},
+      {{"--socket", "/tmp/" + std::string(120, 'x')}, "at most 107 bytes"},
+      {{"--socket", "/proc/none/sock"}, "/proc/none"},
+  };
+  for (const auto& c : cases) {
+    for (const bool daemon : {false, true}) {  // The one who waits for a daemon hears the same.
+      Words words = c.words;
+      if (daemon) words.emplace_back("--daemon");
+      const Ending ending = RunKwwand(words);
+      EXPECT_EQ(1, ending.status);
+      EXPECT_TRUE(Holds(ending.said, c.told)) << ending.said;
+    }
+  }
+  EXPECT_EQ("mine", ReadFile("/tmp/file"));
+  EXPECT_FALSE(IsThere(kSocket) || IsThere(std::string(kSocket) + ".lock") || IsThere("/tmp/file.lock"));
+  EXPECT_EQ("", ProcessOf(kDnsmasqPidFile));
+}
+
+TEST(LifeTest, ADaemonCanBeReachedWhenItsStarterReturns) {
+  ASSERT_EQ(0, RunKwwand({"--daemon", "--pid-file", kPidFile, "--mode", "0600", "--group", "root"}).status);
+  const std::string process = ProcessOf(kPidFile);
+  Client client;
+  EXPECT_EQ(process, "/proc/" + client.Ask("host.version")["pid"].dump());
+  struct stat socket {};
+  ASSERT_EQ(0, stat(kSocket, &socket));
+  EXPECT_EQ(S_IFSOCK | 0600u, socket.st_mode);
+  // No terminal, and nobody's folder.
+  EXPECT_EQ("/dev/null", std::filesystem::read_symlink(process + "/fd/2"));
+  EXPECT_EQ("/", std::filesystem::read_symlink(process + "/cwd"));
+
+  kill(std::stoi(process.substr(6)), SIGTERM);
+  EXPECT_TRUE(Eventually([&] { return !IsThere(process); }));
+  EXPECT_FALSE(IsThere(kPidFile) || IsThere(kSocket));
+}
+
+TEST(LifeTest, OneHostAtAPathAndADeadOnesPlaceIsTakenOver) {
+  HostProcess first;
+  ASSERT_TRUE(first.ready());
+  for (const Words& words : {Words{}, Words{"--daemon"}}) {
+    const Ending second = RunKwwand(words);
+    EXPECT_EQ(1, second.status);
+    EXPECT_TRUE(Holds(second.said, "another kwwand (process " + std::to_string(first.pid()) + ") serves " + kSocket))
+        << second.said;
+  }
+  EXPECT_EQ(first.pid(), Client().Ask("host.version")["pid"]);
+
+  // Killed hard it leaves socket and lock; nobody answers there.
+  first.Signal(SIGKILL);
+  EXPECT_EQ(-1, first.AwaitEnd().status);
+  EXPECT_TRUE(IsThere(kSocket));
+  // Of several that start at once one takes the place, and what it leaves at the end is nothing.
+  std::vector<std::future<Ending>> starts;
+  for (int i = 0; i < 5; ++i) starts.push_back(std::async(std::launch::async, RunKwwand, Words{"--daemon"}));
+  int started = 0;
+  for (auto& start : starts) started += start.get().status == 0 ? 1 : 0;
+  EXPECT_EQ(1, started);
+  const Json version = Client().Ask("host.version");
+  ASSERT_TRUE(version.contains("pid")) << version;
+  kill(version["pid"], SIGTERM);
+  EXPECT_TRUE(Eventually([] { return !IsThere(std::string(kSocket) + ".lock"); }));
+  EXPECT_FALSE(IsThere(kSocket));
+}
+
+TEST(LifeTest, ASignalInTheMiddleOfACallEndsTheHostInOrder) {
+  HostProcess host({"--pid-file", kPidFile});
+  ASSERT_TRUE(host.ready());
+  const std::string dnsmasq = ProcessOf(kDnsmasqPidFile);
+  ASSERT_TRUE(IsThere(dnsmasq));
+  Client client;
+  Client other;
+  ASSERT_TRUE(other.Modem("ignore 1"));
+  ASSERT_TRUE(client.SendRequest("up", "call.up", {{"index", 0}, {"family", "ipv4"}}));
+  ASSERT_TRUE(Eventually([&] {
+    return other.Ask("call.show", {{"index", 0}})["calls"]["ipv4"]["state"] == "connecting";
+  }));
+
+  host.Signal(SIGTERM);
+  EXPECT_EQ(-32002, client.ReadAnswer("up")["error"]["code"]);
+  EXPECT_TRUE(client.ReadToEnd());
+  EXPECT_EQ("STOPPING=1", host.TakeNotice());
+  const Ending ending = host.AwaitEnd();
+  EXPECT_EQ(0, ending.status) << ending.said;
+  EXPECT_LT(ending.took, 2s);
+  EXPECT_TRUE(Eventually([&] { return !IsThere(dnsmasq); })) << ReadFile(dnsmasq + "/stat");
+  EXPECT_FALSE(IsThere(kDnsmasqPidFile));
+  EXPECT_FALSE(IsThere(kPidFile) || IsThere(kSocket) || IsThere(std::string(kSocket) + ".lock"));
+}
+
+TEST(LifeTest, EachOfTheSignalsEndsAnIdleHostAndABrokenPipeDoesNot) {
+  for (const int signal_number : {SIGTERM, SIGINT, SIGHUP}) {
+    HostProcess host;
+    ASSERT_TRUE(host.ready());
+    host.Signal(SIGPIPE);
+    EXPECT_EQ(host.pid(), Client().Ask("host.version")["pid"]);
+    // Again and again: more than one changes nothing, and system() makes the host deaf to SIGINT for moments.
+    EXPECT_TRUE(Eventually([&] {
+      host.Signal(signal_number);
+      return !IsThere(kSocket);
+    }));
+    const Ending ending = host.AwaitEnd();
+    EXPECT_EQ(0, ending.status) << ending.said;
+    EXPECT_FALSE(IsThere(kSocket) || IsThere(kDnsmasqPidFile));
+  }
+}
+
+TEST(LifeTest, AHostThatIsStuckIsEndedHard) {
+#ifdef __SANITIZE_THREAD__
+  GTEST_SKIP() << "its runtime holds signals back while the C library blocks";
+#endif
+  HostProcess host;
+  ASSERT_TRUE(host.ready());
+  // A log daemon that has stopped reading holds up whoever logs.
+  const kor::host::Fd log(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+  const kor::host::Fd filler(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+  const sockaddr_un address{AF_UNIX, "/dev/log"};
+  const auto* where = reinterpret_cast<const sockaddr*>(&address);
+  ASSERT_EQ(0, bind(log.get(), where, sizeof(address)));
+  while (sendto(filler.get(), "x", 1, MSG_DONTWAIT, where, sizeof(address)) == 1) {
+  }
+
+  host.Signal(SIGTERM);
+  const Ending ending = host.AwaitEnd();
+  EXPECT_EQ(1, ending.status) << ending.said;
+  EXPECT_GT(ending.took, 1s);
+}
+
+}  // namespace
+}  // namespace kor::test

@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "kwwand/host.h"
+#include "modem/sim_modem.h"
+#include "support/wait.h"
+
+namespace kor::test {
+
+using kor::host::Json;
+
+// A host without a server, over the simulated modem.
+class HostTest : public testing::Test {
+ protected:
+  HostTest() {
+    std::string why;
+    EXPECT_TRUE(host.Start(why)) << why;
+    methods = host.MakeMethods();
+  }
+
+  // The result of a method or {"error":{"code","message","data"}}.
+  Json Call(const std::string& name, const std::string& params = "{}", std::vector<Json>* steps = nullptr) {
+    kor::host::Request request;
+    request.params = Json::parse(params);
+    if (steps != nullptr) request.progress = [steps](const Json& step) { steps->push_back(step); };
+    for (const auto& method : methods) {
+      if (method.name != name) continue;
+      try {
+        return method.run(request);
+      } catch (const kor::host::RequestError& e) {
+        return {{"error", {{"code", e.code()}, {"message", e.what()}, {"data", e.data()}}}};
+      }
+    }
+    return "no such method";
+  }
+
+  // The code of the error that a method ends with; 0 without one.
+  int ErrorOf(const std::string& name, const std::string& params = "{}") {
+    const Json answer = Call(name, params);
+    return answer.contains("error") ? answer["error"]["code"].get<int>() : 0;
+  }
+
+  std::string StateOf(int index, const std::string& family) {
+    const Json policy = Call("call.show", "{\"index\":" + std::to_string(index) + "}");
+    return policy["calls"][family]["state"];
+  }
+
+  // The events of that name so far.
+  std::vector<Json> Heard(const std::string& name) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    std::vector<Json> found;
+    for (const Json& event : events) {
+      if (event["name"] == name) found.push_back(event);
+    }
+    return found;
+  }
+
+  kor::modem::SimModem& modem = kor::modem::SimModem::Get();
+  std::mutex mutex;
+  std::vector<Json> events;  // Guarded by mutex.
+  kor::host::Host host{{std::chrono::milliseconds(10), std::chrono::milliseconds(80)}, [this](const Json& event) {
+                         const std::lock_guard<std::mutex> lock(mutex);
+                         events.push_back(event);
+                       }};
+  kor::host::Methods methods;
+};
+
+}  // namespace kor::test

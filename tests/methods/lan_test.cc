@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: Apache-2.0
+// LAN changes that would cut off the person who makes them.
+#include "bench.h"
+
+namespace kor::test {
+namespace {
+
+constexpr char kBefore[] = "192.168.225.1 255.255.255.0 192.168.225.20-192.168.225.60 43200";
+constexpr char kMoved[] = "10.9.0.1 255.255.255.0 10.9.0.20-10.9.0.60 43200";
+constexpr char kMove[] = R"({"gateway":"10.9.0.1","move_pool":true})";
+
+class LanTest : public HostTest {
+ protected:
+  // What was asked about the LAN since the last call; the host's threads ask about calls at any time.
+  std::vector<std::string> TakeLanRecord() {
+    std::vector<std::string> record;
+    for (const auto& operation : modem.TakeRecord()) {
+      if (operation.find("Lan") != std::string::npos) record.push_back(operation);
+    }
+    return record;
+  }
+};
+
+TEST_F(LanTest, AGatewayInAnotherSubnetTakesThePoolAlongOrIsRefused) {
+  (void)TakeLanRecord();
+  const Json refused = Call("lan.set", R"({"gateway":"10.9.0.1"})")["error"];
+  EXPECT_EQ(kor::host::kInvalidParams, refused["code"]);
+  EXPECT_EQ("gateway", refused["data"]["argument"]);
+  EXPECT_NE(std::string::npos, refused["message"].get<std::string>().find("move_pool"));
+  const char* const more[] = {R"({"gateway":"10.9.0.20","move_pool":true})",  // In the pool.
+                              R"({"gateway":"10.9.0.255","move_pool":true})",
+                              R"({"gateway":"10.9.0.1 ","move_pool":true})",
+                              R"({"netmask":"255.0.255.0"})",
+                              R"({"start":"192.168.225.70"})",  // Above the end.
+                              R"({"gateway":"10.9.0.1","start":"10.9.0.2","move_pool":true})"};
+  for (const char* params : more) EXPECT_EQ(kor::host::kInvalidParams, ErrorOf("lan.set", params)) << params;
+  for (const auto& operation : TakeLanRecord()) EXPECT_EQ(0u, operation.rfind("GetLanConfig", 0)) << operation;
+
+  // Both in one write.
+  const Json moved = Call("lan.set", kMove);
+  EXPECT_EQ("10.9.0.20", moved["start"]) << moved;
+  EXPECT_EQ(nullptr, moved["confirm_in_s"]);
+  EXPECT_EQ(kMoved, modem.LanInForce());
+  EXPECT_EQ((std::vector<std::string>{"GetLanConfig", "SetLanConfig 10.9.0.1 255.255.255.0 1 10.9.0.20 10.9.0.60 43200",
+                                      "ActivateLan", "GetLanConfig"}),
+            TakeLanRecord());
+
+  // Without a DHCP server the pool does not matter.
+  EXPECT_EQ(false, Call("lan.set", R"({"gateway":"10.8.0.1","dhcp":false,"lease_s":60})")["dhcp"]);
+  EXPECT_EQ("10.8.0.1 255.255.255.0 - -", modem.LanInForce());
+  EXPECT_EQ("dhcp", Call("lan.set", R"({"dhcp":true})")["error"]["data"]["argument"]);
+
+  // A write that fails half-way leaves what was there in force.
+  modem.FailNext("ActivateLan", 1);
+  EXPECT_EQ(1, ErrorOf("lan.set", kMove)) << "half-way";
+  EXPECT_EQ("10.8.0.1", Call("lan.show")["gateway"]);
+}
+
+TEST_F(LanTest, AChangeThatNobodyConfirmsIsTakenBack) {
+  ASSERT_EQ(0, ErrorOf("lan.set", R"({"lease_s":43200})"));
+  ASSERT_EQ(kBefore, modem.LanInForce());
+  const std::string with_limit = R"({"gateway":"10.9.0.1","move_pool":true,"confirm_s":)";
+
+  // Confirmed, and one second later still there.
+  EXPECT_NEAR(600, Call("lan.set", with_limit + "600}")["confirm_in_s"].get<double>(), 5);
+  EXPECT_EQ(10, ErrorOf("lan.set", R"({"lease_s":60})"));  // One at a time.
+  EXPECT_EQ(nullptr, Call("lan.confirm")["confirm_in_s"]);
+  EXPECT_EQ(10, ErrorOf("lan.confirm"));
+  EXPECT_EQ(10, ErrorOf("lan.rollback"));
+  ASSERT_EQ(0, ErrorOf("lan.set", R"({"gateway":"192.168.225.1","move_pool":true})"));
+  ASSERT_EQ(kBefore, modem.LanInForce());
+
+  // Taken back on request, ...
+  ASSERT_EQ(0, ErrorOf("lan.set", with_limit + "600}"));
+  EXPECT_EQ("192.168.225.1", Call("lan.rollback")["gateway"]);
+  EXPECT_EQ(kBefore, modem.LanInForce());
+
+  // ... when the time is up, at the second try, as the first write fails, ...
+  ASSERT_EQ(0, ErrorOf("lan.set", with_limit + "1}"));
+  ASSERT_EQ(kMoved, modem.LanInForce());
+  modem.FailNext("SetLanConfig", 1);
+  ASSERT_TRUE(Eventually([&] { return Heard("lan rolled back").size() == 2; }));
+  EXPECT_EQ(kBefore, modem.LanInForce());
+  EXPECT_EQ("not confirmed in time", Heard("lan rolled back")[1]["why"]);
+
+  // ... and at the host's end.
+  ASSERT_EQ(0, ErrorOf("lan.set", with_limit + "600}"));
+  host.Stop();
+  EXPECT_EQ(kBefore, modem.LanInForce());
+}
+
+}  // namespace
+}  // namespace kor::test

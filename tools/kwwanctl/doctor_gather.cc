@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kwwanctl/doctor_gather.h"
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "kwwanctl/doctor_judge.h"
+#include "kwwanctl/doctor_processes.h"
+#include "kwwanctl/doctor_query.h"
+#include "kwwanctl/session.h"
+
+namespace kor::ctl::doctor {
+
+namespace {
+
+constexpr std::chrono::milliseconds kAnswerLimit{2000};
+constexpr std::chrono::milliseconds kHostLimit{5000};
+constexpr size_t kMostText = 65536;  // Of a file; no more is looked at.
+
+TextFile Read(const char* path) {
+  TextFile file;
+  const int fd = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);  // A pipe in the file's place holds nobody up.
+  std::string text(kMostText, '\0');
+  const ssize_t size = fd < 0 ? -1 : read(fd, text.data(), text.size());
+  file.error = size < 0 ? errno : 0;
+  if (fd >= 0) close(fd);
+  if (size < 0) return file;
+  text.resize(static_cast<size_t>(size));
+  file.text = std::move(text);
+  return file;
+}
+
+std::string EndOfLink(const char* path) {
+  std::error_code error;
+  if (!std::filesystem::is_symlink(path, error)) return "";
+  return std::filesystem::weakly_canonical(path, error).string();
+}
+
+// The process at the other end, in this process's numbers.
+pid_t PeerOf(int fd) {
+  ucred peer{};
+  socklen_t size = sizeof(peer);
+  return getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 ? peer.pid : 0;
+}
+
+void NoteCall(const Json& call, Host& host) {
+  if (call.value("state", "") == "connected") host.call_up = true;
+  for (const Json& server : call.value("dns", Json::array())) host.servers.insert(server.get<std::string>());
+}
+
+Host AskHost(Session& session) {
+  Host host;
+  host.socket = session.path();
+  try {
+    host.version = session.Call("host.version", Json::object(), kHostLimit).value("kwwand", "");
+    host.pid = PeerOf(session.fd());
+    host.dns_running = session.Call("dns.show", Json::object(), kHostLimit).value("running", false);
+    const Json calls = session.Call("call.list", Json::object(), kHostLimit);
+    for (const Json& policy : calls.at("policies")) {
+      for (const Json& call : policy.at("calls")) NoteCall(call, host);
+    }
+  } catch (const CommandError& error) {
+    host.error = error.what();
+  } catch (const Json::exception& error) {
+    host.error = std::string("its answer is not understood: ") + error.what();
+  }
+  if (host.pid > 0) host.own_pids = HasOwnNamespace(host.pid, "pid");
+  if (host.pid > 0) host.own_network = HasOwnNamespace(host.pid, "net");
+  return host;
+}
+
+void AskServers(Facts& facts) {
+  std::vector<std::string> servers{kLocalServer};
+  for (const std::string& server : ServersOf(facts.server_list.text.value_or(""))) servers.push_back(server);
+  std::vector<Reply> replies = AskAll(servers, facts.name, kAnswerLimit);
+  facts.local = replies.front();
+  facts.servers.assign(replies.begin() + 1, replies.end());
+}
+
+}  // namespace
+
+Facts Gather(Session& session, const std::string& name) {
+  Facts facts;
+  facts.name = name;
+  facts.host = AskHost(session);
+  facts.processes = LookAtProcesses();
+  facts.pid_file = Read(kPidFile);
+  facts.resolv_conf = Read(kResolvConf);
+  facts.resolv_conf_leads_to = EndOfLink(kResolvConf);
+  facts.server_list = Read(kServerList);
+  facts.permanent_file = Read(kPermanentFile);
+  AskServers(facts);
+  return facts;
+}
+
+}  // namespace kor::ctl::doctor

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kwwanctl/takes.h"
+
+#include <arpa/inet.h>
+
+#include <charconv>
+
+#include "kwwanctl/text.h"
+
+namespace kor::ctl {
+
+std::string Listed(const std::vector<std::string>& words) {
+  std::string text;
+  for (size_t i = 0; i < words.size(); ++i) {
+    if (i > 0) text += i + 1 == words.size() ? " or " : ", ";
+    text += words[i];
+  }
+  return text;
+}
+
+Takes Number(int64_t min, int64_t max) {
+  return {"a number from " + std::to_string(min) + " to " + std::to_string(max),
+          {},
+          [min, max](const std::string& word) -> std::optional<Json> {
+            int64_t number = 0;
+            const char* end = word.data() + word.size();
+            const auto [rest, error] = std::from_chars(word.data(), end, number);
+            if (error != std::errc() || rest != end || number < min || number > max) return std::nullopt;
+            return number;
+          }};
+}
+
+Takes Text(const std::string& what) {
+  return {what, {}, [](const std::string& word) -> std::optional<Json> {
+            if (word.empty() || !IsUtf8(word)) return std::nullopt;
+            return word;
+          }};
+}
+
+Takes Words(const std::vector<std::pair<std::string, Json>>& words) {
+  Takes takes;
+  for (const auto& entry : words) takes.words.push_back(entry.first);
+  takes.text = Listed(takes.words);
+  takes.parse = [words](const std::string& word) -> std::optional<Json> {
+    for (const auto& [known, value] : words) {
+      if (known == word) return value;
+    }
+    return std::nullopt;
+  };
+  return takes;
+}
+
+Takes OneOf(const std::vector<std::string>& words) {
+  std::vector<std::pair<std::string, Json>> same;
+  for (const std::string& word : words) same.emplace_back(word, word);
+  return Words(same);
+}
+
+Takes OnOff() { return Words({{"on", true}, {"off", false}}); }
+
+Takes Address() {
+  return {"an IPv4 address like 192.168.2.1", {}, [](const std::string& word) -> std::optional<Json> {
+            in_addr address{};
+            if (inet_pton(AF_INET, word.c_str(), &address) != 1) return std::nullopt;
+            return word;
+          }};
+}
+
+Takes Flag(const Json& value) {
+  return {"", {}, [value](const std::string&) { return std::optional<Json>(value); }};
+}
+
+}  // namespace kor::ctl

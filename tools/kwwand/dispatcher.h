@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+#include "kwwand/json_rpc.h"
+#include "kwwand/mailbox.h"
+#include "kwwand/method.h"
+#include "kwwand/peer.h"
+#include "kwwand/workers.h"
+
+namespace kor::host {
+
+// Who asks: a connection and the credentials behind it.
+struct Caller {
+  uint64_t client = 0;
+  Peer peer;
+  bool may_change = false;
+};
+
+// Takes requests to their methods, on the lane that each wants, and posts the answers.
+//
+// Thread safety: Start() and Stop() are called by one thread. Methods run on the lanes' threads.
+class Dispatcher {
+ public:
+  static constexpr size_t kMaxWaiting = 32;  // Requests that wait, of all clients.
+
+  // Adds host.version and monitor.start to `methods`. Requires: `mailbox` outlives this.
+  Dispatcher(Methods methods, Mailbox& mailbox);
+
+  // Has the request run; its answer comes by the mailbox, under the number `request`. Throws RequestError when it is
+  // not to run: not known, not permitted, too many.
+  void Start(const Caller& caller, uint64_t request, RpcRequest rpc);
+
+  // Forgets what does not run yet and gives the short methods a moment. False when methods still run: they cannot be
+  // interrupted, and this object must not be destroyed.
+  bool Stop();
+
+ private:
+  const Method& Find(const std::string& name) const;
+
+  Mailbox& mailbox_;
+  std::map<std::string, Method> methods_;
+  Workers short_;
+  Workers waiting_;
+};
+
+}  // namespace kor::host

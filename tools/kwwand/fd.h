@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+#include <system_error>
+#include <utility>
+
+namespace kor::host {
+
+// A file descriptor that is closed at the end of its owner's life; -1 is none.
+class Fd {
+ public:
+  Fd() = default;
+  explicit Fd(int fd) : fd_(fd) {}
+  Fd(Fd&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+  Fd& operator=(Fd&& other) noexcept {
+    if (this != &other) Close();
+    fd_ = std::exchange(other.fd_, fd_);
+    return *this;
+  }
+  ~Fd() { Close(); }
+
+  void Close() {
+    if (fd_ >= 0) close(std::exchange(fd_, -1));
+  }
+
+  int get() const { return fd_; }
+  bool is_open() const { return fd_ >= 0; }
+
+ private:
+  int fd_ = -1;
+};
+
+// What the system's last refusal amounts to: "`what`: No such file or directory".
+inline std::system_error SystemError(const std::string& what) {
+  return std::system_error(errno, std::generic_category(), what);
+}
+
+}  // namespace kor::host

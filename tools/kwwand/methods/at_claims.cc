@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kwwand/methods/at_claims.h"
+
+#include <syslog.h>
+
+#include <atomic>
+#include <chrono>
+#include <map>
+
+#include "common/mutex.h"
+#include "kwwand/methods/shell_command.h"
+
+namespace kor::host {
+
+namespace {
+
+using kor::wwan::AtManager;
+
+constexpr std::chrono::seconds kLimit{5};  // A terminal program waits about so long without doubt.
+constexpr size_t kMaxOutput = 2048;
+
+const char* OpText(int32_t op) {
+  switch (op) {
+    case AtManager::kOpRead:
+      return "read";
+    case AtManager::kOpSet:
+      return "set";
+    case AtManager::kOpTest:
+      return "test";
+    default:
+      return "plain";
+  }
+}
+
+std::vector<std::string> Variables(const AtManager::Command& command) {
+  std::vector<std::string> variables{"AT_NAME=" + command.name, std::string("AT_OP=") + OpText(command.op)};
+  for (size_t i = 0; i < command.params.size(); ++i) {
+    variables.push_back("AT_PARAM_" + std::to_string(i + 1) + "=" + command.params[i]);
+  }
+  return variables;
+}
+
+std::string WithoutLineEnd(std::string text) {
+  while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) text.pop_back();
+  return text;
+}
+
+const char* HowText(CommandEnd::How how) {
+  switch (how) {
+    case CommandEnd::kExited:
+      return "exit status";
+    case CommandEnd::kKilled:
+      return "killed by signal";
+    case CommandEnd::kTimedOut:
+      return "killed after 5 s";
+    case CommandEnd::kCancelled:
+      return "killed at the host's end";
+    case CommandEnd::kNotStarted:
+      return "not started";
+  }
+  return "";
+}
+
+}  // namespace
+
+struct AtClaims::Table {
+  kor::util::Mutex mutex;
+  std::map<std::string, Entry> entries KOR_GUARDED_BY(mutex);
+  std::atomic<bool> cancel{false};
+};
+
+AtClaims::AtClaims() : table_(std::make_shared<Table>()) {}
+
+AtClaims::Entry AtClaims::Claim(AtManager& at, const Entry& entry) {
+  {
+    kor::util::MutexLock lock(table_->mutex);
+    Entry& kept = table_->entries[entry.name];
+    kept.name = entry.name;
+    kept.run = entry.run;
+    kept.answer = entry.answer;
+    if (kept.state == Entry::kRefused) kept.state = Entry::kPending;
+  }
+  // The table's lock is free: a registration's result takes it, and this call may wait for that.
+  const auto table = table_;
+  at.RegisterCallback(
+      entry.name, [table](AtManager::Command& command) { return Serve(*table, command); },
+      [table](const std::string& name, bool taken) {
+        kor::util::MutexLock lock(table->mutex);
+        table->entries[name].state = taken ? Entry::kRegistered : Entry::kRefused;
+      });
+  kor::util::MutexLock lock(table_->mutex);
+  return table_->entries[entry.name];
+}
+
+std::vector<AtClaims::Entry> AtClaims::List() const {
+  kor::util::MutexLock lock(table_->mutex);
+  std::vector<Entry> entries;
+  for (const auto& [name, entry] : table_->entries) entries.push_back(entry);
+  return entries;
+}
+
+void AtClaims::Cancel() { table_->cancel = true; }
+
+AtManager::CmdResponse AtClaims::Serve(Table& table, const AtManager::Command& command) {
+  Entry entry;
+  {
+    kor::util::MutexLock lock(table.mutex);
+    const auto found = table.entries.find(command.name);
+    if (found == table.entries.end()) return {};
+    ++found->second.served;
+    entry = found->second;
+  }
+  AtManager::CmdResponse response;
+  if (entry.answer) {
+    response.result = true;
+    response.response = *entry.answer;
+    return response;
+  }
+  const CommandEnd end = RunShell(*entry.run, Variables(command), kLimit, kMaxOutput, table.cancel);
+  response.result = end.how == CommandEnd::kExited && end.status == 0;
+  if (response.result) response.response = WithoutLineEnd(end.output);
+  if (!response.result) {
+    syslog(LOG_WARNING, "the command of AT%s: %s %d\n", command.name.c_str(), HowText(end.how), end.status);
+  }
+  return response;
+}
+
+}  // namespace kor::host

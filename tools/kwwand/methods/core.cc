@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kwwand/methods/core.h"
+
+#include <syslog.h>
+
+#include <utility>
+
+#include "kwwand/methods/results.h"
+
+namespace kor::host {
+
+Core::Core(const Host::Options& options, std::function<void(const Json&)> sink_function)
+    : sink(std::move(sink_function)), calls(options.backoff_min, options.backoff_max, log, sink) {}
+
+Core::~Core() { Stop(); }
+
+void Core::Start() {
+  dns = std::make_unique<kor::wwan::DnsCtrlManager>();
+  dns->SetEventCb([this](kor::util::EventDic& event) { log.Append(Source::kDns, event); });
+  try {
+    StartDns();
+  } catch (const RequestError& e) {
+    syslog(LOG_ERR, "%s\n", e.what());
+  }
+  data = std::make_unique<kor::wwan::DataManager>();
+  at = std::make_unique<kor::wwan::AtManager>();
+  network = std::make_unique<kor::wwan::NetworkManager>();
+  device = std::make_unique<kor::wwan::DeviceManager>();
+  sim = std::make_unique<kor::wwan::SimManager>();
+  sms = std::make_unique<kor::wwan::SmsManager>();
+  mobileap = std::make_unique<kor::wwan::MobileapManager>();
+  lan = std::make_unique<LanGuard>(sink);
+  Subscribe();
+  at->StartService();
+  if (at->NotifyRegistrationDone() != 0) syslog(LOG_WARNING, "the modem was not told that the host is ready\n");
+  calls.Start(*data);
+}
+
+void Core::Subscribe() {
+  data->SetEventCb([this](kor::util::EventDic& event) { log.Append(Source::kData, event); });
+  network->SetEventCb([this](kor::util::EventDic& event) { log.Append(Source::kNetwork, event); });
+  sms->SetEventCb([this](kor::util::EventDic& event) { log.Append(Source::kSms, event); });
+}
+
+void Core::Unsubscribe() {
+  if (sms) sms->UnsetEventCb();  // Its destructor does not.
+  if (network) network->UnsetEventCb();
+  if (data) data->UnsetEventCb();
+  if (dns) dns->UnsetEventCb();
+}
+
+void Core::Stop() {
+  calls.Stop();
+  if (lan) lan->Close();
+  at_claims.Cancel();
+  if (at) at->StopService();
+  Unsubscribe();
+  {
+    kor::util::MutexLock lock(dns_mutex_);
+    if (dns && !stopped_) dns->StopService();
+    dns_running_ = false;
+    stopped_ = true;
+  }
+  sink.Close();
+}
+
+void Core::StartDns() {
+  kor::util::MutexLock lock(dns_mutex_);
+  if (stopped_) throw RequestError(kShuttingDown, "the host is shutting down");
+  dns_running_ = dns->StartService();
+  Check(dns_running_.load(), "starting the DNS service (/etc/resolv.conf and the folder /data must be there)");
+}
+
+void Core::StopDns() {
+  kor::util::MutexLock lock(dns_mutex_);
+  (void)dns->StopService();  // False only says that there was no forwarder to stop.
+  dns_running_ = false;
+}
+
+}  // namespace kor::host

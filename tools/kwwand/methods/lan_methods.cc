@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: Apache-2.0
+// lan.*: the LAN's addresses and its DHCP server.
+#include "kwwand/methods/params.h"
+#include "kwwand/methods/registry.h"
+
+namespace kor::host {
+
+namespace {
+
+constexpr size_t kMaxAddress = 15;
+constexpr int kMaxConfirm = 86400;
+
+Json LanJson(const LanGuard::State& state) {
+  return {{"gateway", state.lan.gw},
+          {"netmask", state.lan.nm},
+          {"dhcp", state.lan.enable_dhcp},
+          {"start", state.lan.dhcp_start_ip},
+          {"end", state.lan.dhcp_end_ip},
+          {"lease_s", static_cast<uint32_t>(state.lan.dhcp_lease_time)},
+          {"confirm_in_s", state.confirm_in_s ? Json(*state.confirm_in_s) : Json()}};
+}
+
+std::optional<std::string> Address(const Params& params, const char* name) {
+  if (!params.Has(name)) return std::nullopt;
+  return params.Text(name, kMaxAddress);
+}
+
+LanChange ReadChange(const Params& params) {
+  LanChange change;
+  change.gateway = Address(params, "gateway");
+  change.netmask = Address(params, "netmask");
+  if (params.Has("dhcp")) change.dhcp = params.Switch("dhcp");
+  change.start = Address(params, "start");
+  change.end = Address(params, "end");
+  if (params.Has("lease_s")) change.lease_s = params.Number("lease_s", 1, INT32_MAX);
+  change.move_pool = params.Switch("move_pool", false);
+  return change;
+}
+
+Json Show(Core& core, const Request& request) {
+  const Params params(request, {});
+  return LanJson(core.lan->Show());
+}
+
+Json Set(Core& core, const Request& request) {
+  const Params params(request, {"gateway", "netmask", "dhcp", "start", "end", "lease_s", "move_pool", "confirm_s"});
+  const LanChange change = ReadChange(params);
+  std::optional<std::chrono::seconds> confirm;
+  if (params.Has("confirm_s")) confirm = std::chrono::seconds(params.Number("confirm_s", 1, kMaxConfirm));
+  return LanJson(core.lan->Set(change, confirm));
+}
+
+Json Confirm(Core& core, const Request& request) {
+  const Params params(request, {});
+  return LanJson(core.lan->Confirm());
+}
+
+Json RollBack(Core& core, const Request& request) {
+  const Params params(request, {});
+  return LanJson(core.lan->RollBack("on request"));
+}
+
+}  // namespace
+
+void AddLanMethods(Registry& registry) {
+  registry.Read("lan.show", Show);
+  registry.Change("lan.set", Set);
+  registry.Change("lan.confirm", Confirm);
+  registry.Change("lan.rollback", RollBack);
+}
+
+}  // namespace kor::host

@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kwwand/methods/params.h"
+
+#include <algorithm>
+
+#include "common/nearest.h"
+
+namespace kor::host {
+
+namespace {
+
+constexpr size_t kShownValue = 40;  // Bytes of a wrong value that its error repeats.
+constexpr kor::wwan::Tech kTechnologies[] = {kor::wwan::Tech::kUmts, kor::wwan::Tech::kLte, kor::wwan::Tech::kNr5g};
+constexpr std::string_view kTechnologyTexts[] = {"umts", "lte", "nr5g"};
+
+std::string Shown(const Json& value) {
+  std::string text = value.dump(-1, ' ', false, Json::error_handler_t::replace);
+  if (text.size() <= kShownValue) return text;
+  size_t end = kShownValue;
+  while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xc0) == 0x80) --end;  // Not inside a character.
+  return text.substr(0, end) + "...";
+}
+
+// "a, b or c"
+std::string JoinOr(const std::vector<std::string>& texts) {
+  std::string joined;
+  for (size_t i = 0; i < texts.size(); ++i) {
+    if (i > 0) joined += i + 1 == texts.size() ? " or " : ", ";
+    joined += texts[i];
+  }
+  return joined;
+}
+
+RequestError Wrong(const std::string& name, const std::string& problem, const std::string& takes,
+                   const std::optional<std::string>& nearest) {
+  Json data{{"argument", name}, {"takes", takes}};
+  if (nearest) data["nearest"] = *nearest;
+  return {kInvalidParams, name + ": " + problem, data};
+}
+
+}  // namespace
+
+std::string TechnologyText(kor::wwan::Tech technology) {
+  if (technology == kor::wwan::Tech::kAny) return "any";
+  std::string text;
+  for (size_t i = 0; i < std::size(kTechnologies); ++i) {
+    if ((static_cast<uint32_t>(technology) & static_cast<uint32_t>(kTechnologies[i])) == 0) continue;
+    text.append(text.empty() ? "" : "+").append(kTechnologyTexts[i]);
+  }
+  return text.empty() ? "unknown" : text;
+}
+
+std::optional<kor::wwan::Tech> ParseTechnology(std::string_view text) {
+  if (text == "any") return kor::wwan::Tech::kAny;
+  uint32_t bits = 0;
+  for (bool more = true; more;) {
+    const size_t plus = text.find('+');
+    more = plus != std::string_view::npos;
+    const auto* const found = std::find(std::begin(kTechnologyTexts), std::end(kTechnologyTexts), text.substr(0, plus));
+    if (found == std::end(kTechnologyTexts)) return std::nullopt;
+    bits |= static_cast<uint32_t>(kTechnologies[found - std::begin(kTechnologyTexts)]);
+    if (more) text.remove_prefix(plus + 1);
+  }
+  return static_cast<kor::wwan::Tech>(bits);
+}
+
+Params::Params(const Request& request, std::initializer_list<const char*> members) : params_(request.params) {
+  const std::vector<std::string> names(members.begin(), members.end());
+  for (const auto& [name, value] : params_.items()) {
+    if (std::find(names.begin(), names.end(), name) != names.end()) continue;
+    const std::string shown = Shown(name);
+    const std::string takes = names.empty() ? "no params" : JoinOr(names);
+    const auto nearest = kor::tools::Nearest(name, names);
+    const std::string meant = nearest ? "; did you mean " + *nearest + "?" : "";
+    throw Wrong(shown.substr(1, shown.size() - 2), "is not known here, which takes " + takes + meant, takes, nearest);
+  }
+}
+
+const Json* Params::Find(const std::string& name) const {
+  const auto found = params_.find(name);
+  return found == params_.end() || found->is_null() ? nullptr : &*found;
+}
+
+const Json& Params::Get(const char* name, const std::string& takes) const {
+  const Json* const value = Find(name);
+  if (value == nullptr) throw Wrong(name, "is missing, takes " + takes, takes, std::nullopt);
+  return *value;
+}
+
+void Params::Refuse(const std::string& name, const std::string& takes,
+                    const std::optional<std::string>& nearest) const {
+  const Json* const value = Find(name);
+  const std::string problem =
+      value == nullptr ? "is missing, takes " + takes : "takes " + takes + ", not " + Shown(*value);
+  throw Wrong(name, problem, takes, nearest);
+}
+
+int Params::Number(const char* name, int min, int max) const {
+  const std::string takes = "a number from " + std::to_string(min) + " to " + std::to_string(max);
+  const Json& value = Get(name, takes);
+  // A number above every int64_t is none here, as get() would fold it.
+  const bool folds = value.is_number_unsigned() && value.get<uint64_t>() > INT32_MAX;
+  if (!value.is_number_integer() || folds) Refuse(name, takes);
+  const auto number = value.get<int64_t>();
+  if (number < min || number > max) Refuse(name, takes);
+  return static_cast<int>(number);
+}
+
+int Params::Number(const char* name, int min, int max, int otherwise) const {
+  return Has(name) ? Number(name, min, max) : otherwise;
+}
+
+bool Params::Switch(const char* name) const {
+  const Json& value = Get(name, "true or false");
+  if (!value.is_boolean()) Refuse(name, "true or false");
+  return value.get<bool>();
+}
+
+bool Params::Switch(const char* name, bool otherwise) const { return Has(name) ? Switch(name) : otherwise; }
+
+std::string Params::Text(const char* name, size_t max_size) const {
+  const std::string takes = "a text of at most " + std::to_string(max_size) + " bytes";
+  const Json& value = Get(name, takes);
+  if (!value.is_string()) Refuse(name, takes);
+  const auto& text = value.get_ref<const std::string&>();
+  if (text.size() > max_size || text.find('\0') != std::string::npos) Refuse(name, takes);
+  return text;
+}
+
+std::string Params::Text(const char* name, size_t max_size, const std::string& otherwise) const {
+  return Has(name) ? Text(name, max_size) : otherwise;
+}
+
+std::string Params::Secret(const char* name, size_t min_size, size_t max_size, const char* takes) const {
+  const Json& value = Get(name, takes);
+  const std::string* const text = value.is_string() ? &value.get_ref<const std::string&>() : nullptr;
+  if (text == nullptr || text->size() < min_size || text->size() > max_size || text->find('\0') != std::string::npos) {
+    throw Wrong(name, std::string("takes ") + takes, takes, std::nullopt);
+  }
+  return *text;
+}
+
+size_t Params::ChoiceOf(const char* name, const std::vector<std::string>& texts) const {
+  const std::string takes = JoinOr(texts);
+  const Json& value = Get(name, takes);
+  if (!value.is_string()) Refuse(name, takes);
+  const auto& text = value.get_ref<const std::string&>();
+  const auto found = std::find(texts.begin(), texts.end(), text);
+  if (found == texts.end()) Refuse(name, takes, kor::tools::Nearest(text, texts));
+  return static_cast<size_t>(found - texts.begin());
+}
+
+kor::wwan::Tech Params::Technology(const char* name) const {
+  const char kTakes[] = "any, or umts, lte and nr5g joined with +";
+  const Json& value = Get(name, kTakes);
+  const auto technology = value.is_string() ? ParseTechnology(value.get_ref<const std::string&>()) : std::nullopt;
+  if (!technology) Refuse(name, kTakes);
+  return *technology;
+}
+
+}  // namespace kor::host

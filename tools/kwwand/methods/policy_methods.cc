@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: Apache-2.0
+// policy.*: the slots that bind calls to profiles.
+#include "kwwand/methods/policies.h"
+#include "kwwand/methods/registry.h"
+#include "kwwand/methods/results.h"
+
+namespace kor::host {
+
+namespace {
+
+constexpr int kMaxProfile = 24;
+
+// The policy as it is after a change, which the watch looks at too.
+Json Changed(Core& core, uint32_t index) {
+  core.calls.Wake();
+  const Statuses statuses = ReadStatuses(*core.data);
+  Check(index < statuses.size(), "reading the policy");
+  return PolicyJson(*core.data, index, statuses[index]);
+}
+
+uint32_t IndexOf(Core& core, const Params& params) { return PolicyIndex(params, ReadStatuses(*core.data).size()); }
+
+void ResumeBoth(Core& core, uint32_t index) {
+  const Statuses statuses = ReadStatuses(*core.data);
+  if (index >= statuses.size()) return;
+  core.calls.Resume({statuses[index].policy.handle, IPFamily::kIpv4});
+  core.calls.Resume({statuses[index].policy.handle, IPFamily::kIpv6});
+}
+
+Json List(Core& core, const Request& request) {
+  const Params params(request, {});
+  return {{"policies", PoliciesJson(*core.data)}};
+}
+
+Json Set(Core& core, const Request& request) {
+  const Params params(request, {"index", "family", "technology", "profile", "profile6"});
+  const uint32_t index = IndexOf(core, params);
+  const auto technology = params.Technology("technology");
+  const IPFamily family = params.Choice("family", kFamilies);
+  const int profile = params.Number("profile", 1, kMaxProfile);
+  const int profile6 = params.Number("profile6", 1, kMaxProfile, -1);  // -1: the same.
+  Check(core.data->SetPolicy(index, technology, family, profile, profile6), "changing the policy");
+  return Changed(core, index);
+}
+
+Json Create(Core& core, const Request& request) {
+  const Params params(request, {"technology", "family", "profile", "profile6"});
+  const auto technology = params.Has("technology") ? params.Technology("technology") : kor::wwan::Tech::kAny;
+  const IPFamily family = params.Choice("family", kFamilies, IPFamily::kBoth);
+  const int profile = params.Number("profile", 1, kMaxProfile);
+  const int profile6 = params.Number("profile6", 1, kMaxProfile, profile);
+  const bool made =
+      core.data->CreatePdn(technology, family, static_cast<uint8_t>(profile), static_cast<uint8_t>(profile6));
+  Check(made, "creating a policy");
+  return Changed(core, static_cast<uint32_t>(ReadStatuses(*core.data).size() - 1));
+}
+
+Json Delete(Core& core, const Request& request) {
+  const Params params(request, {"index"});
+  const Statuses statuses = ReadStatuses(*core.data);
+  const uint32_t index = PolicyIndex(params, statuses.size());
+  const Json policy = PolicyJson(*core.data, index, statuses[index]);
+  Check(core.data->DeletePdn(static_cast<uint8_t>(index)), "deleting the policy (its calls must be down)");
+  // The modem may give the handle away again.
+  core.calls.Resume({statuses[index].policy.handle, IPFamily::kIpv4});
+  core.calls.Resume({statuses[index].policy.handle, IPFamily::kIpv6});
+  return policy;
+}
+
+Json AutoConnect(Core& core, const Request& request) {
+  const Params params(request, {"index", "on"});
+  const uint32_t index = IndexOf(core, params);
+  const bool on = params.Switch("on");
+  Check(core.data->SetAutoConnect(index, on), "switching auto-connect");
+  if (on) ResumeBoth(core, index);
+  return Changed(core, index);
+}
+
+Json Roaming(Core& core, const Request& request) {
+  const Params params(request, {"index", "on"});
+  const uint32_t index = IndexOf(core, params);
+  Check(core.data->SetRoaming(index, params.Switch("on")), "switching roaming");
+  return Changed(core, index);
+}
+
+Json Family(Core& core, const Request& request) {
+  const Params params(request, {"index", "family", "on"});
+  const uint32_t index = IndexOf(core, params);
+  const IPFamily family = params.Choice("family", kFamilies);
+  Check(core.data->SetIpv4Enabled(index, params.Switch("on"), family), "switching the family");
+  return Changed(core, index);
+}
+
+}  // namespace
+
+void AddPolicyMethods(Registry& registry) {
+  registry.Read("policy.list", List);
+  registry.Change("policy.set", Set);
+  registry.Change("policy.create", Create);
+  registry.Change("policy.delete", Delete);
+  registry.Change("policy.autoconnect", AutoConnect);
+  registry.Change("policy.roaming", Roaming);
+  registry.Change("policy.family", Family);
+}
+
+}  // namespace kor::host

@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: Apache-2.0
+// sim.*: the card's power. pin.*: its lock. PINs go to the modem and nowhere else.
+#include "kwwand/methods/params.h"
+#include "kwwand/methods/registry.h"
+#include "kwwand/methods/results.h"
+
+namespace kor::host {
+
+namespace {
+
+using kor::wwan::DeviceManager;
+
+constexpr int kMaxSlot = 8;
+constexpr Word<kor::Result> kPinStatuses[] = {{DeviceManager::kPinNotVerified, "not verified"},
+                                              {DeviceManager::kPinVerified, "verified"},
+                                              {DeviceManager::kPinDisabled, "disabled"},
+                                              {DeviceManager::kPinBlocked, "blocked"},
+                                              {DeviceManager::kPinPermanentlyBlocked, "permanently blocked"}};
+
+Json SetPower(Core& core, const Request& request, bool on) {
+  const Params params(request, {"slot"});
+  const int slot = params.Number("slot", 1, kMaxSlot, 1);
+  Check(on ? core.sim->TurnOnPower(slot) : core.sim->TurnOffPower(slot), "slot " + std::to_string(slot));
+  return {{"slot", slot}, {"power", on ? "on" : "off"}};
+}
+
+Json TurnOn(Core& core, const Request& request) { return SetPower(core, request, true); }
+
+Json TurnOff(Core& core, const Request& request) { return SetPower(core, request, false); }
+
+// PIN1's.
+Json StatusJson(Core& core) {
+  const kor::Result status = core.device->GetPinStatus();
+  for (const auto& word : kPinStatuses) {
+    if (word.value == status) return {{"status", word.text}};
+  }
+  Check(status, "");
+  throw RequestError(static_cast<int>(kor::Result::kFailure), "the modem does not tell the PIN's status");
+}
+
+Json Status(Core& core, const Request& request) {
+  const Params params(request, {});
+  return StatusJson(core);
+}
+
+std::string PinOf(const Params& params, const char* name) {
+  const std::string pin = params.Secret(name, 4, 8, "4 to 8 digits");
+  if (pin.find_first_not_of("0123456789") == std::string::npos) return pin;
+  throw RequestError(kInvalidParams, std::string(name) + ": takes 4 to 8 digits",
+                     {{"argument", name}, {"takes", "4 to 8 digits"}});
+}
+
+Json SetLock(Core& core, const Request& request, bool on) {
+  const Params params(request, {"pin_id", "pin"});
+  const int pin_id = params.Number("pin_id", 1, 2, 1);
+  Check(core.device->SetPinLock(pin_id, on, PinOf(params, "pin")), "");
+  return StatusJson(core);
+}
+
+Json Lock(Core& core, const Request& request) { return SetLock(core, request, true); }
+
+Json Unlock(Core& core, const Request& request) { return SetLock(core, request, false); }
+
+Json Change(Core& core, const Request& request) {
+  const Params params(request, {"pin_id", "old_pin", "new_pin"});
+  const int pin_id = params.Number("pin_id", 1, 2, 1);
+  const kor::Result result = core.device->ChangePinLockPwd(pin_id, PinOf(params, "old_pin"), PinOf(params, "new_pin"));
+  Check(result, result == kor::Result::kPreconditionFailed ? "a PIN is changed only while its lock is on" : "");
+  return StatusJson(core);
+}
+
+}  // namespace
+
+void AddSimMethods(Registry& registry) {
+  registry.Change("sim.on", TurnOn, Lane::kWaiting);
+  registry.Change("sim.off", TurnOff, Lane::kWaiting);
+  registry.Read("pin.status", Status, Lane::kWaiting);
+  registry.Change("pin.lock", Lock, Lane::kWaiting);
+  registry.Change("pin.unlock", Unlock, Lane::kWaiting);
+  registry.Change("pin.change", Change, Lane::kWaiting);
+}
+
+}  // namespace kor::host

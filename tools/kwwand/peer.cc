@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kwwand/peer.h"
+
+#include <sys/socket.h>
+
+#include <algorithm>
+
+#include "kwwand/fd.h"
+
+namespace kor::host {
+
+namespace {
+
+// None where the kernel does not tell them.
+std::vector<gid_t> SupplementaryGroupsOf(int fd) {
+  std::vector<gid_t> groups(64);
+  auto size = static_cast<socklen_t>(groups.size() * sizeof(gid_t));
+  int rc = getsockopt(fd, SOL_SOCKET, SO_PEERGROUPS, groups.data(), &size);
+  if (rc != 0 && errno == ERANGE) {  // `size` says how many it takes.
+    groups.resize(size / sizeof(gid_t));
+    rc = getsockopt(fd, SOL_SOCKET, SO_PEERGROUPS, groups.data(), &size);
+  }
+  groups.resize(rc == 0 ? size / sizeof(gid_t) : 0);
+  return groups;
+}
+
+}  // namespace
+
+Peer PeerOf(int fd) {
+  ucred credentials{};
+  socklen_t size = sizeof(credentials);
+  if (getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0) throw SystemError("SO_PEERCRED");
+  Peer peer{credentials.uid, SupplementaryGroupsOf(fd), credentials.pid};
+  peer.groups.insert(peer.groups.begin(), credentials.gid);
+  return peer;
+}
+
+bool MayChange(const Peer& peer, uid_t host, std::optional<gid_t> group) {
+  if (peer.uid == 0 || peer.uid == host) return true;
+  return group && std::find(peer.groups.begin(), peer.groups.end(), *group) != peer.groups.end();
+}
+
+}  // namespace kor::host

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "kwwand/connection.h"
+#include "kwwand/dispatcher.h"
+#include "kwwand/listen_socket.h"
+#include "kwwand/mailbox.h"
+
+namespace kor::host {
+
+// The host's loop: one thread that takes connections, requests and the mailbox's lines as they come and waits for
+// nothing else. What a request does happens elsewhere (see Dispatcher); what a client does or does not do costs the
+// others nothing.
+//
+// A client that goes away leaves its requests running; their answers are dropped. One that only ends its input is
+// answered first.
+class Server {
+ public:
+  static constexpr size_t kMaxClients = 128;
+
+  // Members of `group` may change things. Requires: the others outlive this.
+  Server(ListenSocket& listener, Mailbox& mailbox, Dispatcher& dispatcher, std::optional<gid_t> group)
+      : listener_(listener), mailbox_(mailbox), dispatcher_(dispatcher), group_(group) {}
+
+  // Serves until `stop_fd` can be read. Then no one can connect any more, whatever was asked and is not answered is
+  // answered kShuttingDown, and the connections are closed. Throws std::system_error.
+  void Run(int stop_fd);
+
+ private:
+  bool Round(int stop_fd);
+  void Accept();
+  void Welcome(Fd socket);
+  void Deliver();
+  void Deliver(const Mail& mail);
+  void Publish(const std::string& line);
+  void Serve(Connection& client, short ready);
+  void Advance(Connection& client);
+  void Handle(Connection& client, const LineBuffer::Line& line);
+  void CutOff(Connection& client);
+  void SweepUp();
+  void Dismiss();
+
+  ListenSocket& listener_;
+  Mailbox& mailbox_;
+  Dispatcher& dispatcher_;
+  const std::optional<gid_t> group_;
+  std::map<uint64_t, Connection> clients_;
+  uint64_t last_client_ = 0;
+  bool accept_paused_ = false;  // There was no descriptor for a client: a round without new ones.
+  bool stopping_ = false;
+};
+
+}  // namespace kor::host
