@@ -6,6 +6,10 @@ function(kwwan_own_code target)
                          $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>)
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src)
   target_link_libraries(${target} PRIVATE Threads::Threads)
+  if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")  # What is shipped does not tell in which folder it was built.
+    target_compile_options(${target} PRIVATE -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.
+                           -ffile-prefix-map=${PROJECT_BINARY_DIR}=build)
+  endif()
   if(KWWAN_SANITIZE)
     target_compile_options(${target} PRIVATE -fsanitize=${KWWAN_SANITIZE} -fno-sanitize-recover=all
                            -fno-omit-frame-pointer
@@ -29,22 +33,38 @@ function(kwwan_shared_library target exports)
   target_compile_options(${target} PRIVATE -ffunction-sections -fdata-sections)
   set_property(TARGET ${target} PROPERTY INSTALL_RPATH $ORIGIN)  # The libraries find each other in any prefix.
   set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${exports})
-  install(TARGETS ${target} EXPORT kwwanTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  install(TARGETS ${target} EXPORT kwwanTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_COMPONENT devel)
 endfunction()
 
 # Headers, CMake package and pkg-config file.
 function(kwwan_install_package)
   include(CMakePackageConfigHelpers)
+  set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME devel)
   install(DIRECTORY include/wwan DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kwwan FILES_MATCHING PATTERN "*.h")
   install(DIRECTORY src/common DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kwwan FILES_MATCHING PATTERN "*.h")
   install(FILES platform/modem/scenario.h platform/modem/sim_modem.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kwwan/modem)
   configure_package_config_file(cmake/kwwanConfig.cmake.in kwwanConfig.cmake
     INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kwwan)
   write_basic_package_version_file(kwwanConfigVersion.cmake COMPATIBILITY SameMinorVersion)
-  file(RELATIVE_PATH KWWAN_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
-  configure_file(cmake/kwwan.pc.in kwwan.pc @ONLY)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/kwwanConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/kwwanConfigVersion.cmake
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kwwan)
-  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/kwwan.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
   install(EXPORT kwwanTargets NAMESPACE kwwan:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kwwan)
+  kwwan_install_pc()
+endfunction()
+
+# kwwan.pc names the prefix of the installation itself (cmake --install --prefix), never the folder that DESTDIR puts
+# before it: pkg-config adds a sysroot of its own.
+function(kwwan_install_pc)
+  set(libdir "\${prefix}")
+  set(includedir "\${prefix}")
+  cmake_path(APPEND libdir "${CMAKE_INSTALL_LIBDIR}")  # An absolute folder replaces the prefix.
+  cmake_path(APPEND includedir "${CMAKE_INSTALL_INCLUDEDIR}")
+  string(CONFIGURE [[
+    set(libdir [=[@libdir@]=])
+    set(includedir [=[@includedir@]=])
+    set(version [=[@PROJECT_VERSION@]=])
+    configure_file([=[@PROJECT_SOURCE_DIR@/cmake/kwwan.pc.in]=] [=[@PROJECT_BINARY_DIR@/kwwan.pc]=] @ONLY)]] code @ONLY)
+  install(CODE "${code}")
+  install(FILES ${PROJECT_BINARY_DIR}/kwwan.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endfunction()
