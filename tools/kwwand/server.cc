@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <syslog.h>
 
+#include <cinttypes>
 #include <utility>
 #include <vector>
 
@@ -66,7 +67,7 @@ void Server::Welcome(Fd socket) {
   }
   Peer peer = PeerOf(socket.get());
   const bool may_change = MayChange(peer, geteuid(), group_);
-  syslog(LOG_DEBUG, "client %lu: user %u, process %d", ++last_client_, peer.uid, peer.pid);
+  syslog(LOG_DEBUG, "client %" PRIu64 ": user %u, process %d", ++last_client_, peer.uid, peer.pid);
   clients_.try_emplace(last_client_, std::move(socket), Caller{last_client_, std::move(peer), may_change});
 }
 
@@ -134,7 +135,7 @@ void Server::Handle(Connection& client, const LineBuffer::Line& line) {
 }
 
 void Server::CutOff(Connection& client) {
-  syslog(LOG_WARNING, "client %lu (user %u, process %d) does not read what it asked for: it is cut off",
+  syslog(LOG_WARNING, "client %" PRIu64 " (user %u, process %d) does not read what it asked for: it is cut off",
          client.caller().client, client.caller().peer.uid, client.caller().peer.pid);
   client.HangUp();
 }
