@@ -57,14 +57,15 @@ std::string Difference(const Json& expected, const Json& got, const std::string&
   }
   if (!expected.is_object() || !got.is_object()) {
     const bool same = expected.type() == got.type() || (expected.is_number() && got.is_number());
-    return same ? "" : at + ": " + got.dump() + "\n";
+    return same ? "" : std::string(at).append(": ").append(got.dump()).append("\n");
   }
   std::string difference;
   for (const auto& [key, member] : got.items()) {
-    if (!expected.contains(key)) difference += at + "." + key + " is not documented\n";
+    if (!expected.contains(key)) difference.append(at).append(".").append(key).append(" is not documented\n");
   }
   for (const auto& [key, member] : expected.items()) {
-    difference += got.contains(key) ? Difference(member, got[key], at + "." + key) : at + "." + key + " is missing\n";
+    const std::string place = std::string(at).append(".").append(key);
+    difference += got.contains(key) ? Difference(member, got[key], place) : place + " is missing\n";
   }
   return difference;
 }
@@ -88,7 +89,7 @@ Json Take(const Json& documented, Client& host, std::list<Json>& kept) {
     if (got.is_discarded() || matches(got)) return got;
     kept.push_back(std::move(got));
   }
-  const Json got = *found;
+  Json got = *found;
   kept.erase(found);
   return got;
 }
@@ -146,7 +147,7 @@ TEST(DocumentsTest, TheManualAndTheCompletionKnowEveryVerb) {
     EXPECT_EQ(entries, Offered(object + " \"\""));
     for (const std::string& verb : entries) {
       EXPECT_TRUE(has("Ic " + verb)) << object << " " << verb;
-      for (const std::string& argument : EntriesOf(object + " " + verb)) {
+      for (const std::string& argument : EntriesOf(std::string(object).append(" ").append(verb))) {
         const bool option = argument[0] == '-';
         EXPECT_TRUE(!option || has("Fl " + argument.substr(1))) << object << " " << verb << " " << argument;
       }

@@ -61,14 +61,14 @@ std::string ReadSecret(const std::string& prompt) {
 }
 
 std::string ReadPin(const std::string& prompt) {
-  const std::string pin = ReadSecret(prompt);
+  std::string pin = ReadSecret(prompt);
   const bool digits = std::all_of(pin.begin(), pin.end(), [](char c) { return c >= '0' && c <= '9'; });
   if (digits && pin.size() >= 4 && pin.size() <= 8) return pin;
   throw CommandError(kErrorUsage, "PIN: takes 4 to 8 digits", Json{{"argument", "PIN"}, {"takes", "4 to 8 digits"}});
 }
 
 std::string ReadNewPin(const std::string& prompt) {
-  const std::string pin = ReadPin(prompt);
+  std::string pin = ReadPin(prompt);
   if (!isatty(STDIN_FILENO) || ReadSecret("Once more: ") == pin) return pin;
   throw CommandError(kErrorFailure, "the new PIN was not the same both times; nothing is changed");
 }

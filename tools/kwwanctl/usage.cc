@@ -60,7 +60,7 @@ void CheckWords(const CLI::App& app) {
     if (chosen.empty() && !NamesOf(*level).empty()) throw UsageError(path, Listed(NamesOf(*level)), "");
     if (chosen.empty()) return;
     level = chosen[0];
-    path = level->get_parent() == &app ? level->get_name() : path + ' ' + level->get_name();
+    path = level->get_parent() == &app ? level->get_name() : path.append(" ").append(level->get_name());
   }
 }
 

@@ -12,7 +12,8 @@ namespace kor::host {
 
 void Registry::Add(const char* name, Access access, Lane lane, Function function) {
   const auto run = [core = core_, function, what = std::string(name)](const Request& request) {
-    const std::shared_ptr<Core> held = core;  // The method itself may be destroyed while it runs.
+    // The method itself may be destroyed while it runs.
+    const std::shared_ptr<Core> held = core;  // NOLINT(performance-unnecessary-copy-initialization)
     try {
       return function(*held, request);
     } catch (const RequestError&) {

@@ -44,7 +44,7 @@ Json Status(Core& core, const Request& request) {
 }
 
 std::string PinOf(const Params& params, const char* name) {
-  const std::string pin = params.Secret(name, 4, 8, "4 to 8 digits");
+  std::string pin = params.Secret(name, 4, 8, "4 to 8 digits");
   if (pin.find_first_not_of("0123456789") == std::string::npos) return pin;
   throw RequestError(kInvalidParams, std::string(name) + ": takes 4 to 8 digits",
                      {{"argument", name}, {"takes", "4 to 8 digits"}});
