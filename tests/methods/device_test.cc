@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "bench.h"
-#include "kwwand/methods/dns_files.h"
+#include "common/dns_files.h"
 #include "support/files.h"
 
 namespace kor::test {
@@ -104,7 +104,7 @@ TEST_F(HostTest, TheDnsFilesAreReadWithCare) {
     EXPECT_EQ(nullptr, Call("dns.show")["forwarder_pid"]) << text;
   }
   EXPECT_EQ((std::vector<std::string>{"10.0.0.1", "fd00::1"}),
-            kor::host::NameServers("nameserver 10.0.0.1\n#nameserver 1.1.1.1\n nameserver\tfd00::1 x\nnameserver\n"));
+            kor::tools::ServersIn("nameserver 10.0.0.1\n#nameserver 1.1.1.1\n nameserver\tfd00::1 x\nnameserver\n"));
   WriteFile("/data/permanent-dns.conf", "nameserver 9.9.9.9\n");
   EXPECT_EQ("permanent file", Call("dns.show")["source"]);
   WriteFile("/etc/resolv.conf", "nameserver 8.8.8.8\n");

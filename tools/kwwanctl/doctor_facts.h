@@ -8,15 +8,17 @@
 #include <string>
 #include <vector>
 
+#include "common/dns_files.h"
+
 // What the doctor looks at, as it was found: facts without a verdict. doctor_gather.h finds them, doctor_judge.h judges
 // them.
 namespace kor::ctl::doctor {
 
-// The library's fixed places.
-constexpr char kResolvConf[] = "/etc/resolv.conf";
-constexpr char kPermanentFile[] = "/data/permanent-dns.conf";
-constexpr char kServerList[] = "/var/run/netctld-dnsmasq/dnsmasq_resolv.conf";
-constexpr char kPidFile[] = "/var/run/netctld-dnsmasq/dnsmasq.pid";
+using kor::tools::kPermanentFile;
+using kor::tools::kPidFile;
+using kor::tools::kResolvConf;
+using kor::tools::kServerList;
+using kor::tools::TextFile;
 
 constexpr char kLocalServer[] = "127.0.0.1";
 
@@ -25,11 +27,6 @@ struct Process {
   std::string name;     // As the kernel has it: at most 15 characters.
   std::string command;  // Its arguments with blanks between; empty for a zombie.
   bool zombie = false;
-};
-
-struct TextFile {
-  std::optional<std::string> text;  // Empty iff it could not be read.
-  int error = 0;                    // Why not, as errno has it.
 };
 
 // A socket that takes queries on port 53.

@@ -1,14 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kwwanctl/doctor_gather.h"
 
-#include <fcntl.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <filesystem>
 #include <system_error>
-#include <utility>
 #include <vector>
 
 #include "kwwanctl/doctor_judge.h"
@@ -22,20 +18,6 @@ namespace {
 
 constexpr std::chrono::milliseconds kAnswerLimit{2000};
 constexpr std::chrono::milliseconds kHostLimit{5000};
-constexpr size_t kMostText = 65536;  // Of a file; no more is looked at.
-
-TextFile Read(const char* path) {
-  TextFile file;
-  const int fd = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);  // A pipe in the file's place holds nobody up.
-  std::string text(kMostText, '\0');
-  const ssize_t size = fd < 0 ? -1 : read(fd, text.data(), text.size());
-  file.error = size < 0 ? errno : 0;
-  if (fd >= 0) close(fd);
-  if (size < 0) return file;
-  text.resize(static_cast<size_t>(size));
-  file.text = std::move(text);
-  return file;
-}
 
 std::string EndOfLink(const char* path) {
   std::error_code error;
@@ -91,11 +73,11 @@ Facts Gather(Session& session, const std::string& name) {
   facts.name = name;
   facts.host = AskHost(session);
   facts.processes = LookAtProcesses();
-  facts.pid_file = Read(kPidFile);
-  facts.resolv_conf = Read(kResolvConf);
+  facts.pid_file = kor::tools::ReadTextFile(kPidFile);
+  facts.resolv_conf = kor::tools::ReadTextFile(kResolvConf);
   facts.resolv_conf_leads_to = EndOfLink(kResolvConf);
-  facts.server_list = Read(kServerList);
-  facts.permanent_file = Read(kPermanentFile);
+  facts.server_list = kor::tools::ReadTextFile(kServerList);
+  facts.permanent_file = kor::tools::ReadTextFile(kPermanentFile);
   AskServers(facts);
   return facts;
 }

@@ -2,7 +2,6 @@
 #include "kwwanctl/doctor_judge.h"
 
 #include <cstring>
-#include <sstream>
 
 #include "kwwanctl/doctor_rules.h"
 
@@ -21,14 +20,8 @@ const char* Name(Verdict verdict) {
 }
 
 std::set<std::string> ServersOf(const std::string& list) {
-  std::set<std::string> servers;
-  std::istringstream lines(list);
-  for (std::string line; std::getline(lines, line);) {
-    std::istringstream words(line);
-    std::string key, address;
-    if (words >> key >> address && key == "nameserver") servers.insert(address);
-  }
-  return servers;
+  const std::vector<std::string> servers = kor::tools::ServersIn(list);
+  return {servers.begin(), servers.end()};
 }
 
 std::vector<Finding> Judge(const Facts& facts) {

@@ -10,8 +10,6 @@ namespace kor::ctl::doctor {
 
 namespace {
 
-constexpr char kOurText[] = "#AUTOMATICALLY EDITED BY NETCTLD\nnameserver 127.0.0.1\n";
-
 // Programs that write /etc/resolv.conf too, as the kernel names their processes (15 characters), and what their text or
 // the link that they set holds.
 struct Manager {
@@ -51,7 +49,7 @@ Finding JudgeResolvConf(const Facts& facts) {
                    std::string(": > ") + kResolvConf + "; " + kRestart);
   }
   if (!file.text) return Unreadable(name, file);
-  if (*file.text == kOurText) return Ok(name, "names 127.0.0.1, as written");
+  if (*file.text == kor::tools::kResolvConfText) return Ok(name, "names 127.0.0.1, as written");
   const std::string why = "Programs do not ask dnsmasq, so they miss the servers of the calls.";
   if (!file.text->empty() && file.text->front() == '\0')
     return Problem(name, "it begins with a NUL byte", "Such a text is taken for none and not repaired.",
@@ -82,7 +80,7 @@ Finding JudgeWatch(const Facts& facts) {
 
 Finding JudgeManagers(const Facts& facts) {
   const char* name = "other-manager";
-  const bool ours = facts.resolv_conf.text == std::string(kOurText);
+  const bool ours = facts.resolv_conf.text == std::string(kor::tools::kResolvConfText);
   const bool nothing = !facts.resolv_conf.text && facts.resolv_conf_leads_to.empty();  // Nobody's text.
   std::string running;
   for (const Process& process : facts.processes.all) {

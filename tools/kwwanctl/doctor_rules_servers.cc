@@ -9,14 +9,12 @@ namespace kor::ctl::doctor {
 
 namespace {
 
-constexpr size_t kShortestPermanent = 4;  // A permanent file of that many characters or fewer is taken for none.
 constexpr char kNoAddress[] = "0.0.0.0";
 constexpr int kNoError = 0, kServerFailure = 2, kNoSuchName = 3, kRefused = 5;  // RCODEs.
 
 // The text that is used instead of the calls' servers; empty when there is none.
 std::string PermanentText(const Facts& facts) {
-  const std::string text = facts.permanent_file.text.value_or("").c_str();  // Up to a NUL, as the library takes it.
-  return text.size() > kShortestPermanent ? text : "";
+  return kor::tools::UsedPermanentText(facts.permanent_file.text.value_or(""));
 }
 
 bool Answered(const Reply& reply) { return reply.code == kNoError || reply.code == kNoSuchName; }

@@ -9,15 +9,6 @@
 
 namespace kor::ctl {
 
-std::string Listed(const std::vector<std::string>& words) {
-  std::string text;
-  for (size_t i = 0; i < words.size(); ++i) {
-    if (i > 0) text += i + 1 == words.size() ? " or " : ", ";
-    text += words[i];
-  }
-  return text;
-}
-
 Takes Number(int64_t min, int64_t max) {
   return {"a number from " + std::to_string(min) + " to " + std::to_string(max),
           {},

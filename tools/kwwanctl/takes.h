@@ -8,9 +8,12 @@
 #include <utility>
 #include <vector>
 
+#include "common/listed.h"
 #include "kwwanctl/command_error.h"
 
 namespace kor::ctl {
+
+using kor::tools::Listed;
 
 // What an argument takes: how to say it, and how a word becomes a JSON value.
 struct Takes {
@@ -18,9 +21,6 @@ struct Takes {
   std::vector<std::string> words;                                     // All there are, when they can be listed.
   std::function<std::optional<Json>(const std::string& word)> parse;  // Nothing: the word is none.
 };
-
-// "a", "a or b", "a, b or c"
-std::string Listed(const std::vector<std::string>& words);
 
 Takes Number(int64_t min, int64_t max);
 

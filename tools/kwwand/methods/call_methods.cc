@@ -13,8 +13,6 @@ namespace {
 
 using kor::wwan::DataManager;
 
-constexpr int kMaxProfile = 24;
-
 // The policy and family that a request names, by index or by profile number.
 struct Target {
   std::optional<int> cid;

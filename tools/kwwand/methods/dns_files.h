@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the DNS service's files say. Their paths are fixed by the library, which has no operation that tells them.
+// What the DNS service's files say now.
 #pragma once
 
 #include <sys/types.h>
@@ -21,8 +21,5 @@ bool PermanentFileIsUsed();
 
 // Whether the system's resolver asks the forwarder, and was told so by the library.
 bool ResolvConfIsOurs();
-
-// The addresses in the "nameserver" lines of a text, in order.
-std::vector<std::string> NameServers(const std::string& text);
 
 }  // namespace kor::host

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "common/listed.h"
 #include "common/nearest.h"
 
 namespace kor::host {
@@ -19,16 +20,6 @@ std::string Shown(const Json& value) {
   size_t end = kShownValue;
   while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xc0) == 0x80) --end;  // Not inside a character.
   return text.substr(0, end) + "...";
-}
-
-// "a, b or c"
-std::string JoinOr(const std::vector<std::string>& texts) {
-  std::string joined;
-  for (size_t i = 0; i < texts.size(); ++i) {
-    if (i > 0) joined += i + 1 == texts.size() ? " or " : ", ";
-    joined += texts[i];
-  }
-  return joined;
 }
 
 RequestError Wrong(const std::string& name, const std::string& problem, const std::string& takes,
@@ -69,10 +60,11 @@ Params::Params(const Request& request, std::initializer_list<const char*> member
   for (const auto& [name, value] : params_.items()) {
     if (std::find(names.begin(), names.end(), name) != names.end()) continue;
     const std::string shown = Shown(name);
-    const std::string takes = names.empty() ? "no params" : JoinOr(names);
+    const std::string takes = names.empty() ? "no params" : kor::tools::Listed(names);
     const auto nearest = kor::tools::Nearest(name, names);
-    const std::string meant = nearest ? "; did you mean " + *nearest + "?" : "";
-    throw Wrong(shown.substr(1, shown.size() - 2), "is not known here, which takes " + takes + meant, takes, nearest);
+    std::string problem = "is not known here, which takes " + takes;
+    if (nearest) problem += "; did you mean " + *nearest + "?";
+    throw Wrong(shown.substr(1, shown.size() - 2), problem, takes, nearest);
   }
 }
 
@@ -141,7 +133,7 @@ std::string Params::Secret(const char* name, size_t min_size, size_t max_size, c
 }
 
 size_t Params::ChoiceOf(const char* name, const std::vector<std::string>& texts) const {
-  const std::string takes = JoinOr(texts);
+  const std::string takes = kor::tools::Listed(texts);
   const Json& value = Get(name, takes);
   if (!value.is_string()) Refuse(name, takes);
   const auto& text = value.get_ref<const std::string&>();

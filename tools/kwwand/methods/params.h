@@ -12,6 +12,8 @@
 
 namespace kor::host {
 
+constexpr int kMaxProfile = 24;  // The modem's profiles are numbered from 1 to this.
+
 // A request's params, read member by member. What is wrong throws RequestError(kInvalidParams): the message says which
 // member and what it takes, the data has both ("argument", "takes") and "nearest" when something near was likely meant.
 // A member that is null is as good as absent; one without a default must be there.

@@ -8,8 +8,6 @@ namespace kor::host {
 
 namespace {
 
-constexpr int kMaxProfile = 24;
-
 // The policy as it is after a change, which the watch looks at too.
 Json Changed(Core& core, uint32_t index) {
   core.calls.Wake();
@@ -20,11 +18,9 @@ Json Changed(Core& core, uint32_t index) {
 
 uint32_t IndexOf(Core& core, const Params& params) { return PolicyIndex(params, ReadStatuses(*core.data).size()); }
 
-void ResumeBoth(Core& core, uint32_t index) {
-  const Statuses statuses = ReadStatuses(*core.data);
-  if (index >= statuses.size()) return;
-  core.calls.Resume({statuses[index].policy.handle, IPFamily::kIpv4});
-  core.calls.Resume({statuses[index].policy.handle, IPFamily::kIpv6});
+void ResumeBoth(Core& core, int32_t handle) {
+  core.calls.Resume({handle, IPFamily::kIpv4});
+  core.calls.Resume({handle, IPFamily::kIpv6});
 }
 
 Json List(Core& core, const Request& request) {
@@ -59,20 +55,20 @@ Json Delete(Core& core, const Request& request) {
   const Params params(request, {"index"});
   const Statuses statuses = ReadStatuses(*core.data);
   const uint32_t index = PolicyIndex(params, statuses.size());
-  const Json policy = PolicyJson(*core.data, index, statuses[index]);
+  Json policy = PolicyJson(*core.data, index, statuses[index]);
   Check(core.data->DeletePdn(static_cast<uint8_t>(index)), "deleting the policy (its calls must be down)");
   // The modem may give the handle away again.
-  core.calls.Resume({statuses[index].policy.handle, IPFamily::kIpv4});
-  core.calls.Resume({statuses[index].policy.handle, IPFamily::kIpv6});
+  ResumeBoth(core, statuses[index].policy.handle);
   return policy;
 }
 
 Json AutoConnect(Core& core, const Request& request) {
   const Params params(request, {"index", "on"});
-  const uint32_t index = IndexOf(core, params);
+  const Statuses statuses = ReadStatuses(*core.data);
+  const uint32_t index = PolicyIndex(params, statuses.size());
   const bool on = params.Switch("on");
   Check(core.data->SetAutoConnect(index, on), "switching auto-connect");
-  if (on) ResumeBoth(core, index);
+  if (on) ResumeBoth(core, statuses[index].policy.handle);
   return Changed(core, index);
 }
 

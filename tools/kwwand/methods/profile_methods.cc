@@ -10,7 +10,6 @@ namespace {
 
 using kor::wwan::DataManager;
 
-constexpr int kMaxProfile = 24;
 constexpr size_t kMaxText = 100;  // 3GPP TS 23.003 has it for access point names.
 constexpr size_t kMaxPassword = 127;
 
