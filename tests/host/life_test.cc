@@ -168,10 +168,9 @@ TEST(LifeTest, EachOfTheSignalsEndsAnIdleHostAndABrokenPipeDoesNot) {
   }
 }
 
+// Not a test under ThreadSanitizer, whose runtime holds signals back while the C library blocks: no host could pass it.
+#ifndef __SANITIZE_THREAD__
 TEST(LifeTest, AHostThatIsStuckIsEndedHard) {
-#ifdef __SANITIZE_THREAD__
-  GTEST_SKIP() << "its runtime holds signals back while the C library blocks";
-#endif
   HostProcess host;
   ASSERT_TRUE(host.ready());
   // A log daemon that has stopped reading holds up whoever logs.
@@ -188,6 +187,7 @@ TEST(LifeTest, AHostThatIsStuckIsEndedHard) {
   EXPECT_EQ(1, ending.status) << ending.said;
   EXPECT_GT(ending.took, 1s);
 }
+#endif
 
 }  // namespace
 }  // namespace kor::test
