@@ -41,6 +41,11 @@ constexpr char kPidFile[] = "/var/run/netctld-dnsmasq/dnsmasq.pid";
 
 void Shell(const std::string& command) { ASSERT_EQ(0, system(command.c_str())) << command; }
 
+// A forwarder that gives up holds its folder until it has ended, and nobody waits for that end.
+void Unmount(const std::string& place) {
+  EXPECT_TRUE(Eventually([&] { return umount(place.c_str()) == 0; })) << place;
+}
+
 bool ForwarderRuns() {
   const std::string pid = ReadFile(kPidFile);
   return !pid.empty() && ReadFile("/proc/" + pid.substr(0, pid.find('\n')) + "/comm") == "dnsmasq\n";
@@ -100,7 +105,7 @@ TEST_F(SystemCallsTest, NoRoom) {
   Shell("mount -t tmpfs -o size=4k none /var/run/netctld-dnsmasq && echo > /var/run/netctld-dnsmasq/filling");
   Cycle(0);
   EXPECT_EQ(0u, ReadFile(kServers).find_first_not_of('\0') + 1);
-  Shell("umount /var/run/netctld-dnsmasq");
+  Unmount("/var/run/netctld-dnsmasq");
   ExpectMended();
 
   // Under resolv.conf: an empty one cannot get its text. What it gets instead begins with a NUL, and whatever does so
@@ -112,7 +117,7 @@ TEST_F(SystemCallsTest, NoRoom) {
   Shell("rm /tmp/full/filling && : > /etc/resolv.conf");
   Cycle(0);
   EXPECT_EQ(kRepaired, ReadFile(kResolvConf));
-  Shell("umount /etc/resolv.conf");
+  Unmount("/etc/resolv.conf");
   ExpectMended();
 }
 
@@ -120,14 +125,14 @@ TEST_F(SystemCallsTest, NoRightToWrite) {
   // Nobody can be told of a list that cannot be opened: Connect fails, the call is up.
   Shell("mount -t tmpfs none /var/run/netctld-dnsmasq && mount -o remount,ro /var/run/netctld-dnsmasq");
   Cycle(1, 500ms);
-  Shell("umount /var/run/netctld-dnsmasq");
+  Unmount("/var/run/netctld-dnsmasq");
   ExpectMended();
 
   Shell("echo nameserver 192.0.2.1 > /tmp/conf && mount --bind /tmp/conf /etc/resolv.conf");
   Shell("mount -o remount,bind,ro /etc/resolv.conf");
   Cycle(0);
   EXPECT_EQ("nameserver 192.0.2.1\n", ReadFile(kResolvConf));
-  Shell("umount /etc/resolv.conf");
+  Unmount("/etc/resolv.conf");
   ExpectMended();
 }
 
