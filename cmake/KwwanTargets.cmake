@@ -1,11 +1,18 @@
 # What every target of the project shares.
+include(CheckPIESupported)
+check_pie_supported(OUTPUT_VARIABLE unused LANGUAGES CXX)  # So that executables are linked as position-independent too.
+
+option(KWWAN_MISUSE_CHECKS "In a debug build, misuse of locks and callbacks ends the process with a sentence" ON)
 
 # Warnings, sanitizers and include roots for our own code; consumers inherit none of it.
 function(kwwan_own_code target)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wshadow -Wconversion -Werror
-                         $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>)
+                         "$<$<CXX_COMPILER_ID:Clang>:-Wthread-safety;-Wreserved-identifier>")
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src)
   target_link_libraries(${target} PRIVATE Threads::Threads)
+  target_compile_definitions(${target} PRIVATE
+    $<$<AND:$<CONFIG:Debug>,$<BOOL:${KWWAN_MISUSE_CHECKS}>>:KWWAN_MISUSE_CHECKS>)
+  kwwan_hardened(${target})
   if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")  # What is shipped does not tell in which folder it was built.
     target_compile_options(${target} PRIVATE -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.
                            -ffile-prefix-map=${PROJECT_BINARY_DIR}=build)
@@ -19,6 +26,17 @@ function(kwwan_own_code target)
   endif()
 endfunction()
 
+# Against what a fault could be used for: checked stacks and buffers, tables that are read-only from the start, no code
+# in data. .ci/check_hardening looks for it in what is shipped.
+function(kwwan_hardened target)
+  target_compile_options(${target} PRIVATE -fstack-protector-strong)
+  target_link_options(${target} PRIVATE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+  if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug" AND NOT KWWAN_SANITIZE)  # It needs optimisation; sanitizers do more.
+    # Some compilers and distributions have it defined already.
+    target_compile_options(${target} PRIVATE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+  endif()
+endfunction()
+
 # A shared library of the project that only shows what `exports` (a linker version script) lists.
 function(kwwan_shared_library target exports)
   kwwan_own_code(${target})
@@ -26,7 +44,8 @@ function(kwwan_shared_library target exports)
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kwwan>)
   target_compile_features(${target} INTERFACE cxx_std_17)
-  target_link_options(${target} PRIVATE -Wl,--gc-sections -Wl,--version-script=${exports})
+  # What it calls of its own is its own, and costs no look-up when it is loaded.
+  target_link_options(${target} PRIVATE -Wl,--gc-sections -Wl,--version-script=${exports} -Wl,-Bsymbolic-functions)
   if(NOT KWWAN_SANITIZE)
     target_link_options(${target} PRIVATE -Wl,--no-undefined)
   endif()

@@ -99,7 +99,8 @@ class KOR_EXPORT AtManager {
   int StartService();
 
   // Stops it for all managers and returns when what was being served is finished. Commands and names that come
-  // meanwhile are kept for the next start, in order. Always 0.
+  // meanwhile are kept for the next start, in order. Always 0. Not from a handler: there it does nothing, and a debug
+  // build of the library ends the process with a sentence that says so.
   int StopService();
 
   // Claims `name` (such as "+MYCMD", in upper case: a forwarded name is upper-cased before it is looked up), before or

@@ -149,6 +149,7 @@ class KOR_EXPORT DataManager {
   void UnsetEventCb();
 
   // -- Calls: these block. Not from a callback. ----------------------------------------------------------------------
+  // A debug build of the library ends the process, with a sentence that says so, when a callback waits for one.
 
   // Brings the call of policy `index` up for one family (kIpv4 or kIpv6; kBoth is refused).
   // `wait`: return when the call is confirmed and the DNS forwarder's list written, or after 10 seconds.
@@ -280,7 +281,7 @@ class KOR_EXPORT DataManager {
 
   // Events of a running wait, oldest first; filled by publishers' threads.
   std::list<kor::util::EventDic> events_ KOR_GUARDED_BY(mutex_);
-  kor::util::Mutex mutex_;
+  kor::util::Mutex mutex_{kor::util::LockRank::kEventQueue};
   kor::util::Condition cond_;  // Signalled on the empty -> one edge; enough because there is one consumer.
   int64_t wait_budget_us_ = kWaitTimeoutUs;
 };

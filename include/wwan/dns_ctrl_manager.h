@@ -24,7 +24,8 @@ class DnsCtrlService;
 //
 // Callbacks run on the thread that wrote the file (the one in StartService, the file monitor's or the interface
 // monitor's) with the service and its table locked. A callback must not call any operation of this class on any object,
-// create or destroy one, or wait for a thread that does; it hands work to another thread.
+// create or destroy one, or wait for a thread that does; it hands work to another thread. A debug build of the library
+// ends the process, with a sentence that says so, when it does.
 class KOR_EXPORT DnsCtrlManager {
  public:
   DnsCtrlManager();

@@ -12,7 +12,7 @@ namespace kor::util {
 namespace {
 
 struct Registry {
-  Mutex mutex;
+  Mutex mutex{LockRank::kLast};
   std::vector<FdMonitor*> monitors KOR_GUARDED_BY(mutex);
 };
 

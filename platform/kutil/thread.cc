@@ -3,6 +3,8 @@
 
 #include <utility>
 
+#include "common/misuse.h"
+
 namespace kor::util {
 
 Thread& Thread::operator=(std::thread&& thread) {
@@ -11,6 +13,7 @@ Thread& Thread::operator=(std::thread&& thread) {
 }
 
 void Thread::Join() {
+  if (thread_.get_id() == std::this_thread::get_id()) misuse::Refuse("a thread joins itself: do it on another one");
   if (thread_.joinable()) thread_.join();
 }
 

@@ -59,7 +59,7 @@ class TimerTasks : public std::enable_shared_from_this<TimerTasks> {
   Queue::node_type AwaitDue() KOR_EXCLUDES(mutex_);
   void RunAgain(Queue::node_type node) KOR_EXCLUDES(mutex_);
 
-  Mutex mutex_;
+  Mutex mutex_{LockRank::kLast};
   Condition cond_;  // Signalled when the next thing to do has changed.
   Queue queue_ KOR_GUARDED_BY(mutex_);
   int next_id_ KOR_GUARDED_BY(mutex_) = 0;

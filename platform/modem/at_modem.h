@@ -77,7 +77,7 @@ class AtModem {
 
   EventThread& events_;  // Constant after construction.
 
-  kor::util::Mutex mutex_;
+  kor::util::Mutex mutex_{kor::util::LockRank::kModem};
   ModemPort::AtReport report_ KOR_GUARDED_BY(mutex_);
   std::set<std::string> names_ KOR_GUARDED_BY(mutex_);  // In upper case.
   Milliseconds answer_limit_ KOR_GUARDED_BY(mutex_){60'000};

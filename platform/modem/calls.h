@@ -88,7 +88,7 @@ class Calls {
   Links& links_;
   Faults& faults_;
 
-  kor::util::Mutex mutex_;
+  kor::util::Mutex mutex_{kor::util::LockRank::kModem};
   ModemPort::CallReport report_ KOR_GUARDED_BY(mutex_);
   Milliseconds connect_delay_ KOR_GUARDED_BY(mutex_){50};
   Milliseconds disconnect_delay_ KOR_GUARDED_BY(mutex_){20};

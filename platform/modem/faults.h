@@ -45,7 +45,7 @@ class Faults {
 
   kor::Result TakeFailureLocked(const std::string& name) KOR_REQUIRES(mutex_);
 
-  kor::util::Mutex mutex_;
+  kor::util::Mutex mutex_{kor::util::LockRank::kModemQueue};
   std::map<std::string, Failure> failures_ KOR_GUARDED_BY(mutex_);  // By name; only those with a count above 0.
   std::array<int, kKinds> counts_ KOR_GUARDED_BY(mutex_) = {};
   std::deque<std::string> record_ KOR_GUARDED_BY(mutex_);

@@ -22,7 +22,7 @@ class Lan {
   std::string Text() KOR_EXCLUDES(mutex_);
 
  private:
-  kor::util::Mutex mutex_;
+  kor::util::Mutex mutex_{kor::util::LockRank::kModem};
   Config config_ KOR_GUARDED_BY(mutex_);  // Valid once there is one.
 };
 

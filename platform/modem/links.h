@@ -46,7 +46,7 @@ class Links {
 
   std::map<int, Link> links_;  // The interfaces that exist, by number; the event thread's.
 
-  kor::util::Mutex mutex_;
+  kor::util::Mutex mutex_{kor::util::LockRank::kModemQueue};
   bool enabled_ KOR_GUARDED_BY(mutex_) = true;
   std::string carrier_ KOR_GUARDED_BY(mutex_);
   bool warned_ KOR_GUARDED_BY(mutex_) = false;  // Until links work or are switched again.

@@ -70,7 +70,7 @@ class Radio {
   Faults& faults_;
   const std::function<bool()> sim_usable_;
 
-  kor::util::Mutex mutex_;
+  kor::util::Mutex mutex_{kor::util::LockRank::kModem};
   ModemPort::EventReport report_ KOR_GUARDED_BY(mutex_);
   RadioState set_ KOR_GUARDED_BY(mutex_);       // As it was set; the level is the one that is moved to.
   RadioState reported_ KOR_GUARDED_BY(mutex_);  // As subscribers know it.

@@ -53,7 +53,7 @@ class SimCard {
   EventThread& events_;
   const std::function<void()> changed_;
 
-  kor::util::Mutex mutex_;
+  kor::util::Mutex mutex_{kor::util::LockRank::kModemCard};
   bool present_ KOR_GUARDED_BY(mutex_) = true;
   bool powered_ KOR_GUARDED_BY(mutex_) = true;
   bool ready_ KOR_GUARDED_BY(mutex_) = true;

@@ -52,7 +52,7 @@ class Sms {
 
   EventThread& events_;
 
-  kor::util::Mutex mutex_;
+  kor::util::Mutex mutex_{kor::util::LockRank::kModem};
   ModemPort::EventReport report_ KOR_GUARDED_BY(mutex_);
   std::array<Route, 5> routes_ KOR_GUARDED_BY(mutex_) = {{
       {Class::kClass0, Storage::kNone, Action::kTransferAndAck},

@@ -56,7 +56,7 @@ class LanTable {
 
   kor::modem::ModemPort& port_;
 
-  kor::util::Mutex mutex_;
+  kor::util::Mutex mutex_{kor::util::LockRank::kVendor};
   LanConfig lan_ KOR_GUARDED_BY(mutex_) = Defaults();
   std::map<int32_t, VlanConfig> vlans_ KOR_GUARDED_BY(mutex_);
   std::map<int32_t, int32_t> mappings_ KOR_GUARDED_BY(mutex_);  // VLAN to PDN; each VLAN is in vlans_.

@@ -75,7 +75,7 @@ class Waiter {
   }
 
  private:
-  kor::util::Mutex mutex_;
+  kor::util::Mutex mutex_{kor::util::LockRank::kLast};
   kor::util::Condition cond_;  // Signalled with the answer; there is one waiter.
   bool answered_ KOR_GUARDED_BY(mutex_) = false;
   NasQmiClient::CellLocationInfo info_ KOR_GUARDED_BY(mutex_);

@@ -88,7 +88,7 @@ class PolicyTable {
 
   kor::modem::ModemPort& port_;
 
-  kor::util::Mutex mutex_;
+  kor::util::Mutex mutex_{kor::util::LockRank::kVendor};
   std::vector<Entry> entries_ KOR_GUARDED_BY(mutex_);
   int32_t next_handle_ KOR_GUARDED_BY(mutex_) = kFirstHandle + 1;
 };

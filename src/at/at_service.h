@@ -65,7 +65,7 @@ class KOR_EXPORT AtService {
   int Start() KOR_EXCLUDES(state_mutex_);
 
   // Ends it between two messages and waits for that. What is queued stays, in order. Always 0.
-  // On the service thread, which cannot wait for itself, it logs that and does nothing.
+  // On the service thread, which cannot wait for itself, it logs that and does nothing; a debug build ends the process.
   int Stop() KOR_EXCLUDES(state_mutex_);
 
   // Puts the callables into the registry; a new name queues a pass. Always 0.
@@ -111,7 +111,7 @@ class KOR_EXPORT AtService {
 
   // What a timer holds: the way to the service, or to nothing once that is being destroyed.
   struct TimerLink {
-    kor::util::Mutex mutex;
+    kor::util::Mutex mutex{kor::util::LockRank::kAtTimerLink};
     AtService* service KOR_GUARDED_BY(mutex) = nullptr;
   };
 
@@ -143,17 +143,17 @@ class KOR_EXPORT AtService {
 
   // The queue, oldest first. No callable runs and nothing is logged under its lock. Signalled when it was empty, which
   // is enough for one consumer that sleeps on an empty queue only.
-  kor::util::Mutex queue_mutex_;
+  kor::util::Mutex queue_mutex_{kor::util::LockRank::kAtQueue};
   kor::util::Condition queue_cond_;
   std::list<AtServiceMsg> msg_queue_ KOR_GUARDED_BY(queue_mutex_);
 
   // The lifecycle: held for the whole of Start() and Stop(), so that thread_ holds a thread iff running_.
-  kor::util::Mutex state_mutex_;
+  kor::util::Mutex state_mutex_{kor::util::LockRank::kAtLifecycle};
   kor::util::Thread thread_ KOR_GUARDED_BY(state_mutex_);
   std::atomic<bool> running_{false};  // Looked at by the service thread between two messages.
 
   // The registry. Its lock is held for the whole of a pass, the request to the modem and every reg_cb included.
-  kor::util::Mutex cmd_mutex_;
+  kor::util::Mutex cmd_mutex_{kor::util::LockRank::kAtRegistry};
   Registry cmd_set_info_m_ KOR_GUARDED_BY(cmd_mutex_);
   Pending pending_ KOR_GUARDED_BY(cmd_mutex_);              // The names not registered.
   timespec last_try_time_ KOR_GUARDED_BY(cmd_mutex_) = {};  // When a pass last left work.

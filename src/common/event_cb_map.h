@@ -15,14 +15,19 @@ namespace kor::util {
 //
 // Thread safety: all operations may be called from any thread; each holds the table's lock from start to end.
 // Notify() keeps that lock while the callbacks run, on the publisher's thread. A callback therefore
-//   - must not call Add() or Remove() on the same table (it would wait for itself), and
+//   - must not call Add(), Remove() or Notify() on the same table (it would wait for itself; a debug build of the
+//     library ends the process with a sentence instead), and
 //   - may take its owner's lock, briefly. Order: table lock first, owner's lock second.
 class EventCbMap {
  public:
   using Callback = std::function<void(EventDic&)>;
 
+  EventCbMap() = default;
+  explicit EventCbMap(LockRank rank) : mutex_(rank) {}
+
   // Stores a callback under `key` (usually the subscriber's `this`); one already there is replaced.
   void Add(void* key, Callback cb) KOR_EXCLUDES(mutex_) {
+    misuse::RefuseHolding(&mutex_, "a callback adds a callback to its own table: do it when the callback has returned");
     MutexLock lock(mutex_);
     // Room first: once the callback is stored nothing may fail any more.
     order_.reserve(callbacks_.size() + 1);
@@ -33,6 +38,8 @@ class EventCbMap {
   // Forgets `key`; an unknown key changes nothing. Once this has returned, the callback is not running and never runs
   // again, so the subscriber may be destroyed.
   void Remove(void* key) KOR_EXCLUDES(mutex_) {
+    misuse::RefuseHolding(&mutex_,
+                          "a callback removes a callback of its own table: do it when the callback has returned");
     MutexLock lock(mutex_);
     callbacks_.erase(key);
     RebuildOrderLocked();
@@ -40,7 +47,9 @@ class EventCbMap {
 
   // Calls every non-empty callback with `ev`, in ascending key order.
   void Notify(EventDic& ev) KOR_EXCLUDES(mutex_) {
+    misuse::RefuseHolding(&mutex_, "a callback publishes to its own table: do it when the callback has returned");
     MutexLock lock(mutex_);
+    const misuse::Notifying notifying;
     for (const Callback* cb : order_) {
       if (*cb) (*cb)(ev);
     }

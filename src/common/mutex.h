@@ -3,21 +3,35 @@
 
 #include <pthread.h>
 
+#include "common/misuse.h"
 #include "common/thread_annotations.h"
 
 namespace kor::util {
 
 // One POSIX mutex with default attributes: not recursive. Take it through MutexLock; Lock() and Unlock() are for the
-// wrappers of this folder.
+// wrappers of this folder. In a debug build of the library a thread that takes one twice, or two against the order of
+// their ranks, ends the process with a sentence that says so.
 class KOR_CAPABILITY("mutex") Mutex {
  public:
   Mutex() = default;
-  ~Mutex() { pthread_mutex_destroy(&mutex_); }
+  explicit Mutex(LockRank rank) { misuse::Ranked(this, rank); }
+  ~Mutex() {
+    misuse::Gone(this);
+    pthread_mutex_destroy(&mutex_);
+  }
   Mutex(const Mutex&) = delete;
   Mutex& operator=(const Mutex&) = delete;
 
-  void Lock() KOR_ACQUIRE() { pthread_mutex_lock(&mutex_); }
-  void Unlock() KOR_RELEASE() { pthread_mutex_unlock(&mutex_); }
+  void Lock() KOR_ACQUIRE() {
+    misuse::Locking(this);
+    pthread_mutex_lock(&mutex_);
+    misuse::Locked(this);
+  }
+
+  void Unlock() KOR_RELEASE() {
+    misuse::Unlocked(this);
+    pthread_mutex_unlock(&mutex_);
+  }
 
  private:
   friend class Condition;

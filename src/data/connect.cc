@@ -23,6 +23,10 @@ using ConnectStatus = DataManager::ConnectStatus;
 constexpr int kFirstProfileCandidate = 1;
 constexpr int kLastProfileCandidate = 24;
 
+[[maybe_unused]] constexpr char kWaitInCallback[] =
+    "a callback waits for a call, on the thread that the call's events come from: connect without waiting, or on "
+    "another thread";
+
 std::set<int> ProfileCandidates() {
   std::set<int> candidates;
   for (int p = kFirstProfileCandidate; p <= kLastProfileCandidate; ++p) candidates.insert(p);
@@ -70,6 +74,7 @@ class WaitSubscription {
 }  // namespace
 
 kor::Result DataManager::Connect(uint32_t index, kor::util::IPFamily ip_family, bool wait) {
+  if (wait) kor::util::misuse::RefuseInCallback(kWaitInCallback);
   if (ip_family == IPFamily::kBoth) return kor::Result::kFailure;
   ConnectStatus ipv4{};
   ConnectStatus ipv6{};
@@ -94,6 +99,7 @@ kor::Result DataManager::Connect(uint32_t index, kor::util::IPFamily ip_family, 
 }
 
 kor::Result DataManager::Disconnect(uint32_t index, kor::util::IPFamily ip_family, bool wait) {
+  if (wait) kor::util::misuse::RefuseInCallback(kWaitInCallback);
   if (ip_family == IPFamily::kBoth) return kor::Result::kFailure;
   ConnectStatus ipv4{};
   ConnectStatus ipv6{};

@@ -10,7 +10,7 @@ namespace kor::wwan {
 namespace {
 
 struct TakenKeys {
-  kor::util::Mutex mutex;
+  kor::util::Mutex mutex{kor::util::LockRank::kLast};
   std::set<uint32_t> numbers KOR_GUARDED_BY(mutex);
 };
 

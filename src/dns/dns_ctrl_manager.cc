@@ -13,7 +13,7 @@ namespace {
 // Held while managers are counted: before the service lock and every table's. Outlives exit(), when managers may still
 // be in use.
 kor::util::Mutex& CountLock() {
-  static kor::util::Mutex& lock = *new kor::util::Mutex;
+  static kor::util::Mutex& lock = *new kor::util::Mutex(kor::util::LockRank::kManagerCount);
   return lock;
 }
 

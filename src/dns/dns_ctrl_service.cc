@@ -27,6 +27,8 @@ constexpr char kDataInterfacePrefix[] = "rmnet_data";
 
 constexpr char kAddFileWatcher[] = "int kor::wwan::DnsCtrlService::AddFileWatcher(int, const char*, bool)";
 constexpr char kEventCb[] = "void kor::wwan::DnsCtrlService::EventCb(kor::util::EventDic&)";
+[[maybe_unused]] constexpr char kFromItsCallback[] =
+    "a DNS callback starts or stops the service, which waits for the callback: do it on another thread";
 
 // Where a link at `link` leads: a relative target starts at the link's own folder.
 std::string TargetPath(const std::string& link, const std::string& target) {
@@ -43,6 +45,7 @@ DnsCtrlService::DnsCtrlService() : fd_monitor_(kor::util::FdMonitor::Get(0)) {
 DnsCtrlService::~DnsCtrlService() { (void)Stop(); }
 
 bool DnsCtrlService::Start() {
+  kor::util::misuse::RefuseHolding(&mutex_, kFromItsCallback);
   if (inotify_fd_ != -1) {
     KOR_LOG(LOG_DEBUG, "DnsCtrlService already started\n");
     return true;
@@ -72,6 +75,8 @@ bool DnsCtrlService::Start() {
 }
 
 bool DnsCtrlService::Stop() {
+  kor::util::misuse::RefuseHolding(&mutex_, kFromItsCallback);
+  kor::util::misuse::Locking(&mutex_);  // A refresh that is waited for takes it.
   if (inotify_fd_ != -1) {
     RemoveWatch(resolv_conf_wd_);
     RemoveWatch(permanent_dns_wd_);

@@ -25,7 +25,7 @@ struct AtServicePeer {
     for (const auto& msg : AtService::s_ins_->msg_queue_) types.push_back(msg.type);
     return types;
   }
-  static bool IsRunning() { return AtService::s_ins_->running_; }
+  static bool IsRunning(const AtService* service = AtService::s_ins_) { return service->running_; }
   static int32_t TimerId() { return AtService::s_ins_->timer_id_; }
   static int Holders() {
     kor::util::MutexLock lock(AtService::s_mutex_);

@@ -7,6 +7,7 @@
 
 #include "at/at_fixture.h"
 #include "support/files.h"
+#include "support/story.h"
 #include "support/wait.h"
 
 namespace kor::test {
@@ -27,11 +28,13 @@ struct Gate {
   std::shared_future<void> leave = let_go->get_future().share();
 };
 
-// Ends the last manager while its handler runs.
+// Ends the last manager while its handler runs, which goes on when the service has been told to stop: until then the
+// next command may be served too.
 void EndInside(const Gate& gate, std::unique_ptr<AtManager> last) {
+  const AtService* const service = AtService::s_ins_;
   gate.entered->get_future().wait();
   auto end = std::async(std::launch::async, [&] { last.reset(); });
-  ASSERT_TRUE(Eventually([] { return AtServicePeer::Holders() == 0; }));
+  ASSERT_TRUE(Eventually([service] { return !AtServicePeer::IsRunning(service); }));
   gate.let_go->set_value();
   ASSERT_EQ(std::future_status::ready, end.wait_for(kLongEnough));
 }
@@ -152,7 +155,7 @@ TEST_F(AtTest, TheLastManagerMayGoInsideAHandler) {
       [&](Command& cmd) {
         const auto own = std::make_unique<AtManager>();
         (void)gate(cmd);
-        own->StopService();
+        if (!kor::util::misuse::kChecked) own->StopService();
         own->StartService();
         return Ok();
       },
@@ -199,6 +202,21 @@ TEST_F(AtTest, ManagersComeAndGoOnSeveralThreads) {
   AtClient::Forward(Cmd("+GATE"));
   EndInside(gate, std::move(last));
   EXPECT_EQ(Lines{"+GATE OK 1\n"}, AtClient::answers.Take(1));
+  EXPECT_EQ(0, AtClient::holders());
+}
+
+TEST_F(AtTest, TheRetryTimerMayFireAtAnyMomentOfTheEnd) {
+  at_.reset();
+  AtClient::on_request = [](const std::list<std::string>&) { return 1; };
+  Dice dice(Setting("KWWAN_STORY_SEED", 6));
+  for (unsigned i = 0; i < Setting("KWWAN_CYCLES", 300); ++i) {
+    AtManager at;
+    AtServicePeer::SetInterval(std::chrono::microseconds(1 + dice.Below(300)));
+    at.RegisterCallback("+R", nullptr, nullptr);
+    at.StartService();
+    dice.Dally(std::chrono::microseconds(600));
+    if (dice.OneIn(2)) at.StopService();
+  }
   EXPECT_EQ(0, AtClient::holders());
 }
 

@@ -5,11 +5,12 @@
 
 #include "at/allocations.h"
 #include "at/at_fixture.h"
+#include "support/sanitizers.h"
 
 namespace kor::test {
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef KWWAN_UNDER_SANITIZER
 constexpr int32_t kManyCommands = 100'000;
 #else
 constexpr int32_t kManyCommands = 1'000'000;

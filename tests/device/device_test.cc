@@ -4,6 +4,7 @@
 #include "common/vendor/wms_qmi_client.h"
 #include "support/heard.h"
 #include "support/scripted_vendor.h"
+#include "support/secrets.h"
 #include "wwan/device_manager.h"
 #include "wwan/gps_manager.h"
 #include "wwan/sim_manager.h"
@@ -31,17 +32,18 @@ TEST(DeviceTest, RequestsAndResultCodesPassUnchanged) {
   for (const int code : {0, 1, 0x104, -3}) {
     const auto expected = static_cast<kor::Result>(code);
     Vendor::Set([&](Answers& a) { a.request = expected; });
-    EXPECT_EQ(expected, device.SetPinLock(2, true, "0123"));
-    EXPECT_EQ(expected, device.ChangePinLockPwd(-7, "old", "new"));
+    EXPECT_EQ(expected, device.SetPinLock(2, true, kPin));
+    EXPECT_EQ(expected, device.ChangePinLockPwd(-7, kPin, kOtherPin));
     EXPECT_EQ(expected, device.GetPinStatus());
     EXPECT_EQ(expected, sim.TurnOnPower(1));
     EXPECT_EQ(expected, sim.TurnOffPower(-2));
     EXPECT_EQ(expected, sms.GetRouteList(routes));
     EXPECT_EQ(expected, sms.SetRouteList(routes));
     EXPECT_EQ(expected, sms.ModifyTagAsync());
-    EXPECT_EQ((Calls{"SetPinLock 2 1 0123", "ChangePinLockPwd -7 old new", "GetPinStatus", "TurnOnPower 1",
-                     "TurnOffPower -2", "GetRouteList", "SetRouteList 2", "ModifyTagAsync"}),
-              Vendor::Take());
+    EXPECT_EQ(
+        (Calls{std::string("SetPinLock 2 1 ") + kPin, std::string("ChangePinLockPwd -7 ") + kPin + " " + kOtherPin,
+               "GetPinStatus", "TurnOnPower 1", "TurnOffPower -2", "GetRouteList", "SetRouteList 2", "ModifyTagAsync"}),
+        Vendor::Take());
   }
 
   // What is not supported asks nothing and leaves its argument alone.

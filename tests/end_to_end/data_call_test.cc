@@ -75,6 +75,16 @@ TEST_F(DataCallTest, ComesUpWithItsServersAndTakesThemAlong) {
   EXPECT_EQ(kOk, data_.Disconnect(0, IPFamily::kIpv6, true));  // Down already.
 }
 
+TEST_F(DataCallTest, WhatIsNoAddressStaysOutOfTheFile) {
+  for (const std::string& text : {std::string("9.9.9.9\nnameserver 6.6.6.6"), std::string("nameserver 6.6.6.6"),
+                                  std::string("9.9.9.9\0", 8), std::string("9.9.9.9 #"), std::string(10'000, '9')}) {
+    modem_.SetDnsServers(IPFamily::kIpv4, text, "10.255.0.53");
+    ASSERT_EQ(kOk, data_.Connect(0, IPFamily::kIpv4, true));
+    EXPECT_EQ("nameserver 10.255.0.53\n", Servers()) << text;
+    ASSERT_EQ(kOk, data_.Disconnect(0, IPFamily::kIpv4, true));
+  }
+}
+
 TEST_F(DataCallTest, AFailedAttemptLeavesTheObjectGoodForTheNext) {
   // Refused by the modem, failed by the network, then up.
   modem_.FailNext("ConnectBackhaul", 1, static_cast<kor::Result>(77));

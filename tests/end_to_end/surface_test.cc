@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "modem/sim_modem.h"
+#include "support/secrets.h"
 #include "support/wait.h"
 #include "wwan/data_manager.h"
 #include "wwan/device_manager.h"
@@ -73,11 +74,11 @@ TEST_F(SurfaceTest, TheCardWantsItsPinThenItsPukAndMayBeAway) {
   ASSERT_TRUE(Eventually([&] { return device.GetPinStatus() == Device::kPinNotVerified; }));
   modem.FailNext("SetPinLock", 1, kOwnCode);
   for (const auto expected : {kOwnCode, Device::kPinIncorrect, Device::kPinIncorrect, Device::kPinBlocked}) {
-    EXPECT_EQ(expected, device.SetPinLock(1, true, "0000"));
+    EXPECT_EQ(expected, device.SetPinLock(1, true, kWrongPin));
   }
-  EXPECT_TRUE(modem.EnterPuk(1, "12345678", "4321") && device.GetPinStatus() == Device::kPinVerified);
+  EXPECT_TRUE(modem.EnterPuk(1, kPuk, kOtherPin) && device.GetPinStatus() == Device::kPinVerified);
   modem.SetSimPresent(false);
-  EXPECT_EQ(Device::kSimNotReady, device.SetPinLock(1, true, "4321"));
+  EXPECT_EQ(Device::kSimNotReady, device.SetPinLock(1, true, kOtherPin));
 }
 
 TEST_F(SurfaceTest, ScansAndRoutesAreRefusedOnDemandAndAnsweredTheNextTime) {

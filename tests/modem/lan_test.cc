@@ -56,7 +56,10 @@ TEST_F(LanTest, ARouterOutOfTheBoxIsConfiguredAndActivated) {
   for (const char* mask : {"0.0.0.0", "255.0.255.0", "24", ""}) {
     EXPECT_FALSE(qcmap->SetLanConfig("10.0.0.1", mask, true, "10.0.0.2", "10.0.0.9", 1)) << mask;
   }
-  EXPECT_FALSE(qcmap->SetLanConfig("10.0.0.256", "255.255.255.0", true, "10.0.0.2", "10.0.0.9", 1));
+  for (const std::string& gateway : {std::string("10.0.0.256"), std::string("10.0.0.1\nnameserver 6.6.6.6"),
+                                     std::string("10.0.0.1\0", 9), std::string(10'000, '1')}) {
+    EXPECT_FALSE(qcmap->SetLanConfig(gateway, "255.255.255.0", true, "10.0.0.2", "10.0.0.9", 1)) << gateway;
+  }
   EXPECT_FALSE(qcmap->SetLanConfig("10.0.0.1", "255.255.255.0", true, "10.0.1.0", "10.0.0.255", 1));
   EXPECT_FALSE(qcmap->SetLanConfig("10.0.0.1", "255.255.255.0", true, "10.0.0.2", std::string("10.0.0.9\0x", 10), 1));
   EXPECT_TRUE(qcmap->SetLanConfig("10.9.0.1", "255.255.255.255", false, "10.0.0.9", "10.0.0.9", 1));

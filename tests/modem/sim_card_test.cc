@@ -7,6 +7,7 @@
 #include "common/vendor/uim_qmi_client.h"
 #include "modem/bench.h"
 #include "modem/scenario.h"
+#include "support/secrets.h"
 #include "support/wait.h"
 #include "wwan/device_manager.h"
 
@@ -28,13 +29,13 @@ TEST_F(SimCardTest, ThreeWrongPinsWantThePukAndTenWrongPuksLoseTheCard) {
   EXPECT_EQ(kor::Result::kPreconditionFailed, dms->ChangePinLockPwd(1, "1234", "9876"));
   EXPECT_EQ(kSuccess, dms->SetPinLock(1, true, "1234"));
   modem.TakeRecord();
-  EXPECT_EQ(kSuccess, dms->ChangePinLockPwd(1, "1234", "98765432"));
+  EXPECT_EQ(kSuccess, dms->ChangePinLockPwd(1, "1234", kPin));
   modem.FailNext("GetPinStatus", 1, kor::Result{7});
   EXPECT_EQ(kor::Result{7}, dms->GetPinStatus());
   EXPECT_EQ(Device::kPinVerified, dms->GetPinStatus());
 
   // No PIN is ever on the record.
-  EXPECT_EQ(kSuccess, dms->SetPinLock(1, true, "98765432"));
+  EXPECT_EQ(kSuccess, dms->SetPinLock(1, true, kPin));
   EXPECT_EQ(
       (std::vector<std::string>{"ChangePinLockPwd 1 **** ****", "GetPinStatus", "GetPinStatus", "SetPinLock 1 1 ****"}),
       modem.TakeRecord());
@@ -43,27 +44,27 @@ TEST_F(SimCardTest, ThreeWrongPinsWantThePukAndTenWrongPuksLoseTheCard) {
   for (int round = 0; round < 2; ++round) {
     EXPECT_EQ(Device::kPinIncorrect, dms->SetPinLock(1, false, "1234"));
     EXPECT_EQ(Device::kPinIncorrect, dms->ChangePinLockPwd(1, "1234", "1111"));
-    EXPECT_EQ(kSuccess, dms->SetPinLock(1, true, "98765432"));
+    EXPECT_EQ(kSuccess, dms->SetPinLock(1, true, kPin));
   }
   for (const char* bad : {"123", "123456789", "12a4", ""}) EXPECT_EQ(kFailure, dms->SetPinLock(1, true, bad)) << bad;
-  EXPECT_EQ(kFailure, dms->ChangePinLockPwd(1, "98765432", "+123"));
+  EXPECT_EQ(kFailure, dms->ChangePinLockPwd(1, kPin, "+123"));
   EXPECT_EQ(kFailure, dms->SetPinLock(3, true, "1234"));
 
   // The third wrong one blocks, also for the right one; PIN2 has tries of its own.
-  (void)dms->SetPinLock(1, false, "0000");
-  (void)dms->SetPinLock(1, false, "0000");
-  EXPECT_EQ(Device::kPinBlocked, dms->SetPinLock(1, false, "0000"));
-  EXPECT_EQ(Device::kPinBlocked, dms->SetPinLock(1, false, "98765432"));
+  (void)dms->SetPinLock(1, false, kWrongPin);
+  (void)dms->SetPinLock(1, false, kWrongPin);
+  EXPECT_EQ(Device::kPinBlocked, dms->SetPinLock(1, false, kWrongPin));
+  EXPECT_EQ(Device::kPinBlocked, dms->SetPinLock(1, false, kPin));
   EXPECT_EQ(Device::kPinBlocked, dms->GetPinStatus());
   EXPECT_EQ(kSuccess, dms->SetPinLock(2, true, "1234"));
 
   EXPECT_FALSE(modem.EnterPuk(1, "87654321", "1234"));
-  EXPECT_TRUE(RunScenarioLine(modem, "puk 1 12345678 4321").ok);
+  EXPECT_TRUE(RunScenarioLine(modem, std::string("puk 1 ") + kPuk + " " + kOtherPin).ok);
   EXPECT_EQ(Device::kPinVerified, dms->GetPinStatus());
   for (int i = 0; i < 10; ++i) EXPECT_FALSE(modem.EnterPuk(1, "00000000", "1234"));
-  EXPECT_FALSE(modem.EnterPuk(1, "12345678", "1234"));
+  EXPECT_FALSE(modem.EnterPuk(1, kPuk, "1234"));
   EXPECT_EQ(Device::kPinPermanentlyBlocked, dms->GetPinStatus());
-  EXPECT_EQ(Device::kPinPermanentlyBlocked, dms->SetPinLock(1, false, "4321"));
+  EXPECT_EQ(Device::kPinPermanentlyBlocked, dms->SetPinLock(1, false, kOtherPin));
 }
 
 TEST_F(SimCardTest, CallsGoWithTheCardAndWaitForItsPin) {

@@ -5,10 +5,8 @@
 #include <malloc.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <map>
 #include <memory>
-#include <random>
 #include <set>
 #include <string>
 #include <thread>
@@ -18,17 +16,10 @@
 #include "modem/sim_modem.h"
 #include "support/files.h"
 #include "support/footprint.h"
+#include "support/story.h"
 #include "support/wait.h"
 #include "wwan/data_manager.h"
 #include "wwan/dns_ctrl_manager.h"
-
-namespace kor::wwan {
-
-struct DataManagerPeer {
-  static void SetWaitBudget(DataManager& data, int64_t budget_us) { data.wait_budget_us_ = budget_us; }
-};
-
-}  // namespace kor::wwan
 
 namespace kor::test {
 namespace {
@@ -43,22 +34,7 @@ using Status = DataManager::ConnectStatus;
 constexpr int64_t kPlenty = 10'000'000;
 constexpr int64_t kTooShort = 200'000;  // For waits that are to end without an answer.
 
-unsigned Setting(const char* name, unsigned otherwise) {
-  const char* const text = getenv(name);
-  return text == nullptr ? otherwise : static_cast<unsigned>(strtoul(text, nullptr, 10));
-}
-
 std::string Servers() { return ReadFile("/var/run/netctld-dnsmasq/dnsmasq_resolv.conf"); }
-
-class Dice {
- public:
-  explicit Dice(unsigned seed) : engine_(seed) {}
-  unsigned Below(unsigned end) { return std::uniform_int_distribution<unsigned>(0, end - 1)(engine_); }
-  bool OneIn(unsigned n) { return Below(n) == 0; }
-
- private:
-  std::mt19937 engine_;
-};
 
 // A call's name, and what is known of it.
 struct Call {

@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "support/secret_watch.h"
+
 int main(int argc, char** argv) {
   const char* sandbox = getenv("KWWAN_SANDBOX");
   if (sandbox == nullptr || strcmp(sandbox, "1") != 0) {
@@ -12,6 +14,8 @@ int main(int argc, char** argv) {
             argv[0]);
     return 1;
   }
+  kor::test::SecretWatch watch;  // First: the process has one thread yet.
   testing::InitGoogleTest(&argc, argv);
-  return RUN_ALL_TESTS();
+  const int status = RUN_ALL_TESTS();
+  return watch.End() ? status : 1;
 }

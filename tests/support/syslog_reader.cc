@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "support/syslog_reader.h"
 
+#include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <syslog.h>
@@ -10,11 +11,14 @@
 #include <cstdlib>
 #include <utility>
 
+#include "support/secrets.h"
+
 namespace kor::test {
 
 namespace {
 
 constexpr char kPath[] = "/dev/log";
+constexpr char kAside[] = "/dev/log.aside";  // Where another reader's socket waits meanwhile.
 constexpr char kTag[] = "kwwan_test";
 constexpr char kFence[] = "=== fence ===";
 constexpr char kEnd[] = "=== end ===";
@@ -41,11 +45,12 @@ SyslogReader::SyslogReader() {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   snprintf(address.sun_path, sizeof(address.sun_path), "%s", kPath);
-  unlink(kPath);
+  (void)rename(kPath, kAside);
   if (bind(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
     perror(kPath);
     abort();
   }
+  closelog();  // The connection to the other reader.
   openlog(kTag, LOG_NDELAY, LOG_USER);
   thread_ = std::thread([this] { Read(); });
 }
@@ -55,7 +60,8 @@ SyslogReader::~SyslogReader() {
   thread_.join();
   close(fd_);  // First: it releases a thread that is blocked in sending, with the log locked.
   closelog();
-  unlink(kPath);
+  if (rename(kAside, kPath) != 0) unlink(kPath);
+  openlog(nullptr, LOG_NDELAY, LOG_USER);  // The connection to the other reader, as it was.
 }
 
 void SyslogReader::Read() {
@@ -63,7 +69,9 @@ void SyslogReader::Read() {
   for (;;) {
     const ssize_t n = recv(fd_, buffer.data(), buffer.size(), 0);
     if (n <= 0) return;
-    const std::string line = Simplify(std::string(buffer.data(), static_cast<size_t>(n)));
+    const std::string datagram(buffer.data(), static_cast<size_t>(n));
+    EXPECT_FALSE(HoldsASecret(datagram)) << datagram;
+    const std::string line = Simplify(datagram);
     if (line.find(kEnd) != std::string::npos) return;
     if (line.empty()) continue;
     kor::util::MutexLock lock(mutex_);

@@ -32,7 +32,7 @@ class KOR_EXPORT AtsQmiClient {
   // Shows an unsolicited text on the terminal. 0 when the modem took it.
   int SendNotification(std::string text);
 
-  kor::util::EventCbMap event_cbs;  // kEvtAtCommand: a command was forwarded.
+  kor::util::EventCbMap event_cbs{kor::util::LockRank::kAtTable};  // kEvtAtCommand: a command was forwarded.
 };
 
 }  // namespace kor::vendor::qcom::qmi

@@ -36,7 +36,8 @@ class KOR_EXPORT NasQmiClient {
   // Waits for the answer. True when `info` is filled.
   bool GetCellLocation(CellLocationInfo& info);
 
-  kor::util::EventCbMap event_cbs;  // Changes of registration, technology and signal.
+  kor::util::EventCbMap event_cbs{
+      kor::util::LockRank::kRadioTables};  // Changes of registration, technology and signal.
 };
 
 }  // namespace kor::vendor::qcom::qmi

@@ -79,7 +79,7 @@ class KOR_EXPORT QcmapWrapper {
   bool SetIpPassthrough(bool enable, IpPassthroughConfig& config);
   bool GetIpPassthrough(bool& enabled, IpPassthroughConfig& config);
 
-  kor::util::EventCbMap event_cbs;  // kEvtWwan* of every policy.
+  kor::util::EventCbMap event_cbs{kor::util::LockRank::kDataTables};  // kEvtWwan* of every policy.
 };
 
 }  // namespace kor::vendor::qcom::qcmap

@@ -23,7 +23,7 @@ class KOR_EXPORT WdsQmiClient {
                                 kor::wwan::DataManager::ProfileSetting& setting);
   kor::Result GetProfileList(std::list<kor::wwan::DataManager::ProfileInfo>& profiles);
 
-  kor::util::EventCbMap event_cbs;
+  kor::util::EventCbMap event_cbs{kor::util::LockRank::kDataTables};
 };
 
 }  // namespace kor::vendor::qcom::qmi

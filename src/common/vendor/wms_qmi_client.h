@@ -28,7 +28,7 @@ class KOR_EXPORT WmsQmiClient {
   // kSuccess when the modem took it.
   kor::Result ModifyTagAsync();
 
-  kor::util::EventCbMap event_cbs;  // A message has arrived; a storage is full.
+  kor::util::EventCbMap event_cbs{kor::util::LockRank::kRadioTables};  // A message has arrived; a storage is full.
 };
 
 }  // namespace kor::vendor::qcom::qmi
