@@ -118,6 +118,7 @@ TEST(Life, SecretsAreNeverArguments) {
   EXPECT_EQ(2, Ctl("pin lock 1234").status);
   EXPECT_EQ("kwwanctl: PIN: takes 4 to 8 digits\n", Ctl("pin lock", "12a4\n").err);
   EXPECT_EQ("kwwanctl: standard input ended before the secret\n", Ctl("pin lock").err);
+  EXPECT_EQ("kwwanctl: the secret: takes text in UTF-8\n", Ctl("profile modify 1 --password", "\xff\n").err);
 }
 
 TEST(Life, AFullDiskIsAnError) {
@@ -126,6 +127,9 @@ TEST(Life, AFullDiskIsAnError) {
   const Outcome outcome = status.Wait();
   EXPECT_EQ(1, outcome.status);
   EXPECT_EQ("kwwanctl: cannot write the output: No space left on device\n", outcome.err);
+  // One that is closed is no place for the connection to the host.
+  EXPECT_EQ(1,
+            Command(std::string("-c '") + KWWANCTL + " version >&-'", Command::Over::kPipes, "/bin/sh").Wait().status);
 }
 
 TEST(Text, IsMeasuredAndEscapedByCharacters) {

@@ -6,10 +6,12 @@
 #include <regex>
 
 #include "ctl/command.h"
+#include "support/secrets.h"
 
 namespace kor::test {
 namespace {
 
+using namespace std::string_literals;
 using Json = nlohmann::ordered_json;
 
 // The screen of a command that is done; otherwise how it ended.
@@ -153,9 +155,9 @@ TEST(Tour, RadioSimAndMessages) {
   for (const char* line : {"radio cell", "radio errors", "radio system"}) EXPECT_EQ(0, Ctl(line).status) << line;
 
   EXPECT_EQ("PIN: verified\n", Screen("pin lock", "1234\n"));
-  EXPECT_EQ("status 1: kwwanctl: the PIN is wrong\n", Screen("pin unlock", "9999\n"));
-  EXPECT_EQ("PIN: verified\n", Screen("pin change", "1234\n4321\n"));
-  EXPECT_EQ("PIN: disabled\n", Screen("pin unlock", "4321\n"));
+  EXPECT_EQ("status 1: kwwanctl: the PIN is wrong\n", Screen("pin unlock", kWrongPin + "\n"s));
+  EXPECT_EQ("PIN: verified\n", Screen("pin change", "1234\n"s + kPin + "\n"));
+  EXPECT_EQ("PIN: disabled\n", Screen("pin unlock", kPin + "\n"s));
   EXPECT_EQ("SIM 1: power off\n", Screen("sim off"));
 
   EXPECT_NE(std::string::npos, Screen("sms route class-1 sim store-and-notify").find("class 1  sim      store"));

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // From the command line to the end: readiness, one host at a path, signals, what is left behind.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/mount.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -12,6 +14,7 @@
 #include "host/client.h"
 #include "host/host_process.h"
 #include "support/files.h"
+#include "support/sanitizers.h"
 #include "support/wait.h"
 
 namespace kor::test {
@@ -30,6 +33,23 @@ std::string ProcessOf(const std::string& pid_file) {
   const std::string pid = ReadFile(pid_file);
   return pid.empty() ? "" : "/proc/" + pid.substr(0, pid.find('\n'));
 }
+
+// A folder on a disk of its own, of so many pages, which are all taken until Free().
+class FullDisk {
+ public:
+  FullDisk(const std::string& path, int pages) : filler_(path + "/filler") {
+    std::filesystem::create_directories(path);
+    const std::string size = "size=" + std::to_string(pages * getpagesize());
+    EXPECT_EQ(0, mount("tmpfs", path.c_str(), "tmpfs", 0, size.c_str()));
+    const kor::host::Fd fd(open(filler_.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+    while (write(fd.get(), "x", 1) == 1) {
+    }
+  }
+  void Free() const { std::filesystem::remove(filler_); }
+
+ private:
+  const std::string filler_;
+};
 
 TEST(LifeTest, AWrongCommandLineIsToldByOptionAndWhatItTakes) {
   const struct {
@@ -126,6 +146,47 @@ TEST(LifeTest, OneHostAtAPathAndADeadOnesPlaceIsTakenOver) {
   EXPECT_FALSE(IsThere(kSocket));
 }
 
+TEST(LifeTest, ALanChangeThatAKilledHostLeftUnconfirmedIsTakenBackByTheNext) {
+  {
+    HostProcess host;
+    Client client;
+    ASSERT_EQ(0, client.CodeOf("lan.set", {{"gateway", "192.168.5.1"}, {"move_pool", true}}));
+    ASSERT_EQ(0, client.CodeOf("lan.set", {{"gateway", "192.168.9.1"}, {"move_pool", true}, {"confirm_s", 600}}));
+    host.Signal(SIGKILL);
+    EXPECT_EQ(-1, host.AwaitEnd().status);
+  }
+  HostProcess next;
+  Client client;
+  EXPECT_EQ("192.168.5.1", client.Ask("lan.show")["gateway"]);
+  EXPECT_EQ(10, client.CodeOf("lan.confirm"));
+  EXPECT_FALSE(IsThere(std::string(kSocket) + ".lan"));
+}
+
+TEST(LifeTest, OnAFullDiskWhatCannotBeKeptIsNotDoneAndTheRestIs) {
+  const FullDisk own("/run/kwwand", 1);
+  const Ending ending = RunKwwand({});
+  EXPECT_EQ(1, ending.status);
+  EXPECT_TRUE(Holds(ending.said, ".lock: No space left on device")) << ending.said;
+  EXPECT_FALSE(IsThere(std::string(kSocket) + ".lock"));
+
+  own.Free();  // The lock takes the only page.
+  const FullDisk forwarders("/run/netctld-dnsmasq", 2);
+  HostProcess host;
+  ASSERT_TRUE(host.ready());
+  Client client;
+  const Json before = client.Ask("lan.show");
+  EXPECT_EQ(1, client.CodeOf("lan.set", {{"gateway", "192.168.9.1"}, {"move_pool", true}, {"confirm_s", 600}}));
+  EXPECT_EQ(before, client.Ask("lan.show"));
+
+  // The call comes up without its servers, and that is told; they are there once there is room.
+  const Json up = client.Ask("call.up", {{"index", 0}, {"family", "ipv4"}});
+  EXPECT_TRUE(Holds(up.dump(), "the list of DNS servers is written, and is empty")) << up;
+  EXPECT_EQ(Json::array(), client.Ask("dns.show")["servers"]);
+  forwarders.Free();
+  client.Ask("dns.stop");
+  EXPECT_EQ(Json::array({"10.255.0.53"}), client.Ask("dns.start")["servers"]);
+}
+
 TEST(LifeTest, ASignalInTheMiddleOfACallEndsTheHostInOrder) {
   HostProcess host({"--pid-file", kPidFile});
   ASSERT_TRUE(host.ready());
@@ -169,8 +230,9 @@ TEST(LifeTest, EachOfTheSignalsEndsAnIdleHostAndABrokenPipeDoesNot) {
 }
 
 // Not a test under ThreadSanitizer, whose runtime holds signals back while the C library blocks: no host could pass it.
-#ifndef __SANITIZE_THREAD__
+#ifndef KWWAN_UNDER_TSAN
 TEST(LifeTest, AHostThatIsStuckIsEndedHard) {
+  (void)rename("/dev/log", "/dev/log.aside");
   HostProcess host;
   ASSERT_TRUE(host.ready());
   // A log daemon that has stopped reading holds up whoever logs.
@@ -186,6 +248,7 @@ TEST(LifeTest, AHostThatIsStuckIsEndedHard) {
   const Ending ending = host.AwaitEnd();
   EXPECT_EQ(1, ending.status) << ending.said;
   EXPECT_GT(ending.took, 1s);
+  (void)rename("/dev/log.aside", address.sun_path);
 }
 #endif
 

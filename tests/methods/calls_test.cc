@@ -129,6 +129,11 @@ TEST_F(HostTest, TheMissingHalfIsNamedWhenTheTenSecondsAreOver) {
   const std::string message = no_dns["message"];
   EXPECT_NE(std::string::npos, message.find("the DNS update did not come within 10 s: is the DNS service running?"));
 
+  // A start that fails leaves nothing that would stand in the next one's way.
+  ASSERT_EQ(0, rename("/etc/resolv.conf", "/etc/away"));
+  EXPECT_EQ(1, ErrorOf("dns.start"));
+  ASSERT_EQ(0, rename("/etc/away", "/etc/resolv.conf"));
+
   // Started again, the forwarder gets the call's server.
   const Json dns = Call("dns.start");
   EXPECT_EQ(true, dns["running"]);

@@ -5,6 +5,7 @@
 #include "bench.h"
 #include "common/dns_files.h"
 #include "support/files.h"
+#include "support/secrets.h"
 
 namespace kor::test {
 namespace {
@@ -47,13 +48,13 @@ TEST_F(HostTest, TheRadioIsHeard) {
 
 TEST_F(HostTest, TheCardIsLockedAndPoweredWithoutPinsInSight) {
   EXPECT_EQ("disabled", Call("pin.status")["status"]);
-  const Json wrong = Call("pin.lock", R"({"pin_id":1,"pin":"9876"})");
+  const Json wrong = Call("pin.lock", Json{{"pin_id", 1}, {"pin", kWrongPin}}.dump());
   EXPECT_EQ(0x10c, wrong["error"]["code"]);
   EXPECT_EQ("the PIN is wrong", wrong["error"]["message"]);
   EXPECT_EQ("verified", Call("pin.lock", R"({"pin":"1234"})")["status"]);
-  EXPECT_EQ("verified", Call("pin.change", R"({"old_pin":"1234","new_pin":"5678"})")["status"]);
-  EXPECT_EQ("disabled", Call("pin.unlock", R"({"pin":"5678"})")["status"]);
-  EXPECT_EQ(10, ErrorOf("pin.change", R"({"old_pin":"5678","new_pin":"1234"})"));
+  EXPECT_EQ("verified", Call("pin.change", Json{{"old_pin", "1234"}, {"new_pin", kPin}}.dump())["status"]);
+  EXPECT_EQ("disabled", Call("pin.unlock", Json{{"pin", kPin}}.dump())["status"]);
+  EXPECT_EQ(10, ErrorOf("pin.change", Json{{"old_pin", kPin}, {"new_pin", kOtherPin}}.dump()));
   EXPECT_EQ("off", Call("sim.off", R"({"slot":1})")["power"]);
   EXPECT_EQ(0x125, ErrorOf("pin.status"));
   EXPECT_EQ("on", Call("sim.on", R"({"slot":1})")["power"]);
@@ -75,9 +76,9 @@ TEST_F(HostTest, MessagesProfilesVlansAndTheDevice) {
   EXPECT_TRUE(profile["has_password"].is_boolean()) << profile;
   EXPECT_FALSE(profile.contains("password"));
   EXPECT_EQ(10, ErrorOf("profile.create", R"({"index":1})"));
-  const Json modify = Call("profile.modify", R"({"index":1,"apn":"x","password":"hush"})")["error"];
+  const Json modify = Call("profile.modify", Json{{"index", 1}, {"apn", "x"}, {"password", kPassword}}.dump())["error"];
   EXPECT_EQ(16, modify["code"]);
-  EXPECT_EQ(std::string::npos, modify.dump().find("hush"));
+  EXPECT_EQ(std::string::npos, modify.dump().find(kPassword));
 
   EXPECT_EQ(1u, Call("vlan.add", R"({"id":100,"interface":"usb"})")["vlans"].size());
   ASSERT_EQ(0, ErrorOf("policy.create", R"({"profile":2})"));

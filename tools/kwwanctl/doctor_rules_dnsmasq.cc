@@ -87,7 +87,7 @@ Finding JudgePidFile(const Facts& facts) {
   const Process* ours = FindOurs(facts.processes);
   return Problem(name, (file.text->empty() ? "is empty" : "holds no process id") + AndOurs(ours),
                  "The library starts a second dnsmasq at every change, and cannot stop the one that runs.",
-                 WithoutPidFile(ours));
+                 WithoutPidFile(ours) + "; when it stays so: df /var/run");
 }
 
 Finding JudgePort(const Facts& facts) {

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <string>
 
+#include "common/standard_streams.h"
 #include "kwwanctl/commands.h"
 #include "kwwanctl/help.h"
 #include "kwwanctl/usage.h"
@@ -16,6 +17,13 @@ using kor::ctl::Context;
 const char kHelp[] =
     "Shows and changes the WWAN side of this device through its host, kwwand.\n"
     "Exit status: 0 done, 1 failed, 2 usage, 3 time-out, 4 host not reachable, 16 not supported.";
+
+const char kExamples[] =
+    "\nExamples:\n"
+    "  kwwanctl status          everything on one screen\n"
+    "  kwwanctl call up         policy 0, IPv4\n"
+    "  kwwanctl call up --help  what a verb takes, with examples of its own\n"
+    "  kwwanctl doctor          why is there no DNS?\n";
 
 void AddObjects(CLI::App& app, Context& context) {
   for (const auto add :
@@ -42,7 +50,7 @@ std::string MainHelp(const CLI::App* app) {
   for (const CLI::App* sub : app->get_subcommands([](const CLI::App*) { return true; })) {
     entries.emplace_back(sub->get_name(), sub->get_description());
   }
-  return kor::ctl::ObjectHelp("kwwanctl", kHelp, entries);
+  return kor::ctl::ObjectHelp("kwwanctl", kHelp, entries) + kExamples;
 }
 
 // Throws CommandError. The exit status of what was chosen; kDone when help was wanted.
@@ -80,6 +88,7 @@ int Main(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  kor::tools::OpenStandardStreams();
   try {
     return Main(argc, argv);
   } catch (const std::exception& e) {

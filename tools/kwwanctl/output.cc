@@ -18,7 +18,8 @@ bool ColourWanted(const GlobalOptions& options, int fd) {
   return !options.no_color && (no_color == nullptr || *no_color == '\0') && isatty(fd);
 }
 
-std::string Line(const Json& json) { return json.dump(-1, ' ', true) + '\n'; }
+// A wrong word of the command line comes back in its error, and may be no UTF-8.
+std::string Line(const Json& json) { return json.dump(-1, ' ', true, Json::error_handler_t::replace) + '\n'; }
 
 }  // namespace
 

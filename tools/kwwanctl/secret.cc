@@ -10,6 +10,7 @@
 
 #include "kwwanctl/command_error.h"
 #include "kwwanctl/ending.h"
+#include "kwwanctl/text.h"
 
 namespace kor::ctl {
 namespace {
@@ -50,14 +51,20 @@ std::string ReadLine(Ending& ending) {
   throw CommandError(kErrorFailure, "standard input has no end of line");
 }
 
-}  // namespace
-
-std::string ReadSecret(const std::string& prompt) {
+std::string AskFor(const std::string& prompt) {
   Ending ending;  // Signals wait until the echo is back.
   if (!isatty(STDIN_FILENO)) return ReadLine(ending);
   const NoEcho no_echo;
   (void)fputs(prompt.c_str(), stderr);
   return ReadLine(ending);
+}
+
+}  // namespace
+
+std::string ReadSecret(const std::string& prompt) {
+  std::string secret = AskFor(prompt);
+  if (IsUtf8(secret)) return secret;
+  throw CommandError(kErrorUsage, "the secret: takes text in UTF-8");
 }
 
 std::string ReadPin(const std::string& prompt) {

@@ -71,6 +71,7 @@ CommandError ParserError(const CLI::App& app, const std::string& message) {
   const CLI::Option* option = level->get_option_no_throw(name);
   const bool missing = message.find("missing") != std::string::npos;
   if (option != nullptr && missing) return UsageError(name, option->get_description(), "");
+  if (option != nullptr) return {kErrorUsage, name + ": must not be there twice", Json{{"argument", name}}};
   return {kErrorUsage, message, Json{{"argument", name}}};
 }
 

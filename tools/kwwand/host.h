@@ -31,6 +31,7 @@ class Host {
   struct Options {
     std::chrono::milliseconds backoff_min{1000};   // The wait before the first reconnect; it doubles from there on ...
     std::chrono::milliseconds backoff_max{60000};  // ... up to this.
+    std::string lan_journal{};                     // See LanJournal.
   };
 
   // `sink` hears every event as the params of an "event" notification, on any thread, from Start() until Stop() has

@@ -54,9 +54,10 @@ Fd Lock(const std::string& lock_path, const std::string& path) {
     }
     if (!IsAt(fd.get(), lock_path)) continue;
     const std::string pid = std::to_string(getpid());
-    if (ftruncate(fd.get(), 0) != 0) throw SystemError(lock_path);
-    if (pwrite(fd.get(), pid.data(), pid.size(), 0) < 0) throw SystemError(lock_path);
-    return fd;
+    if (ftruncate(fd.get(), 0) == 0 && pwrite(fd.get(), pid.data(), pid.size(), 0) >= 0) return fd;
+    const std::system_error error = SystemError(lock_path);
+    unlink(lock_path.c_str());  // While it is held: see IsAt().
+    throw error;
   }
 }
 

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
+#include "common/standard_streams.h"
 #include "kwwand/dispatcher.h"
 #include "kwwand/host.h"
 #include "kwwand/listen_socket.h"
@@ -44,7 +45,7 @@ void Live(const Options& options, Readiness& readiness) {
   PidFile pid_file(options.pid_file);
   RunScenario(options.scenario);
   Mailbox mailbox;
-  Host host({options.backoff_min, options.backoff_max}, [&mailbox](const Json& event) {
+  Host host({options.backoff_min, options.backoff_max, options.socket + ".lan"}, [&mailbox](const Json& event) {
     mailbox.Post({Mail::Kind::kEvent, FormatNotification("event", event)});
   });
   StartHost(host);
@@ -88,6 +89,7 @@ int Main(int argc, char** argv) {
 }  // namespace kor::host
 
 int main(int argc, char** argv) {
+  kor::tools::OpenStandardStreams();
   try {
     return kor::host::Main(argc, argv);
   } catch (...) {  // Of the command line's reading: no memory, no current folder.

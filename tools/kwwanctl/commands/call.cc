@@ -81,8 +81,9 @@ int ShowCall(Context& context, Json params) {
 }  // namespace
 
 void AddCall(CLI::App& app, Context& context) {
-  Verb list{"list",      "Every call: profile, family, state, interface, address, DNS servers.", {}, {}, "call.list",
-            PoliciesText};
+  Verb list{"list",      "Every call: profile, family, state, interface, address, DNS servers.",
+            {},          {{"call list --watch", "every 2 seconds"}},
+            "call.list", PoliciesText};
   list.watch = true;
   Verb show{"show", "One policy with its two calls.", {kIndex, kCid}, {{"call show 0", "policy 0"}}};
   show.action = ShowCall;

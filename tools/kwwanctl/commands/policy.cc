@@ -37,32 +37,20 @@ std::string DeletedText(const Json& policy, const Paint&) {
   return "Policy " + ToText(Member(policy, "index")) + " is deleted.\n";
 }
 
-// The host takes all settings of a policy at once; those that were not named stay.
-int Set(Context& context, const Json& params) {
-  const Json policy = context.session().Call("call.show", {{"index", params["index"]}});
-  Json asked{{"technology", policy["technology"]}, {"family", policy["family"]}};
-  if (!params.contains("profile")) {
-    asked.update({{"profile", policy["profiles"]["ipv4"]}, {"profile6", policy["profiles"]["ipv6"]}});
-  }
-  asked.update(params);
-  context.out.Show(context.session().Call("policy.set", asked), PolicyLine);
-  return kDone;
-}
-
 }  // namespace
 
 void AddPolicy(CLI::App& app, Context& context) {
   const Arg required_profile{kProfile.name, kProfile.key, kProfile.takes, kProfile.help, kProfile.value, true};
   const Arg which_family{"4|6|46", "family", Families(), "The family, or both", "", true};
-  Verb set{"set",
-           "Changes a policy. What is not named stays, but --profile alone is for both families.",
-           {kIndex, kFamily, kTechnology, kProfile, kProfile6},
-           {{"policy set 0 --profile 3", "both families with profile 3"},
-            {"policy set 1 --family 46 --profile 1 --profile6 2", "a profile for each family"}}};
-  set.action = Set;
   AddObject(app, context, "policy", "Policies: which profiles, families and radio technologies a call uses.",
             {{"list", "Every policy.", {}, {}, "policy.list", ListText},
-             set,
+             {"set",
+              "Changes a policy. What is not named stays, but --profile alone is for both families.",
+              {kIndex, kFamily, kTechnology, kProfile, kProfile6},
+              {{"policy set 0 --profile 3", "both families with profile 3"},
+               {"policy set 1 --family 46 --profile 1 --profile6 2", "a profile for each family"}},
+              "policy.set",
+              PolicyLine},
              {"create",
               "Creates a policy.",
               {required_profile, kProfile6, kFamily, kTechnology},

@@ -16,6 +16,7 @@ std::string PinText(const Json& pin, const Paint&) { return "PIN: " + ToText(Mem
 
 Verb PowerVerb(const std::string& name, const std::string& help) {
   Verb verb{name, help, {{"SLOT", "slot", Number(1, 8), "The slot; 1 unless said otherwise"}}, {}};
+  verb.examples = {{"sim " + name, "slot 1"}, {"sim " + name + " 2", "slot 2"}};
   verb.action = [name](Context& context, Json params) -> int {
     if (!params.contains("slot")) params["slot"] = 1;
     context.out.Show(context.session().Call("sim." + name, params), PowerText);

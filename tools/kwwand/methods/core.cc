@@ -5,18 +5,23 @@
 
 #include <utility>
 
+#include "kwwand/methods/dns_files.h"
 #include "kwwand/methods/results.h"
 
 namespace kor::host {
 
 Core::Core(const Host::Options& options, std::function<void(const Json&)> sink_function)
-    : sink(std::move(sink_function)), calls(options.backoff_min, options.backoff_max, log, sink) {}
+    : sink(std::move(sink_function)),
+      calls(options.backoff_min, options.backoff_max, log, sink),
+      lan_journal_(options.lan_journal) {}
 
 Core::~Core() { Stop(); }
 
 void Core::Start() {
   dns = std::make_unique<kor::wwan::DnsCtrlManager>();
-  dns->SetEventCb([this](kor::util::EventDic& event) { log.Append(Source::kDns, event); });
+  dns->SetEventCb([this](kor::util::EventDic& event) {
+    log.Append(Source::kDns, event, ForwarderServers());  // As they stand: nobody writes before this has returned.
+  });
   try {
     StartDns();
   } catch (const RequestError& e) {
@@ -29,7 +34,8 @@ void Core::Start() {
   sim = std::make_unique<kor::wwan::SimManager>();
   sms = std::make_unique<kor::wwan::SmsManager>();
   mobileap = std::make_unique<kor::wwan::MobileapManager>();
-  lan = std::make_unique<LanGuard>(sink);
+  lan = std::make_unique<LanGuard>(sink, lan_journal_);
+  lan->Recover();
   Subscribe();
   at->StartService();
   if (at->NotifyRegistrationDone() != 0) syslog(LOG_WARNING, "the modem was not told that the host is ready\n");
@@ -68,6 +74,7 @@ void Core::StartDns() {
   kor::util::MutexLock lock(dns_mutex_);
   if (stopped_) throw RequestError(kShuttingDown, "the host is shutting down");
   dns_running_ = dns->StartService();
+  if (!dns_running_) (void)dns->StopService();  // Half started, it would say at the next start that it runs.
   Check(dns_running_.load(), "starting the DNS service (/etc/resolv.conf and the folder /data must be there)");
 }
 

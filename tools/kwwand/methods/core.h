@@ -64,6 +64,7 @@ class Core {
   void Subscribe();
   void Unsubscribe();
 
+  const std::string lan_journal_;
   kor::util::Mutex dns_mutex_;
   bool stopped_ KOR_GUARDED_BY(dns_mutex_) = false;
   std::atomic<bool> dns_running_{false};

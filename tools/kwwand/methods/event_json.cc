@@ -94,6 +94,8 @@ Json EventJson(const SeenEvent& seen, const Policies& policies) {
   Json json{{"time", TimeText(seen.time)}, {"event", EventCode(seen.event.event)}, {"name", NameOf(seen)}};
   if (seen.source == Source::kData && IsCallEvent(seen.event.event)) {
     AddCall(seen.event, policies, json);
+  } else if (seen.source == Source::kDns) {
+    json["servers"] = seen.servers;
   } else if (!seen.event.params.empty()) {
     Json& params = json["params"] = Json::object();
     for (const auto& [param, text] : seen.event.params) params[Hex(param)] = text;

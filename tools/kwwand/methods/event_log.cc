@@ -13,9 +13,10 @@ constexpr size_t kCapacity = 1000;
 
 }  // namespace
 
-void EventLog::Append(Source source, kor::util::EventDic& event) {
+void EventLog::Append(Source source, kor::util::EventDic& event, std::vector<std::string> servers) {
   std::list<SeenEvent> seen(1);  // Made before the lock, spliced in under it; what is pushed out goes after it.
-  seen.front() = {source, event, std::chrono::steady_clock::now(), std::chrono::system_clock::now()};
+  seen.front() = {source, event, std::move(servers), std::chrono::steady_clock::now(),
+                  std::chrono::system_clock::now()};
   seen.front().event.data = nullptr;
   const bool dns = source == Source::kDns && event.event == kor::util::kEvtDnsUpdated;
   std::list<SeenEvent> pushed_out;

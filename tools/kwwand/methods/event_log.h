@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <list>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "common/condition.h"
@@ -18,7 +19,8 @@ enum class Source { kData, kDns, kNetwork, kSms };
 
 struct SeenEvent {
   Source source = Source::kData;
-  kor::util::EventDic event;  // Its `data` is null.
+  kor::util::EventDic event;         // Its `data` is null.
+  std::vector<std::string> servers;  // Of a DNS update: what the forwarder's list then held.
   std::chrono::steady_clock::time_point at;
   std::chrono::system_clock::time_point time;
 };
@@ -26,10 +28,10 @@ struct SeenEvent {
 // The library's events of late, the last 1000, numbered as they came.
 //
 // Thread safety: all operations may be called from any thread; Wait() by one. Append() is all that the host's event
-// callbacks do: it takes the log's lock only.
+// callbacks do (that of a DNS update reads the server list first): it takes the log's lock only.
 class EventLog {
  public:
-  void Append(Source source, kor::util::EventDic& event) KOR_EXCLUDES(mutex_);
+  void Append(Source source, kor::util::EventDic& event, std::vector<std::string> servers = {}) KOR_EXCLUDES(mutex_);
 
   // The number that the next event gets.
   uint64_t Next() const KOR_EXCLUDES(mutex_);

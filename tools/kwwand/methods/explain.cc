@@ -85,7 +85,10 @@ void TakeDnsEvent(const CallStory& story, const SeenEvent& seen, Findings& found
   if (!story.up) return found.ignored.push_back(Ignored(story, seen, "a disconnect does not wait for it"));
   if (found.dns_ms) return;
   found.dns_ms = at_ms;
-  found.steps.push_back(Step(at_ms, "dns", "the list of DNS servers is written"));
+  std::string servers;
+  for (const std::string& server : seen.servers) servers += (servers.empty() ? ": " : ", ") + server;
+  found.steps.push_back(
+      Step(at_ms, "dns", "the list of DNS servers is written" + (servers.empty() ? ", and is empty" : servers)));
 }
 
 std::string RequestText(const CallStory& story) {

@@ -12,6 +12,7 @@ namespace kor::host {
 
 namespace {
 
+constexpr std::chrono::seconds kRetry{5};  // Of a rollback at the start of the host.
 constexpr auto kRefused = kor::Result::kPreconditionFailed;
 
 Json LanText(const LanConfig& lan) { return {{"gateway", lan.gw}, {"netmask", lan.nm}}; }
@@ -29,6 +30,22 @@ LanGuard::State LanGuard::ShowLocked() {
   return state;
 }
 
+// A change to take back after `delay`. False when there is no timer for that.
+bool LanGuard::OpenFor(std::chrono::seconds delay, const LanConfig& before) {
+  const uint64_t number = ++changes_;
+  open_ = Open{number, before, std::chrono::steady_clock::now() + delay};
+  const auto task = [this, number](int, void*) { return TimeIsUp(number); };
+  return timer_.AddTask(std::chrono::microseconds(delay).count(), task, nullptr) >= 0;
+}
+
+void LanGuard::Recover() {
+  kor::util::MutexLock lock(mutex_);
+  const auto before = journal_.Kept();
+  if (!before) return;
+  const bool retried = OpenFor(kRetry, *before);
+  if (!RollBackLocked("the host was killed before it was confirmed") && !retried) open_.reset();
+}
+
 LanGuard::State LanGuard::Show() {
   kor::util::MutexLock lock(mutex_);
   return ShowLocked();
@@ -42,22 +59,17 @@ LanGuard::State LanGuard::Set(const LanChange& change, std::optional<std::chrono
   }
   const LanConfig before = ShowLocked().lan;
   LanConfig lan = Changed(before, change);
+  if (confirm) journal_.Keep(before);
   if (!lan_.SetLanConfig(lan, true)) {
     LanConfig back = before;
     const bool restored = lan_.SetLanConfig(back, true);
+    (void)journal_.Forget();
     Check(false, restored ? "writing the LAN configuration (the one before is in force)"
                           : "writing the LAN configuration, and the one before too");
   }
-  if (confirm) {
-    const uint64_t number = ++changes_;
-    open_ = Open{number, before, std::chrono::steady_clock::now() + *confirm};
-    const auto delay = std::chrono::duration_cast<std::chrono::microseconds>(*confirm).count();
-    const int id = timer_.AddTask(
-        delay, [this, number](int, void*) { return TimeIsUp(number); }, nullptr);
-    if (id < 0) {
-      RollBackLocked("no timer");
-      Check(false, "no timer for the confirmation, the LAN is as before");
-    }
+  if (confirm && !OpenFor(*confirm, before)) {
+    RollBackLocked("no timer");
+    Check(false, "no timer for the confirmation, the LAN is as before");
   }
   return ShowLocked();
 }
@@ -65,6 +77,7 @@ LanGuard::State LanGuard::Set(const LanChange& change, std::optional<std::chrono
 LanGuard::State LanGuard::Confirm() {
   kor::util::MutexLock lock(mutex_);
   if (!open_) throw RequestError(static_cast<int>(kRefused), "no change of the LAN waits for a confirmation");
+  Check(journal_.Forget(), "keeping the change for good");
   open_.reset();
   return ShowLocked();
 }
@@ -89,6 +102,7 @@ bool LanGuard::RollBackLocked(const char* why) {
     return false;
   }
   open_.reset();
+  (void)journal_.Forget();
   syslog(LOG_NOTICE, "the LAN is rolled back to %s: %s\n", before.gw.c_str(), why);
   Json members = LanText(before);
   members["why"] = why;

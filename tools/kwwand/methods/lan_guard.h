@@ -9,16 +9,18 @@
 #include "common/util/timer_manager.h"
 #include "kwwand/methods/event_sink.h"
 #include "kwwand/methods/lan_change.h"
+#include "kwwand/methods/lan_journal.h"
 
 namespace kor::host {
 
 // Changes the LAN, each change in one write, and takes back one that nobody confirms: whoever changes the address that
-// he came by may never come back.
+// he came by may never come back. Where there is a journal, that goes for a host that is killed meanwhile too: the next
+// one takes the change back.
 //
 // Thread safety: all operations may be called from any thread, and run one after another.
 class LanGuard {
  public:
-  explicit LanGuard(EventSink& sink) : sink_(sink) {}
+  LanGuard(EventSink& sink, const std::string& journal) : sink_(sink), journal_(journal) {}
   LanGuard(const LanGuard&) = delete;
   LanGuard& operator=(const LanGuard&) = delete;
 
@@ -26,6 +28,9 @@ class LanGuard {
     LanConfig lan;
     std::optional<double> confirm_in_s;  // Until an open change is taken back.
   };
+
+  // For the start of the host: takes back what one that was killed has left open, without throwing.
+  void Recover() KOR_EXCLUDES(mutex_);
 
   // All of these throw RequestError: when the LAN cannot be read or written, and for their own reasons.
   State Show() KOR_EXCLUDES(mutex_);
@@ -49,11 +54,13 @@ class LanGuard {
   };
 
   State ShowLocked() KOR_REQUIRES(mutex_);
+  bool OpenFor(std::chrono::seconds delay, const LanConfig& before) KOR_REQUIRES(mutex_);
   bool RollBackLocked(const char* why) KOR_REQUIRES(mutex_);
   bool TimeIsUp(uint64_t number) KOR_EXCLUDES(mutex_);
 
   EventSink& sink_;
   kor::util::Mutex mutex_;
+  LanJournal journal_ KOR_GUARDED_BY(mutex_);
   kor::wwan::MobileapManager lan_ KOR_GUARDED_BY(mutex_);
   std::optional<Open> open_ KOR_GUARDED_BY(mutex_);
   uint64_t changes_ KOR_GUARDED_BY(mutex_) = 0;

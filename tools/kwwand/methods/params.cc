@@ -145,8 +145,10 @@ size_t Params::ChoiceOf(const char* name, const std::vector<std::string>& texts)
 kor::wwan::Tech Params::Technology(const char* name) const {
   const char kTakes[] = "any, or umts, lte and nr5g joined with +";
   const Json& value = Get(name, kTakes);
-  const auto technology = value.is_string() ? ParseTechnology(value.get_ref<const std::string&>()) : std::nullopt;
-  if (!technology) Refuse(name, kTakes);
+  if (!value.is_string()) Refuse(name, kTakes);
+  const auto& text = value.get_ref<const std::string&>();
+  const auto technology = ParseTechnology(text);
+  if (!technology) Refuse(name, kTakes, kor::tools::Nearest(text, {"any", "umts", "lte", "nr5g"}));
   return *technology;
 }
 

@@ -30,11 +30,13 @@ Json List(Core& core, const Request& request) {
 
 Json Set(Core& core, const Request& request) {
   const Params params(request, {"index", "family", "technology", "profile", "profile6"});
-  const uint32_t index = IndexOf(core, params);
-  const auto technology = params.Technology("technology");
-  const IPFamily family = params.Choice("family", kFamilies);
-  const int profile = params.Number("profile", 1, kMaxProfile);
-  const int profile6 = params.Number("profile6", 1, kMaxProfile, -1);  // -1: the same.
+  const Statuses statuses = ReadStatuses(*core.data);
+  const uint32_t index = PolicyIndex(params, statuses.size());
+  const auto& now = statuses[index].policy;
+  const auto technology = params.Has("technology") ? params.Technology("technology") : now.tech;
+  const IPFamily family = params.Choice("family", kFamilies, now.ip_family);
+  const int profile = params.Number("profile", 1, kMaxProfile, now.profile_1);
+  const int profile6 = params.Number("profile6", 1, kMaxProfile, params.Has("profile") ? profile : now.profile_2);
   Check(core.data->SetPolicy(index, technology, family, profile, profile6), "changing the policy");
   return Changed(core, index);
 }

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kwwand/methods/lan_journal.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <syslog.h>
+
+#include <cstdio>
+
+#include "common/dns_files.h"
+#include "common/result.h"
+#include "kwwand/fd.h"
+#include "kwwand/method.h"
+
+namespace kor::host {
+
+namespace {
+
+constexpr mode_t kMode = 0644;
+
+std::string TextOf(const LanConfig& lan) {
+  const Json json{{"gateway", lan.gw},          {"netmask", lan.nm},      {"dhcp", lan.enable_dhcp},
+                  {"start", lan.dhcp_start_ip}, {"end", lan.dhcp_end_ip}, {"lease_s", lan.dhcp_lease_time}};
+  return json.dump() + '\n';
+}
+
+// Throws Json::exception.
+LanConfig Parse(const std::string& text) {
+  const Json json = Json::parse(text);
+  return {true,           json.at("gateway"), json.at("netmask"), json.at("dhcp"), json.at("start"),
+          json.at("end"), json.at("lease_s")};
+}
+
+// True, or errno says why not.
+bool WriteFile(const std::string& path, const std::string& text) {
+  const Fd fd(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, kMode));
+  if (!fd.is_open()) return false;
+  errno = ENOSPC;  // Of a write that takes a part only.
+  return write(fd.get(), text.data(), text.size()) == static_cast<ssize_t>(text.size());
+}
+
+}  // namespace
+
+void LanJournal::Keep(const LanConfig& before) {
+  if (path_.empty()) return;
+  const std::string fresh = path_ + ".new";
+  if (WriteFile(fresh, TextOf(before)) && rename(fresh.c_str(), path_.c_str()) == 0) return;
+  const std::string why = SystemError(path_).what();
+  unlink(fresh.c_str());
+  throw RequestError(static_cast<int>(kor::Result::kFailure),
+                     "what is there now cannot be kept to come back to, the LAN is as before: " + why);
+}
+
+bool LanJournal::Forget() {
+  if (path_.empty() || unlink(path_.c_str()) == 0 || errno == ENOENT) return true;
+  syslog(LOG_ERR, "%s: %m\n", path_.c_str());
+  return false;
+}
+
+std::optional<LanConfig> LanJournal::Kept() const {
+  struct stat file {};
+  if (path_.empty() || lstat(path_.c_str(), &file) != 0 || file.st_uid != geteuid()) return std::nullopt;
+  try {
+    return Parse(kor::tools::ReadTextFile(path_).text.value_or(""));
+  } catch (const Json::exception& e) {
+    syslog(LOG_ERR, "%s, an unconfirmed change of the LAN: %s\n", path_.c_str(), e.what());
+    return std::nullopt;
+  }
+}
+
+}  // namespace kor::host
