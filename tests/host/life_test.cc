@@ -147,6 +147,7 @@ TEST(LifeTest, OneHostAtAPathAndADeadOnesPlaceIsTakenOver) {
 }
 
 TEST(LifeTest, ALanChangeThatAKilledHostLeftUnconfirmedIsTakenBackByTheNext) {
+  const std::string journal = std::string(kSocket) + ".lan";
   {
     HostProcess host;
     Client client;
@@ -155,11 +156,22 @@ TEST(LifeTest, ALanChangeThatAKilledHostLeftUnconfirmedIsTakenBackByTheNext) {
     host.Signal(SIGKILL);
     EXPECT_EQ(-1, host.AwaitEnd().status);
   }
-  HostProcess next;
-  Client client;
-  EXPECT_EQ("192.168.5.1", client.Ask("lan.show")["gateway"]);
-  EXPECT_EQ(10, client.CodeOf("lan.confirm"));
-  EXPECT_FALSE(IsThere(std::string(kSocket) + ".lan"));
+  {
+    HostProcess next;
+    ASSERT_TRUE(next.ready()) << next.AwaitEnd().said;
+    Client client;
+    EXPECT_EQ("192.168.5.1", client.Ask("lan.show")["gateway"]);
+    EXPECT_EQ(10, client.CodeOf("lan.confirm"));
+    EXPECT_FALSE(IsThere(journal));
+  }
+
+  // What is no LAN takes nothing back, and is gone with the next change.
+  WriteFile(journal, R"({"gateway":"x","netmask":"255.255.255.0","dhcp":false,"start":"","end":"","lease_s":0})");
+  HostProcess last;
+  ASSERT_TRUE(last.ready());
+  EXPECT_EQ(10, Client().CodeOf("lan.confirm"));
+  EXPECT_EQ(0, Client().CodeOf("lan.set", {{"gateway", "192.168.6.1"}, {"move_pool", true}}));
+  EXPECT_FALSE(IsThere(journal));
 }
 
 TEST(LifeTest, OnAFullDiskWhatCannotBeKeptIsNotDoneAndTheRestIs) {

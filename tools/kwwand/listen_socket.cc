@@ -2,7 +2,7 @@
 #include "kwwand/listen_socket.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
+#include <signal.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -47,8 +47,11 @@ Fd Lock(const std::string& lock_path, const std::string& path) {
   for (;;) {
     Fd fd(open(lock_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, kLockMode));
     if (!fd.is_open()) throw SystemError(lock_path);
-    if (flock(fd.get(), LOCK_EX | LOCK_NB) != 0) {
-      if (errno != EWOULDBLOCK) throw SystemError(lock_path);
+    // Of the process: a child that a killed host was about to start does not hold it, as it would a flock().
+    struct flock whole {};
+    whole.l_type = F_WRLCK;
+    if (fcntl(fd.get(), F_SETLK, &whole) != 0) {
+      if (errno != EACCES && errno != EAGAIN) throw SystemError(lock_path);
       throw std::runtime_error("another kwwand" + HolderOf(fd.get()) + " serves " + path +
                                "; stop it first, or give this one its own --socket");
     }
@@ -61,16 +64,23 @@ Fd Lock(const std::string& lock_path, const std::string& path) {
   }
 }
 
+// Whether somebody serves the socket. What a dead host was about to start may hold its socket for a moment more.
+bool IsServed(const std::string& path) {
+  const sockaddr_un address = AddressOf(path);
+  const Fd probe(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  if (connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) return false;
+  ucred server{};
+  socklen_t size = sizeof(server);
+  if (getsockopt(probe.get(), SOL_SOCKET, SO_PEERCRED, &server, &size) != 0 || server.pid == 0) return true;
+  return kill(server.pid, 0) == 0 || errno != ESRCH;
+}
+
 // Removes the socket of a dead host, and nothing else.
 void ClearPath(const std::string& path) {
   struct stat there {};
   if (lstat(path.c_str(), &there) != 0) return;
   if (!S_ISSOCK(there.st_mode)) throw std::runtime_error(path + " is there and is no socket; it is left alone");
-  const sockaddr_un address = AddressOf(path);
-  const Fd probe(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  if (connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0) {
-    throw std::runtime_error("another program serves " + path);
-  }
+  if (IsServed(path)) throw std::runtime_error("another program serves " + path);
   if (unlink(path.c_str()) != 0) throw SystemError(path);
 }
 

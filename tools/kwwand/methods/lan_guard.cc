@@ -59,11 +59,15 @@ LanGuard::State LanGuard::Set(const LanChange& change, std::optional<std::chrono
   }
   const LanConfig before = ShowLocked().lan;
   LanConfig lan = Changed(before, change);
-  if (confirm) journal_.Keep(before);
+  if (confirm) {
+    journal_.Keep(before);
+  } else {
+    Check(journal_.Forget(), "forgetting an earlier change, which the next host would take back");
+  }
   if (!lan_.SetLanConfig(lan, true)) {
     LanConfig back = before;
     const bool restored = lan_.SetLanConfig(back, true);
-    (void)journal_.Forget();
+    if (restored) (void)journal_.Forget();  // Otherwise the next host tries once more.
     Check(false, restored ? "writing the LAN configuration (the one before is in force)"
                           : "writing the LAN configuration, and the one before too");
   }

@@ -6,6 +6,7 @@
 #include <syslog.h>
 
 #include <cstdio>
+#include <stdexcept>
 
 #include "common/dns_files.h"
 #include "common/result.h"
@@ -24,16 +25,18 @@ std::string TextOf(const LanConfig& lan) {
   return json.dump() + '\n';
 }
 
-// Throws Json::exception.
+// Throws Json::exception, and RequestError when it is no LAN that can be set.
 LanConfig Parse(const std::string& text) {
   const Json json = Json::parse(text);
-  return {true,           json.at("gateway"), json.at("netmask"), json.at("dhcp"), json.at("start"),
-          json.at("end"), json.at("lease_s")};
+  const LanConfig lan{true,           json.at("gateway"), json.at("netmask"), json.at("dhcp"), json.at("start"),
+                      json.at("end"), json.at("lease_s")};
+  return Changed(lan, {});
 }
 
-// True, or errno says why not.
+// A file of our own, whatever stands there. True, or errno says why not.
 bool WriteFile(const std::string& path, const std::string& text) {
-  const Fd fd(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, kMode));
+  unlink(path.c_str());
+  const Fd fd(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kMode));
   if (!fd.is_open()) return false;
   errno = ENOSPC;  // Of a write that takes a part only.
   return write(fd.get(), text.data(), text.size()) == static_cast<ssize_t>(text.size());
@@ -59,11 +62,12 @@ bool LanJournal::Forget() {
 
 std::optional<LanConfig> LanJournal::Kept() const {
   struct stat file {};
-  if (path_.empty() || lstat(path_.c_str(), &file) != 0 || file.st_uid != geteuid()) return std::nullopt;
+  if (path_.empty() || lstat(path_.c_str(), &file) != 0) return std::nullopt;
   try {
+    if (file.st_uid != geteuid()) throw std::runtime_error("it is another user's");
     return Parse(kor::tools::ReadTextFile(path_).text.value_or(""));
-  } catch (const Json::exception& e) {
-    syslog(LOG_ERR, "%s, an unconfirmed change of the LAN: %s\n", path_.c_str(), e.what());
+  } catch (const std::exception& e) {
+    syslog(LOG_ERR, "%s, an unconfirmed change of the LAN, is not taken back: %s\n", path_.c_str(), e.what());
     return std::nullopt;
   }
 }

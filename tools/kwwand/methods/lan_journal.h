@@ -23,7 +23,8 @@ class LanJournal {
   // False, and the log says why, when the file cannot be removed.
   bool Forget();
 
-  // Nothing when there is no file, when it is somebody else's, or when it cannot be read, which the log says.
+  // Nothing when there is no file; also, and the log says so, when it is somebody else's, or holds no LAN that can be
+  // set.
   std::optional<LanConfig> Kept() const;
 
  private:
