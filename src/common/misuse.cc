@@ -25,7 +25,7 @@ struct Entry {
   std::atomic<const void*> mutex{nullptr};
   std::atomic<LockRank> rank{LockRank::kNone};
 };
-constexpr size_t kEntries = 4096;      // Those that find no place are not checked.
+constexpr size_t kEntries = 4096;
 inline Entry process_locks[kEntries];  // Inline: AddressSanitizer takes other copies for a mistake.
 
 struct Held {
@@ -53,11 +53,15 @@ static_assert(std::size(kNames) == static_cast<size_t>(LockRank::kLast) + 1, "on
 
 bool IsErased(const void* mutex) { return mutex == process_locks; }
 
+// Those that find no place are not checked. So few that a look-up stays short when every entry was used once: an erased
+// one never becomes empty again.
+constexpr size_t kPlaces = 64;
+
 // Calls `stop` on the entries where `mutex` may be, in order, until it returns true.
 template <typename Stop>
 void Walk(const void* mutex, Stop stop) {
   const size_t start = (reinterpret_cast<uintptr_t>(mutex) / 8) * 31;
-  for (size_t i = 0; i < kEntries; ++i) {
+  for (size_t i = 0; i < kPlaces; ++i) {
     if (stop(process_locks[(start + i) % kEntries])) return;
   }
 }

@@ -32,6 +32,8 @@ TEST(MisuseTest, ThePageHasTheRanksInTheirOrder) {
   EXPECT_EQ(ranks, page);
 }
 
+TEST(MisuseTest, IsCheckedInADebugBuild) { EXPECT_EQ(KWWAN_CHECKS_WANTED, misuse::kChecked); }
+
 #ifdef KWWAN_MISUSE_CHECKS
 
 TEST(MisuseDeathTest, ACallbackThatUsesItsOwnTable) {

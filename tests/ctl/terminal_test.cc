@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "ctl/command.h"
+#include "support/secrets.h"
 
 namespace kor::test {
 namespace {
@@ -56,11 +57,11 @@ TEST(Terminal, PinsAreTypedUnseen) {
   // A new one is typed twice, and nothing is done when the two differ.
   Command change("pin change", kTerminal);
   change.ReadTo("Old PIN: ");
-  change.Type("1234\n");
+  change.Type(std::string(kWrongPin) + "\n");
   change.ReadTo("New PIN: ");
-  change.Type("1111\n");
+  change.Type(std::string(kPin) + "\n");
   change.ReadTo("Once more: ");
-  change.Type("1112\n");
+  change.Type(std::string(kOtherPin) + "\n");
   EXPECT_EQ(1, change.Wait().status);
 
   // Ctrl-C at the prompt gives the echo back.

@@ -69,7 +69,8 @@ TEST_F(SurfaceTest, AVlanOutlivesARefusedMappingAndPassthroughComesBackAsSet) {
 TEST_F(SurfaceTest, TheCardWantsItsPinThenItsPukAndMayBeAway) {
   Device device;
   kor::wwan::SimManager sim;
-  EXPECT_TRUE(device.SetPinLock(1, true, "1234") == kOk && sim.TurnOffPower(1) == kOk);
+  EXPECT_TRUE(modem.EnterPuk(1, kPuk, kPin) && device.SetPinLock(1, true, kPin) == kOk);
+  EXPECT_TRUE(sim.TurnOffPower(1) == kOk);
   EXPECT_TRUE(device.GetPinStatus() == Device::kSimNotReady && sim.TurnOnPower(1) == kOk);
   ASSERT_TRUE(Eventually([&] { return device.GetPinStatus() == Device::kPinNotVerified; }));
   modem.FailNext("SetPinLock", 1, kOwnCode);

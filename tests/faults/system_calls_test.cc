@@ -12,19 +12,10 @@
 #include "modem/sim_modem.h"
 #include "support/files.h"
 #include "support/footprint.h"
+#include "support/story.h"
 #include "support/wait.h"
 #include "wwan/data_manager.h"
 #include "wwan/dns_ctrl_manager.h"
-
-namespace kor::wwan {
-
-struct DataManagerPeer {
-  static void SetWaitBudget(DataManager& data, std::chrono::microseconds budget) {
-    data.wait_budget_us_ = budget.count();
-  }
-};
-
-}  // namespace kor::wwan
 
 namespace kor::test {
 namespace {
@@ -37,6 +28,7 @@ using kor::wwan::DnsCtrlManager;
 constexpr char kResolvConf[] = "/etc/resolv.conf";
 constexpr char kRepaired[] = "#AUTOMATICALLY EDITED BY NETCTLD\nnameserver 127.0.0.1\n";
 constexpr char kServers[] = "/var/run/netctld-dnsmasq/dnsmasq_resolv.conf";
+constexpr char kList[] = "nameserver 10.255.0.53\n";  // In the file of servers while the call is up.
 constexpr char kPidFile[] = "/var/run/netctld-dnsmasq/dnsmasq.pid";
 
 void Shell(const std::string& command) { ASSERT_EQ(0, system(command.c_str())) << command; }
@@ -67,8 +59,8 @@ class SystemCallsTest : public testing::Test {
     rest_ = Footprint();
   }
 
-  // The service's and a call's whole life: what the call's Connect ended with. `kept`: without the confirmation that
-  // the forwarder's list is written nothing is waited for longer than it takes.
+  // The service's and a call's whole life: what the call's Connect ended with. `budget`: how long it waits for the
+  // confirmation that the forwarder's list is written.
   void Cycle(int connected, std::chrono::microseconds budget = 10s) {
     DnsCtrlManager dns;
     DataManager data;
@@ -76,6 +68,7 @@ class SystemCallsTest : public testing::Test {
     EXPECT_TRUE(dns.StartService());
     EXPECT_EQ(connected, static_cast<int>(data.Connect(0, IPFamily::kIpv4, true)));
     EXPECT_TRUE(kor::modem::SimModem::Get().WaitIdle(kLongEnough));
+    list_ = ReadFile(kServers);
     EXPECT_EQ(kor::Result::kSuccess, data.Disconnect(0, IPFamily::kIpv4, true));
     (void)dns.StopService();
   }
@@ -89,7 +82,7 @@ class SystemCallsTest : public testing::Test {
       EXPECT_TRUE(dns.StartService());
       EXPECT_EQ(kor::Result::kSuccess, data.Connect(0, IPFamily::kIpv4, true));
       EXPECT_EQ(kRepaired, ReadFile(kResolvConf));
-      EXPECT_EQ("nameserver 10.255.0.53\n", ReadFile(kServers));
+      EXPECT_EQ(kList, ReadFile(kServers));
       EXPECT_TRUE(ForwarderRuns());
       EXPECT_EQ(kor::Result::kSuccess, data.Disconnect(0, IPFamily::kIpv4, true));
     }
@@ -98,13 +91,14 @@ class SystemCallsTest : public testing::Test {
   }
 
   std::string rest_;
+  std::string list_;  // Of servers, while the last cycle's call was up.
 };
 
 TEST_F(SystemCallsTest, NoRoom) {
-  // A full disk under the forwarder's folder: the list is short, and the library says that it was written.
+  // A full disk under the forwarder's folder: NULs stand for the list, and the library says that it was written.
   Shell("mount -t tmpfs -o size=4k none /var/run/netctld-dnsmasq && echo > /var/run/netctld-dnsmasq/filling");
   Cycle(0);
-  EXPECT_EQ(0u, ReadFile(kServers).find_first_not_of('\0') + 1);
+  EXPECT_EQ(std::string(sizeof(kList) - 1, '\0'), list_);
   Unmount("/var/run/netctld-dnsmasq");
   ExpectMended();
 

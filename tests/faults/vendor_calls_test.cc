@@ -6,11 +6,13 @@
 #include <map>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "dns/dns_ctrl_service.h"
 #include "modem/sim_modem.h"
 #include "support/footprint.h"
+#include "support/secrets.h"
 #include "support/wait.h"
 #include "wwan/at_manager.h"
 #include "wwan/data_manager.h"
@@ -188,6 +190,14 @@ TEST_F(VendorCallsTest, OfTheRest) {
   std::vector<MobileapManager::VlanConfig> vlans;
   MobileapManager::IpPassthroughConfig passthrough;
   bool on = false;
+  std::string pin = kPin;
+  std::string next_pin = kOtherPin;
+  EXPECT_TRUE(modem_.EnterPuk(1, kPuk, pin));
+  const auto change_pin = [&] {
+    const kor::Result result = device.ChangePinLockPwd(1, pin, next_pin);
+    if (result == kor::Result::kSuccess) pin.swap(next_pin);
+    return Number(result);
+  };
   const auto second = [this] { SecondPolicy(); };
   const auto with_vlan = [&] {
     SecondPolicy();
@@ -205,8 +215,8 @@ TEST_F(VendorCallsTest, OfTheRest) {
       {"NotifyRegistrationDone", 0, 77, [&] { return at.NotifyRegistrationDone(); }},
       {"GetModelId", 0, 77, [&] { return Number(device.GetModelId(model)); }},
       {"GetPinStatus", 0x103, 77, [&] { return Number(device.GetPinStatus()); }},
-      {"SetPinLock", 0, 77, [&] { return Number(device.SetPinLock(1, true, "1234")); }},
-      {"ChangePinLockPwd", 0, 77, [&] { return Number(device.ChangePinLockPwd(1, "1234", "1234")); }},
+      {"SetPinLock", 0, 77, [&] { return Number(device.SetPinLock(1, true, pin)); }},
+      {"ChangePinLockPwd", 0, 77, change_pin},
       {"GetRouteList", 0, 77, [&] { return Number(sms.GetRouteList(routes)); }},
       {"SetRouteList", 0, 77, [&] { return Number(sms.SetRouteList(routes)); }},
       {"ModifyTagAsync", 0, 77, [&] { return Number(sms.ModifyTagAsync()); }},
@@ -239,7 +249,7 @@ TEST_F(VendorCallsTest, OfTheRest) {
       {"GetIpPassthrough", 1, 0, [&] { return lan.GetIpPassthrough(on, passthrough); }},
       {"TurnOffPower", 0, 77, [&] { return Number(sim.TurnOffPower(1)); }},
       {"TurnOnPower", 0, 77, [&] { return Number(sim.TurnOnPower(1)); }},
-      {"SetPinLock off", 0, 77, [&] { return Number(device.SetPinLock(1, false, "1234")); }},
+      {"SetPinLock off", 0, 77, [&] { return Number(device.SetPinLock(1, false, pin)); }},
   };
   for (const Plan& plan : plans) Walk(plan);
 }

@@ -47,14 +47,15 @@ TEST_F(HostTest, TheRadioIsHeard) {
 }
 
 TEST_F(HostTest, TheCardIsLockedAndPoweredWithoutPinsInSight) {
+  ASSERT_TRUE(modem.EnterPuk(1, kPuk, kPin));
   EXPECT_EQ("disabled", Call("pin.status")["status"]);
   const Json wrong = Call("pin.lock", Json{{"pin_id", 1}, {"pin", kWrongPin}}.dump());
   EXPECT_EQ(0x10c, wrong["error"]["code"]);
   EXPECT_EQ("the PIN is wrong", wrong["error"]["message"]);
-  EXPECT_EQ("verified", Call("pin.lock", R"({"pin":"1234"})")["status"]);
-  EXPECT_EQ("verified", Call("pin.change", Json{{"old_pin", "1234"}, {"new_pin", kPin}}.dump())["status"]);
-  EXPECT_EQ("disabled", Call("pin.unlock", Json{{"pin", kPin}}.dump())["status"]);
-  EXPECT_EQ(10, ErrorOf("pin.change", Json{{"old_pin", kPin}, {"new_pin", kOtherPin}}.dump()));
+  EXPECT_EQ("verified", Call("pin.lock", Json{{"pin", kPin}}.dump())["status"]);
+  EXPECT_EQ("verified", Call("pin.change", Json{{"old_pin", kPin}, {"new_pin", kOtherPin}}.dump())["status"]);
+  EXPECT_EQ("disabled", Call("pin.unlock", Json{{"pin", kOtherPin}}.dump())["status"]);
+  EXPECT_EQ(10, ErrorOf("pin.change", Json{{"old_pin", kOtherPin}, {"new_pin", kPin}}.dump()));
   EXPECT_EQ("off", Call("sim.off", R"({"slot":1})")["power"]);
   EXPECT_EQ(0x125, ErrorOf("pin.status"));
   EXPECT_EQ("on", Call("sim.on", R"({"slot":1})")["power"]);

@@ -1,16 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
-// The forwarder is killed, stopped and started while calls come and go: names resolve again, by real queries, and there
-// is never more than one. The seed is printed; KWWAN_STORY_SEED plays one again, KWWAN_STORY_SECONDS and KWWAN_CYCLES
-// say for how long.
+// The forwarder is killed, stopped and started while calls come and go: names resolve again, by real queries, and a
+// second one is never started beside the first. The seed is printed; KWWAN_STORY_SEED plays one again,
+// KWWAN_STORY_SECONDS and KWWAN_CYCLES say for how long.
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -32,7 +34,9 @@ using kor::util::IPFamily;
 using kor::wwan::DataManager;
 
 constexpr char kPidFile[] = "/var/run/netctld-dnsmasq/dnsmasq.pid";
-constexpr size_t kHeader = 12;  // Of a DNS message.
+constexpr char kWrapper[] = "/tmp/dnsmasq";
+constexpr char kRefused[] = "/tmp/refused";  // The statuses of forwarders that gave up at once.
+constexpr size_t kHeader = 12;               // Of a DNS message.
 
 sockaddr_in At53(const char* address) {
   sockaddr_in at{};
@@ -113,6 +117,11 @@ class DnsmasqStoriesTest : public testing::Test {
  protected:
   DnsmasqStoriesTest() {
     printf("seed %u\n", seed_);
+    // One that finds another at its address gives up.
+    WriteFile(kWrapper,
+              std::string("#!/bin/sh\nPATH=/usr/sbin:/usr/bin dnsmasq \"$@\" || echo $? >>") + kRefused + "\n");
+    EXPECT_EQ(0, chmod(kWrapper, S_IRWXU));
+    setenv("PATH", (std::string("/tmp:") + getenv("PATH")).c_str(), 1);
     for (const int32_t handle : {100, 101, 102}) modem_.SetDnsServers(handle, IPFamily::kIpv4, "127.0.0.2", "");
     for (int i = 0; i < 2; ++i) EXPECT_TRUE(data_.CreatePdn(kor::wwan::Tech::kAny, IPFamily::kIpv4, 1, 1));
     modem_.SetConnectDelay(SimModem::Milliseconds(1));
@@ -127,6 +136,7 @@ class DnsmasqStoriesTest : public testing::Test {
     EXPECT_TRUE(Eventually(Resolves)) << ReadFile("/var/run/netctld-dnsmasq/dnsmasq_resolv.conf");
     longest_ = std::max(longest_, Clock::now() - start);
     EXPECT_TRUE(Eventually([] { return Forwarders() == 1; })) << Forwarders();
+    EXPECT_EQ("", ReadFile(kRefused));
   }
 
   void Report(const char* what, unsigned count) const {

@@ -77,7 +77,7 @@ void Publish(Dice& dice) {
 
 void Call(Dice& dice) {
   DataManager data;
-  kor::wwan::DataManagerPeer::SetWaitBudget(data, 50'000);  // The service may be stopped, and nobody writes a list.
+  kor::wwan::DataManagerPeer::SetWaitBudget(data, 50ms);  // The service may be stopped, and nobody writes a list.
   const bool wait = dice.OneIn(2);
   (void)data.Connect(0, IPFamily::kIpv4, wait);
   (void)data.Disconnect(0, IPFamily::kIpv4, wait);

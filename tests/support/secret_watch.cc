@@ -10,8 +10,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -71,7 +73,12 @@ int Watch(int fd) {
 
 SecretWatch::SecretWatch() {
   const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-  if (bind(fd, kLogAddress, sizeof(kLog)) == 0 && (pid_ = fork()) == 0) _exit(Watch(fd));
+  const bool first = bind(fd, kLogAddress, sizeof(kLog)) == 0;
+  if (first && (pid_ = fork()) == 0) _exit(Watch(fd));
+  if (pid_ < 0 && (first || errno != EADDRINUSE)) {
+    perror("the watch for secrets");
+    abort();
+  }
   close(fd);
   openlog(nullptr, LOG_NDELAY, LOG_USER);  // Its descriptor is there from the start: some tests count them.
 }

@@ -18,7 +18,7 @@ class SecretWatch {
   bool End();
 
  private:
-  pid_t pid_ = -1;  // -1: another process's watch is there.
+  pid_t pid_ = -1;  // -1: another process's watch is there, that of which a death test started this one.
 };
 
 }  // namespace kor::test

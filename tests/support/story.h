@@ -11,7 +11,9 @@
 namespace kor::wwan {
 
 struct DataManagerPeer {
-  static void SetWaitBudget(DataManager& data, int64_t budget_us) { data.wait_budget_us_ = budget_us; }
+  static void SetWaitBudget(DataManager& data, std::chrono::microseconds budget) {
+    data.wait_budget_us_ = budget.count();
+  }
 };
 
 }  // namespace kor::wwan
