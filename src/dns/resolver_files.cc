@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstring>
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <memory_resource>
 #include <new>
@@ -34,6 +35,7 @@ constexpr char kNoAddress[] = "0.0.0.0";            // What the modem reports fo
 constexpr size_t kShortestText = 4;                 // A permanent file of that many characters or fewer is none.
 constexpr mode_t kResolverFileMode = 0777;          // Less the umask.
 constexpr size_t kServersSize = 2048;               // Room for the servers of a dozen calls; more go to the heap.
+constexpr size_t kUsualLine = 32;                   // A server's line, with some room.
 constexpr int kPassesWithRetry = 5;                 // While no server is found.
 constexpr int64_t kNotReadyWaitUs = 500'000;  // Pause before a configuration that is not ready is asked for again.
 
@@ -61,14 +63,16 @@ void Overwrite(int fd, const char* text, size_t size) {
 // Sorted and without duplicates, whatever the order of the calls.
 using Servers = std::pmr::set<std::pmr::string, std::less<>>;
 
-void AddServer(std::string_view address, Servers& dns_l) {
-  if (address.empty() || address == kNoAddress) return;
-  const auto next = dns_l.lower_bound(address);
-  if (next == dns_l.end() || *next != address) dns_l.emplace_hint(next, address);
+// `last` is where the server stands that came before in the same place of a call of the family: most calls have the
+// same, or the next one.
+void AddServer(std::string_view address, Servers& dns_l, Servers::iterator& last) {
+  if (address.empty() || address == kNoAddress || (last != dns_l.end() && *last == address)) return;
+  last = dns_l.emplace_hint(last == dns_l.end() ? last : std::next(last), address);
 }
 
 std::string RenderServers(const Servers& dns_l) {
   std::string lines;
+  lines.reserve(dns_l.size() * kUsualLine);
   for (const std::pmr::string& address : dns_l) lines.append("nameserver ").append(address).append(1, '\n');
   return lines;
 }
@@ -76,6 +80,7 @@ std::string RenderServers(const Servers& dns_l) {
 // One pass over every policy and family. False when it ended early at a configuration that is not ready.
 bool GatherServers(DataManager& data_manager, size_t policies, Servers& dns_l) {
   DataManager::NetworkConfig config;
+  Servers::iterator last[][2] = {{dns_l.end(), dns_l.end()}, {dns_l.end(), dns_l.end()}};
   for (uint32_t i = 0; i < policies; ++i) {
     for (const IPFamily family : {IPFamily::kIpv4, IPFamily::kIpv6}) {
       config.address.clear();
@@ -86,8 +91,9 @@ bool GatherServers(DataManager& data_manager, size_t policies, Servers& dns_l) {
         return false;
       }
       if (config.ip_family != family) continue;  // The answer is about the other family.
-      AddServer(config.dns_1, dns_l);
-      AddServer(config.dns_2, dns_l);
+      auto& [last_1, last_2] = last[family == IPFamily::kIpv4 ? 0 : 1];
+      AddServer(config.dns_1, dns_l, last_1);
+      AddServer(config.dns_2, dns_l, last_2);
     }
   }
   return true;
