@@ -26,8 +26,7 @@ class HostTest : public testing::Test {
 
   // The result of a method or {"error":{"code","message","data"}}.
   Json Call(const std::string& name, const std::string& params = "{}", std::vector<Json>* steps = nullptr) {
-    kor::host::Request request;
-    request.params = Json::parse(params);
+    kor::host::Request request{Json::parse(params), 0, nullptr};
     if (steps != nullptr) request.progress = [steps](const Json& step) { steps->push_back(step); };
     for (const auto& method : methods) {
       if (method.name != name) continue;
