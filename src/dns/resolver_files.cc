@@ -73,7 +73,7 @@ void AddServer(std::string_view address, Servers& dns_l, Servers::iterator& last
 std::string RenderServers(const Servers& dns_l) {
   std::string lines;
   lines.reserve(dns_l.size() * kUsualLine);
-  for (const std::pmr::string& address : dns_l) lines.append("nameserver ").append(address).append(1, '\n');
+  for (const std::pmr::string& address : dns_l) lines.append("nameserver ").append(address).push_back('\n');
   return lines;
 }
 
