@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <string>
 
@@ -20,15 +21,27 @@ namespace {
 constexpr int kReadFlags = O_RDONLY | O_NONBLOCK | O_CLOEXEC;  // A pipe in the file's place holds nobody up.
 constexpr size_t kPidTextSize = 1024;                          // What is read of the pid file to look for the process,
 constexpr size_t kPidLineSize = 256;                           // and to kill it.
-constexpr int kGonePolls = 40;  // A killed process is gone within 200 ms, or is not waited for any longer.
+constexpr int kGonePolls = 200;  // A killed process is gone within a second, or is not waited for any longer.
 constexpr timespec kGonePollPause{0, 5'000'000};
 
 std::string ProcPath(long pid) { return "/proc/" + std::to_string(pid); }
 
-// So that the next start can bind the address.
+// Whether it still has its sockets. What has ended and waits for its parent to look after it ("12 (name) Z ...") has
+// none.
+bool IsThere(const std::string& stat_path) {
+  const int fd = open(stat_path.c_str(), kReadFlags);
+  if (fd < 0) return false;
+  char text[kPidLineSize] = {};
+  const ssize_t n = read(fd, text, sizeof(text) - 1);
+  close(fd);
+  const char* const name_end = n > 0 ? strrchr(text, ')') : nullptr;
+  return name_end != nullptr && strncmp(name_end, ") Z", 3) != 0;
+}
+
+// So that the next start can bind the address. A machine that is far too busy takes its time to let a process die.
 void WaitUntilGone(long pid) {
-  const std::string path = ProcPath(pid);
-  for (int i = 0; i < kGonePolls && access(path.c_str(), F_OK) == 0; ++i) nanosleep(&kGonePollPause, nullptr);
+  const std::string path = ProcPath(pid) + "/stat";
+  for (int i = 0; i < kGonePolls && IsThere(path); ++i) nanosleep(&kGonePollPause, nullptr);
 }
 
 }  // namespace
