@@ -66,11 +66,17 @@ TEST_F(BurdenTest, ASlowReaderOfEventsIsCutOffAndCostsTheOthersNothing) {
   Client modem;
   EXPECT_EQ(Json::object(), slow.Ask("monitor.start"));
   EXPECT_EQ(Json::object(), quick.Ask("monitor.start"));
+  // Other events may stand between, such as the DNS service's own.
+  const auto heard = [&quick] {
+    Json event = quick.Read();
+    while (event.contains("params") && event["params"]["name"] != "network event") event = quick.Read();
+    return event.contains("params");
+  };
   const size_t before = host.CountDescriptors();
   int events = 0;
   while (host.CountDescriptors() == before && events < 20'000) {
     ASSERT_TRUE(modem.Modem(events % 2 == 0 ? "signal 40 0" : "signal 90 0"));
-    ASSERT_EQ("network event", quick.Read()["params"]["name"]);
+    ASSERT_TRUE(heard());
     ++events;
   }
   EXPECT_EQ(before - 1, host.CountDescriptors());
