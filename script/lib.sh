@@ -23,6 +23,13 @@ fail() {
   exit 1
 }
 
+# What a check goes on after: tells it, and counts it.
+faults=0
+fault() {
+  printf '%s\n' "$*" >&2
+  faults=$((faults + 1))
+}
+
 # step NAME COMMAND...: runs the command under a heading and says how it ended and how long it took.
 step() {
   local name=$1 start status=0

@@ -19,7 +19,7 @@ DNSMASQ_PID = "/var/run/netctld-dnsmasq/dnsmasq.pid"
 PUK = "12345678"
 PINS = ("40317295", "86620413")
 SECRETS = (PUK, *PINS)
-# Counted faults of calls, all taken back by `at_rest`.
+# Counted faults of calls; soak.py takes all back when the play comes to rest.
 OPERATIONS = ("ConnectBackhaul", "DisconnectBackhaul", "GetWwanPolicies", "GetNetworkConfig", "GetWwanConnectStatus")
 
 

@@ -26,15 +26,21 @@ constexpr timespec kGonePollPause{0, 5'000'000};
 
 std::string ProcPath(long pid) { return "/proc/" + std::to_string(pid); }
 
+// The first bytes of a file, for a buffer of zeros; false when it cannot be read.
+bool ReadStart(const char* path, char* text, size_t size) {
+  const int fd = open(path, kReadFlags);
+  if (fd < 0) return false;
+  const ssize_t n = read(fd, text, size);
+  close(fd);
+  return n >= 0;
+}
+
 // Whether it still has its sockets. What has ended and waits for its parent to look after it ("12 (name) Z ...") has
 // none.
 bool IsThere(const std::string& stat_path) {
-  const int fd = open(stat_path.c_str(), kReadFlags);
-  if (fd < 0) return false;
   char text[kPidLineSize] = {};
-  const ssize_t n = read(fd, text, sizeof(text) - 1);
-  close(fd);
-  const char* const name_end = n > 0 ? strrchr(text, ')') : nullptr;
+  if (!ReadStart(stat_path.c_str(), text, sizeof(text) - 1)) return false;
+  const char* const name_end = strrchr(text, ')');
   return name_end != nullptr && strncmp(name_end, ") Z", 3) != 0;
 }
 
@@ -59,12 +65,8 @@ bool DnsCtrlService::StartDnsmasq() {
 }
 
 bool DnsCtrlService::IsDnsmasqAlive() {
-  const int fd = open(kDnsmasqPidPath, kReadFlags);
-  if (fd < 0) return false;
   char text[kPidTextSize + 1] = {};
-  const ssize_t n = read(fd, text, kPidTextSize);
-  close(fd);
-  if (n < 0) return false;
+  if (!ReadStart(kDnsmasqPidPath, text, kPidTextSize)) return false;
   const long pid = strtol(text, nullptr, 10);
   return pid >= 1 && access(ProcPath(pid).c_str(), X_OK) == 0;
 }

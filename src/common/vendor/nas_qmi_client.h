@@ -36,8 +36,8 @@ class KOR_EXPORT NasQmiClient {
   // Waits for the answer. True when `info` is filled.
   bool GetCellLocation(CellLocationInfo& info);
 
-  kor::util::EventCbMap event_cbs{
-      kor::util::LockRank::kRadioTables};  // Changes of registration, technology and signal.
+  // Changes of registration, technology and signal.
+  kor::util::EventCbMap event_cbs{kor::util::LockRank::kRadioTables};
 };
 
 }  // namespace kor::vendor::qcom::qmi

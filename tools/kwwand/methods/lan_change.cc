@@ -4,7 +4,6 @@
 #include <arpa/inet.h>
 
 #include "common/util/network_manager.h"
-#include "kwwand/method.h"
 
 namespace kor::host {
 
@@ -75,6 +74,12 @@ void MovePool(LanConfig& lan) {
 }
 
 }  // namespace
+
+Json LanJson(const LanConfig& lan) {
+  return {{"gateway", lan.gw},       {"netmask", lan.nm},
+          {"dhcp", lan.enable_dhcp}, {"start", lan.dhcp_start_ip},
+          {"end", lan.dhcp_end_ip},  {"lease_s", static_cast<uint32_t>(lan.dhcp_lease_time)}};
+}
 
 LanConfig Changed(const LanConfig& current, const LanChange& change) {
   CheckAddress("gateway", change.gateway);

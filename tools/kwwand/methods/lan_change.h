@@ -6,11 +6,15 @@
 #include <optional>
 #include <string>
 
+#include "kwwand/method.h"
 #include "wwan/mobileap_manager.h"
 
 namespace kor::host {
 
 using LanConfig = kor::wwan::MobileapManager::LanConfig;
+
+// As the methods' answers have it.
+Json LanJson(const LanConfig& lan);
 
 // What is to become different.
 struct LanChange {

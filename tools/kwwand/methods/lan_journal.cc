@@ -11,7 +11,6 @@
 #include "common/dns_files.h"
 #include "common/result.h"
 #include "kwwand/fd.h"
-#include "kwwand/method.h"
 
 namespace kor::host {
 
@@ -19,13 +18,7 @@ namespace {
 
 constexpr mode_t kMode = 0644;
 
-std::string TextOf(const LanConfig& lan) {
-  const Json json{{"gateway", lan.gw},          {"netmask", lan.nm},      {"dhcp", lan.enable_dhcp},
-                  {"start", lan.dhcp_start_ip}, {"end", lan.dhcp_end_ip}, {"lease_s", lan.dhcp_lease_time}};
-  return json.dump() + '\n';
-}
-
-// Throws Json::exception, and RequestError when it is no LAN that can be set.
+// What LanJson() has made. Throws Json::exception, and RequestError when it is no LAN that can be set.
 LanConfig Parse(const std::string& text) {
   const Json json = Json::parse(text);
   const LanConfig lan{true,           json.at("gateway"), json.at("netmask"), json.at("dhcp"), json.at("start"),
@@ -47,7 +40,7 @@ bool WriteFile(const std::string& path, const std::string& text) {
 void LanJournal::Keep(const LanConfig& before) {
   if (path_.empty()) return;
   const std::string fresh = path_ + ".new";
-  if (WriteFile(fresh, TextOf(before)) && rename(fresh.c_str(), path_.c_str()) == 0) return;
+  if (WriteFile(fresh, LanJson(before).dump() + '\n') && rename(fresh.c_str(), path_.c_str()) == 0) return;
   const std::string why = SystemError(path_).what();
   unlink(fresh.c_str());
   throw RequestError(static_cast<int>(kor::Result::kFailure),

@@ -10,14 +10,10 @@ namespace {
 constexpr size_t kMaxAddress = 15;
 constexpr int kMaxConfirm = 86400;
 
-Json LanJson(const LanGuard::State& state) {
-  return {{"gateway", state.lan.gw},
-          {"netmask", state.lan.nm},
-          {"dhcp", state.lan.enable_dhcp},
-          {"start", state.lan.dhcp_start_ip},
-          {"end", state.lan.dhcp_end_ip},
-          {"lease_s", static_cast<uint32_t>(state.lan.dhcp_lease_time)},
-          {"confirm_in_s", state.confirm_in_s ? Json(*state.confirm_in_s) : Json()}};
+Json StateJson(const LanGuard::State& state) {
+  Json json = LanJson(state.lan);
+  json["confirm_in_s"] = state.confirm_in_s ? Json(*state.confirm_in_s) : Json();
+  return json;
 }
 
 std::optional<std::string> Address(const Params& params, const char* name) {
@@ -39,7 +35,7 @@ LanChange ReadChange(const Params& params) {
 
 Json Show(Core& core, const Request& request) {
   const Params params(request, {});
-  return LanJson(core.lan->Show());
+  return StateJson(core.lan->Show());
 }
 
 Json Set(Core& core, const Request& request) {
@@ -47,17 +43,17 @@ Json Set(Core& core, const Request& request) {
   const LanChange change = ReadChange(params);
   std::optional<std::chrono::seconds> confirm;
   if (params.Has("confirm_s")) confirm = std::chrono::seconds(params.Number("confirm_s", 1, kMaxConfirm));
-  return LanJson(core.lan->Set(change, confirm));
+  return StateJson(core.lan->Set(change, confirm));
 }
 
 Json Confirm(Core& core, const Request& request) {
   const Params params(request, {});
-  return LanJson(core.lan->Confirm());
+  return StateJson(core.lan->Confirm());
 }
 
 Json RollBack(Core& core, const Request& request) {
   const Params params(request, {});
-  return LanJson(core.lan->RollBack("on request"));
+  return StateJson(core.lan->RollBack("on request"));
 }
 
 }  // namespace
