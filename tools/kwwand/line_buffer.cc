@@ -3,6 +3,12 @@
 
 namespace kor::host {
 
+namespace {
+
+constexpr size_t kKeptRoom = 4 * 1024;  // Bytes; of more, what a long line took is given back.
+
+}  // namespace
+
 void LineBuffer::Append(std::string_view bytes) {
   bytes_.erase(0, start_);
   start_ = 0;
@@ -22,14 +28,21 @@ std::optional<LineBuffer::Line> LineBuffer::Next() {
   return Line{bytes_.substr(begin, end - begin), false};
 }
 
-// Of a line without its end: what is over the measure is let go.
+// With no line whole: what is over the measure is let go, and the room of what has been taken.
 std::optional<LineBuffer::Line> LineBuffer::TakeTooLong() {
-  if (!skipping_ && bytes_.size() - start_ <= kMaxLine) return std::nullopt;
-  bytes_.clear();
-  start_ = 0;
-  if (skipping_) return std::nullopt;
+  const size_t size = bytes_.size() - start_;
+  const bool too_long = size > kMaxLine;
+  if (size == 0 || too_long || skipping_) Clear();
+  if (!too_long || skipping_) return std::nullopt;
   skipping_ = true;
   return Line{"", true};
+}
+
+void LineBuffer::Clear() {
+  bytes_.clear();
+  start_ = 0;
+  // Else each client that stays would hold, for good, the room of the longest line that it has ever sent.
+  if (bytes_.capacity() > kKeptRoom) bytes_.shrink_to_fit();
 }
 
 }  // namespace kor::host

@@ -24,6 +24,7 @@ class LineBuffer {
 
  private:
   std::optional<Line> TakeTooLong();
+  void Clear();
 
   std::string bytes_;
   size_t start_ = 0;       // Where in it the next line begins.
