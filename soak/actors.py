@@ -347,6 +347,8 @@ class Killer(Actor):
         self.tally.count("programs killed")
         with Client(self.tally) as leaver:
             leaver.request("call.up", index=self.dice.randrange(POLICIES), family="ipv4")
+            for _ in range(self.dice.choice((0, 60))):
+                leaver.request("host.status")
             self.nap(0.1)
         self.tally.count("clients gone")
 

@@ -20,10 +20,12 @@ from client import SOCKET, Client, Tally
 from watch import Log, Watch, flat_kb, growth_kb, names_of_descriptors, names_of_threads, read
 
 WAITING = 32  # Requests that wait, at most.
+UNKNOWN_METHOD = -32601
 SETTLE_S = 20  # Within which what was done is over.
 PORTAL = ("portal.carrier.example", "10.255.0.80")  # Known to the carrier's name server alone.
 PLAYED = ("calls connected", "dnsmasq killed", "typed", "monitors", "events", "slow readers", "malformed",
-          "programs killed", "clients gone", "log lines")
+          "programs killed", "clients gone", "log lines", "at", "call", "dns", "lan",
+          "modem", "passthrough", "pin", "policy", "profile", "radio", "sim", "sms", "vlan")
 # The forwarder that is to be stopped was killed before; what docs/reliability.md says of dnsmasq under "Limits".
 EXPECTED = re.compile("kill: No such process|failed to find list of interfaces: No such device|"
                       "failed to create listening socket for 127.0.0.1: Address already in use")
@@ -46,8 +48,8 @@ def within(seconds, holds):
 
 
 def start_host(kwwand, said):
-    # One arena for all threads: what malloc keeps for each of many would look like growth, and hide some.
-    environment = {**os.environ, "MALLOC_ARENA_MAX": "1"}
+    # As in kwwand.service: what malloc keeps for each thread would look like growth, and hide some.
+    environment = {**os.environ, "GLIBC_TUNABLES": "glibc.malloc.arena_max=1:glibc.malloc.tcache_count=0"}
     command = [kwwand, "--log-level", "debug", "--backoff-ms", "100", "2000"]
     with open(said, "wb") as file:
         host = subprocess.Popen(command, stderr=file, env=environment)
@@ -112,7 +114,7 @@ def calls_are_down(client):
 
 
 def come_to_rest(client, cast):
-    """All settings as they were, no call up; on the way there a call comes up and a name is resolved through it."""
+    """Nothing is refused, late or locked any more, no call up; on the way there a name is resolved through one."""
     fault = client.tally.fault
     for actor in cast:
         actor.pause()
@@ -166,7 +168,7 @@ def settled(watch):
 
 
 def judge(tally, watch, seconds, before, after):
-    """What is printed of a run; faults go into the tally."""
+    """What is printed of a run; faults go into the tally. Returns what the last line says of the memory."""
     growth, limit = growth_kb(watch.rows), flat_kb(seconds)
     print(f"at the first rest: {before.text()}\nat the last rest:  {after.text()}")
     print(f"memory, last quarter above second, medians: {growth} kB of {limit}")
@@ -182,7 +184,10 @@ def judge(tally, watch, seconds, before, after):
     for kind in PLAYED:
         if not tally.done[kind]:
             tally.fault(f"none were played: {kind}")
+    if tally.errors[UNKNOWN_METHOD]:
+        tally.fault("a method that does not exist was asked for")
     print("errors answered, by code: " + ", ".join(f"{code}: {n}" for code, n in sorted(tally.errors.items())))
+    return f"memory {growth} kB of {limit}, {after.sample['descriptors']} descriptors, {after.sample['threads']} threads"
 
 
 def end(host, said, tally):
@@ -215,12 +220,12 @@ def run(kwwand, kwwanctl, seconds, seed, path):
         play(cast, seconds, host)
     come_to_rest(client, cast)
     within(SETTLE_S, lambda: Standing(watch).same(before))
-    judge(tally, watch, seconds, before, Standing(watch))
+    standing = judge(tally, watch, seconds, before, Standing(watch))
     end(host, said, tally)
     for fault in tally.faults[:20]:
         print(f"FAULT: {fault}")
     done = ", ".join(f"{kind} {n}" for kind, n in sorted(tally.done.items()))
-    print(f"soak, {seconds} s, seed {seed}: {'FAILED' if tally.faults else 'ok'}: {done}")
+    print(f"soak, {seconds} s, seed {seed}: {'FAILED' if tally.faults else 'ok'}: {standing}: {done}")
     return 1 if tally.faults else 0
 
 

@@ -16,15 +16,17 @@ namespace kor::host {
 // One client: its socket, the lines on their way in and out, and its requests that are not answered yet.
 //
 // Bounded in every direction. A client that asks faster than it reads or than answers come is not read from until it
-// has caught up; nothing is lost, and what it can pile up is the answers to kMaxPending requests. One that lets events
-// pile up is cut off.
+// has caught up; nothing is lost, and what it can pile up is kMaxPending requests and their answers. One that lets
+// events pile up is cut off. One that has gone is not over before its requests are: else whoever comes and goes could
+// pile up any number of them.
 //
 // Thread safety: belongs to the loop's thread. Nothing here waits.
 class Connection {
  public:
   static constexpr size_t kMaxPending = 64;
-  static constexpr size_t kMuchUnread = 64 * 1024;  // Bytes of output; with more, no request is taken.
-  static constexpr size_t kMaxUnread = 256 * 1024;  // With more, no event or progress line is taken.
+  static constexpr size_t kMuchPending = 64 * 1024;  // Bytes of requests; with more, no further one is taken.
+  static constexpr size_t kMuchUnread = 64 * 1024;   // Bytes of output; with more, no request is taken.
+  static constexpr size_t kMaxUnread = 256 * 1024;   // With more, no event or progress line is taken.
 
   Connection(Fd socket, Caller caller) : socket_(std::move(socket)), caller_(std::move(caller)) {}
 
@@ -34,16 +36,16 @@ class Connection {
   // The next request's line; none when there is no whole one, or while the client has to catch up.
   std::optional<LineBuffer::Line> NextLine();
 
-  // A request that is to be answered later, under the number that this gives it.
-  uint64_t AddPending(const Json& id);
+  // A request of so many bytes that is to be answered later, under the number that this gives it.
+  uint64_t AddPending(const Json& id, size_t bytes);
   // False when it is not pending (any more).
-  bool EndPending(uint64_t request) { return pending_.erase(request) != 0; }
+  bool EndPending(uint64_t request);
   bool IsPending(uint64_t request) const { return pending_.count(request) != 0; }
   // The ids of all of them, which are pending no more.
   std::vector<Json> TakePending();
 
-  // An answer.
-  void Send(const std::string& line) { output_ += line; }
+  // An answer. Like all output, it is dropped when the client has gone.
+  void Send(const std::string& line);
   // An event or a progress line. False when there is too much unread output already: the client reads too slowly.
   bool SendOrRefuse(const std::string& line);
   // Hands output over to the kernel, as much as it takes.
@@ -51,8 +53,9 @@ class Connection {
 
   // poll()'s events, 0 when only the end is waited for.
   short WantedEvents() const;
-  void HangUp() { gone_ = true; }
-  // Nothing more will come of it: it has gone, or it has ended its input and been told everything.
+  // Closes the socket; the client has gone.
+  void HangUp();
+  // Nothing more will come of it: what it asked for is done, and it has gone, or ended its input and been told all.
   bool IsOver() const;
 
   void StartEvents() { wants_events_ = true; }
@@ -61,17 +64,23 @@ class Connection {
   int fd() const { return socket_.get(); }
 
  private:
-  bool HasToCatchUp() const { return pending_.size() >= kMaxPending || output_.size() > kMuchUnread; }
+  struct Pending {
+    Json id;
+    size_t bytes;
+  };
 
-  const Fd socket_;
+  bool HasGone() const { return !socket_.is_open(); }
+  bool HasToCatchUp() const;
+
+  Fd socket_;
   const Caller caller_;
   LineBuffer input_;
   std::string output_;
-  std::map<uint64_t, Json> pending_;  // Number -> id.
+  std::map<uint64_t, Pending> pending_;  // By number.
+  size_t pending_bytes_ = 0;             // Of all of them.
   uint64_t last_request_ = 0;
   bool wants_events_ = false;
   bool input_ended_ = false;  // The client sends no more; it may still read.
-  bool gone_ = false;
 };
 
 }  // namespace kor::host

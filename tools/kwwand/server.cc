@@ -123,7 +123,7 @@ void Server::Handle(Connection& client, const LineBuffer::Line& line) {
   }
   RpcRequest rpc = ParseRequest(line.text);
   const Json id = rpc.id;
-  const uint64_t request = client.AddPending(id);
+  const uint64_t request = client.AddPending(id, line.text.size());
   try {
     if (rpc.error) throw RequestError(*rpc.error);
     if (stopping_) throw RequestError(kShuttingDown, "the host is shutting down");

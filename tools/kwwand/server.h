@@ -19,8 +19,8 @@ namespace kor::host {
 // nothing else. What a request does happens elsewhere (see Dispatcher); what a client does or does not do costs the
 // others nothing.
 //
-// A client that goes away leaves its requests running; their answers are dropped. One that only ends its input is
-// answered first.
+// A client that goes away leaves its requests running, and counts as one of kMaxClients until they are done; their
+// answers are dropped. One that only ends its input is answered first.
 class Server {
  public:
   static constexpr size_t kMaxClients = 128;
