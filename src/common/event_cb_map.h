@@ -56,6 +56,8 @@ class EventCbMap {
   }
 
  private:
+  friend struct EventCbMapPeer;  // Tests count through it.
+
   void RebuildOrderLocked() KOR_REQUIRES(mutex_) {
     order_.clear();
     for (const auto& entry : callbacks_) order_.push_back(&entry.second);

@@ -129,6 +129,7 @@ class DnsmasqStoriesTest : public testing::Test {
     EXPECT_TRUE(dns_.StartService());
     EXPECT_EQ(0, static_cast<int>(data_.Connect(0, IPFamily::kIpv4, true)));
   }
+  ~DnsmasqStoriesTest() override { EXPECT_EQ(0, static_cast<int>(data_.Disconnect(0, IPFamily::kIpv4, true))); }
 
   // Works within the bound: how long it took is kept.
   void ExpectOneThatAnswers() {

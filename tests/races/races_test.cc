@@ -34,11 +34,16 @@ using kor::wwan::AtManager;
 using kor::wwan::DataManager;
 using kor::wwan::DnsCtrlManager;
 
+std::atomic<long> g_heard{0};  // Events, by listeners that came and went.
+
 // A manager that comes, listens and goes. Its callback is not running any more when it has been taken back.
 template <typename Manager>
 void Listen(Dice& dice) {
   std::atomic<bool> listening{true};
-  const auto heard = [&listening](EventDic&) { EXPECT_TRUE(listening); };
+  const auto heard = [&listening](EventDic&) {
+    EXPECT_TRUE(listening);
+    ++g_heard;
+  };
   Manager manager;
   for (unsigned times = 1 + dice.Below(2); times > 0; --times) manager.SetEventCb(heard);
   dice.Dally(300us);
@@ -134,7 +139,9 @@ TEST(RacesTest, EverythingAtOnce) {
   const std::string rest = Footprint();
   BusyHost host(Setting("KWWAN_STORY_SEED", 8));
   std::this_thread::sleep_for(std::chrono::seconds(Setting("KWWAN_STORY_SECONDS", 3)));
-  printf("%u pieces of work\n", host.Stop());
+  printf("%u pieces of work, ", host.Stop());
+  printf("%ld events heard\n", g_heard.load());
+  EXPECT_LT(0, g_heard);
   EXPECT_TRUE(SimModem::Get().WaitIdle(kLongEnough));
   (void)DataManager().Disconnect(0, IPFamily::kIpv4, true);
   EXPECT_TRUE(ComesTo(rest));  // What is made once was made before.

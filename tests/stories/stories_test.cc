@@ -5,8 +5,11 @@
 #include <malloc.h>
 
 #include <atomic>
+#include <condition_variable>
+#include <list>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <set>
 #include <string>
 #include <thread>
@@ -34,6 +37,7 @@ using Status = DataManager::ConnectStatus;
 
 constexpr auto kPlenty = 10s;
 constexpr auto kTooShort = 200ms;  // For waits that are to end without an answer.
+constexpr auto kTooLate = 1s;      // For the modem's word when the wait has ended.
 
 std::string Servers() { return ReadFile("/var/run/netctld-dnsmasq/dnsmasq_resolv.conf"); }
 
@@ -57,17 +61,20 @@ struct Fault {
   void (*arm)(SimModem& modem);
   int result;
   Call::State state;
+  bool late = false;
 };
 
 constexpr Fault kConnectFaults[] = {
     {[](SimModem& modem) { modem.FailNext("ConnectBackhaul", 1, kor::Result{77}); }, 77, Call::kDown},
     {[](SimModem& modem) { modem.FailConnects(1); }, 1, Call::kDown},
     {[](SimModem& modem) { modem.IgnoreRequests(1); }, 1, Call::kHung},
-    {[](SimModem& modem) { modem.LoseReports(1); }, 1, Call::kUnreported}};
+    {[](SimModem& modem) { modem.LoseReports(1); }, 1, Call::kUnreported},
+    {[](SimModem& modem) { modem.SetConnectDelay(kTooLate); }, 1, Call::kUp, true}};
 constexpr Fault kDisconnectFaults[] = {
     {[](SimModem& modem) { modem.FailNext("DisconnectBackhaul", 1, kor::Result{78}); }, 78, Call::kUp},
     {[](SimModem& modem) { modem.FailDisconnects(1); }, 1, Call::kUp},
-    {[](SimModem& modem) { modem.IgnoreRequests(1); }, 1, Call::kStuck}};
+    {[](SimModem& modem) { modem.IgnoreRequests(1); }, 1, Call::kStuck},
+    {[](SimModem& modem) { modem.SetDisconnectDelay(kTooLate); }, 1, Call::kDown, true}};
 
 Status StatusOf(DataManager& data, const Call& call) {
   Status ipv4{};
@@ -87,6 +94,60 @@ void PublishNoise(Dice& dice, bool at_rest) {
     kor::vendor::qcom::qcmap::QcmapWrapper::GetInstance()->event_cbs.Notify(ev);
   }
 }
+
+// Whatever the modem reports of a call is heard twice, in the midst of a wait and after it.
+class Echo {
+ public:
+  Echo() {
+    table_.Add(this, [this](EventDic& ev) {
+      std::lock_guard<std::mutex> lock(mutex_);
+      if (ev.params.count(kEcho) == 0) heard_.push_back(ev);
+      changed_.notify_all();
+    });
+  }
+  ~Echo() {
+    table_.Remove(this);
+    {
+      std::lock_guard<std::mutex> lock(mutex_);
+      ended_ = true;
+      changed_.notify_all();
+    }
+    thread_.join();
+    EXPECT_LT(0, count_);
+  }
+
+  // All has been said twice.
+  bool WaitIdle() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    return changed_.wait_for(lock, kLongEnough, [this] { return heard_.empty(); });
+  }
+
+ private:
+  static constexpr auto kEcho = EventDic::Param(1000);
+
+  void Run() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    for (;; ++count_) {
+      changed_.wait(lock, [this] { return ended_ || !heard_.empty(); });
+      if (heard_.empty()) return;
+      EventDic ev = heard_.front();
+      ev.params[kEcho] = "";
+      lock.unlock();
+      table_.Notify(ev);
+      lock.lock();
+      heard_.pop_front();
+      changed_.notify_all();
+    }
+  }
+
+  kor::util::EventCbMap& table_ = kor::vendor::qcom::qcmap::QcmapWrapper::GetInstance()->event_cbs;
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::list<EventDic> heard_;
+  bool ended_ = false;
+  int count_ = 0;
+  std::thread thread_{[this] { Run(); }};
+};
 
 class StoriesTest : public testing::Test {
  protected:
@@ -123,6 +184,7 @@ class Host {
   ~Host() {
     for (Call& call : calls_)
       EXPECT_EQ(0, static_cast<int>(objects_[0]->data.Disconnect(call.index, call.family, true)));
+    EXPECT_LT(0, heard_);
   }
 
   void Step() {
@@ -152,37 +214,47 @@ class Host {
     const auto before = object == nullptr ? nullptr : object->subscribed;
     object = std::make_unique<Object>();
     if (before != nullptr) *before = false;
-    object->data.SetEventCb([subscribed = object->subscribed](EventDic&) { EXPECT_TRUE(*subscribed); });
+    object->data.SetEventCb([this, subscribed = object->subscribed](EventDic&) {
+      EXPECT_TRUE(*subscribed);
+      ++heard_;
+    });
   }
 
   // A connect or a disconnect, sometimes with a fault in its way.
   void Request(DataManager& data, Call& call, bool connect) {
+    modem_.SetConnectDelay(SimModem::Milliseconds(dice_.Below(3)));  // 0: before the request has returned, or nearly.
+    modem_.SetDisconnectDelay(SimModem::Milliseconds(dice_.Below(3)));
     const bool wait = !dice_.OneIn(4);
     const Call::State from = connect ? Call::kDown : Call::kUp;
     Fault outcome{nullptr, 0, connect ? Call::kUp : Call::kDown};
     if (call.state == from && wait && dice_.OneIn(2)) {
-      outcome = connect ? kConnectFaults[dice_.Below(4)] : kDisconnectFaults[dice_.Below(3)];
+      outcome = connect ? kConnectFaults[dice_.Below(5)] : kDisconnectFaults[dice_.Below(4)];
       outcome.arm(modem_);
     } else if (connect && call.state != from) {
       outcome = {nullptr, call.state == Call::kUp ? 0 : 1, call.state};
     } else if (connect && wait && !running_) {
       outcome.result = 1;  // Nobody writes the forwarder's list.
     }
-    const bool answered = outcome.state == Call::kUp || outcome.state == Call::kDown;
+    const bool answered = !outcome.late && (outcome.state == Call::kUp || outcome.state == Call::kDown);
     const bool short_wait = !answered || (connect && !running_);
     kor::wwan::DataManagerPeer::SetWaitBudget(data, short_wait ? kTooShort : kPlenty);
     EXPECT_EQ(outcome.result, static_cast<int>(connect ? data.Connect(call.index, call.family, wait)
                                                        : data.Disconnect(call.index, call.family, wait)));
     if (call.state == Call::kDown) call.servers = call.next_servers;
     call.state = outcome.state;
-    EXPECT_TRUE(modem_.WaitIdle(kLongEnough));  // What was not waited for comes in its own time.
+    ExpectQuiet();  // What was not waited for comes in its own time.
   }
 
   void Drop(Call& call) {
     const bool up = call.state != Call::kDown && call.state != Call::kHung;
     EXPECT_EQ(up, modem_.Drop(call.handle(), call.family));
     if (up) call.state = Call::kDown;
+    ExpectQuiet();
+  }
+
+  void ExpectQuiet() {
     EXPECT_TRUE(modem_.WaitIdle(kLongEnough));
+    EXPECT_TRUE(echo_.WaitIdle());
   }
 
   void ChangeServers(Call& call) {
@@ -213,8 +285,10 @@ class Host {
   Dice dice_;
   std::vector<Call>& calls_;
   SimModem& modem_ = SimModem::Get();
+  Echo echo_;
   DnsCtrlManager dns_;
   bool running_ = false;
+  std::atomic<int> heard_{0};  // Events, by the objects.
   std::unique_ptr<Object> objects_[kObjects];
 };
 
