@@ -16,7 +16,7 @@ DataManager::ProfileSetting Profiles::Make(int index, const char* name, const ch
 DataManager::ProfileSetting Profiles::MakePrivate(int index) {
   Setting setting = Make(index, "private", "m2m.example");
   setting.user_name = "router";
-  setting.password = "secret";
+  setting.password = "hush-9f3b51";  // Like nothing else, so that a log can be searched for it.
   setting.pdp_type = DataManager::PdpType::kIpv4;
   setting.authentication = DataManager::Authentication::kChap;
   return setting;

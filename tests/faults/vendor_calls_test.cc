@@ -2,6 +2,7 @@
 // Every call to the vendor's side that a public operation makes fails, one at a time.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <stdexcept>
@@ -11,6 +12,7 @@
 
 #include "dns/dns_ctrl_service.h"
 #include "modem/sim_modem.h"
+#include "support/files.h"
 #include "support/footprint.h"
 #include "support/secrets.h"
 #include "support/wait.h"
@@ -186,6 +188,7 @@ TEST_F(VendorCallsTest, OfTheRest) {
   std::string model;
   std::list<SmsManager::RouteInfo> routes;
   NetworkManager::CellLocationInfo cells;
+  MobileapManager::LanConfig whole = lan.GetLanConfig();
   MobileapManager::VlanConfig vlan{MobileapManager::LanInterface::kUsb, 100, 1};
   std::vector<MobileapManager::VlanConfig> vlans;
   MobileapManager::IpPassthroughConfig passthrough;
@@ -231,6 +234,7 @@ TEST_F(VendorCallsTest, OfTheRest) {
        [&] {
          return lan.SetLanConfig("192.168.225.1", "255.255.255.0", true, "192.168.225.20", "192.168.225.60", 60, true);
        }},
+      {"SetLanConfig, whole", 1, 0, [&] { return lan.SetLanConfig(whole, true); }},
       {"ActivateLan", 1, 0, [&] { return lan.ActivateLan(); }},
       {"SetGatewayIp", 1, 0, [&] { return lan.SetGatewayIp("192.168.225.1"); }},
       {"SetDhcpServerStartIp", 1, 0, [&] { return lan.SetDhcpServerStartIp("192.168.225.20"); }},
@@ -255,16 +259,23 @@ TEST_F(VendorCallsTest, OfTheRest) {
 }
 
 TEST_F(VendorCallsTest, OfTheForwardersStart) {
-  // What cannot be asked counts as nothing: the service runs, and its list is written all the same.
+  // What cannot be asked counts as nothing: the service runs, and its list is written all the same, without it.
   const auto start = [this] {
     int updates = 0;
     dns_.SetEventCb([&](EventDic&) { ++updates; });
     const bool started = dns_.StartService();
     dns_.UnsetEventCb();
+    const std::string list = ReadFile("/var/run/netctld-dnsmasq/dnsmasq_resolv.conf");
     EXPECT_TRUE(dns_.StopService());
-    return started ? updates : -1;
+    EXPECT_EQ(1, updates);
+    const auto servers = std::count(list.begin(), list.end(), '\n');
+    return started ? static_cast<int>(servers == 2) : -1;
   };
-  Walk({"StartService", 1, 1, start, [this] { Up(); }});
+  const auto both_up = [this] {
+    Up();
+    EXPECT_EQ(kor::Result::kSuccess, data_.Connect(0, kIpv6, true));
+  };
+  Walk({"StartService", 1, 0, start, both_up});
 
   // A modem that is not there is told by an exception. The service runs, and is as good as any other.
   const std::string before = Footprint();
@@ -275,6 +286,7 @@ TEST_F(VendorCallsTest, OfTheForwardersStart) {
     EXPECT_TRUE(dns_.StopService());
     EXPECT_TRUE(ComesTo(before));
   }
+  both_up();
   EXPECT_EQ(1, start());
 }
 

@@ -6,6 +6,7 @@
 
 #include "common/vendor/wds_qmi_client.h"
 #include "modem/bench.h"
+#include "support/secrets.h"
 
 namespace kor::test {
 
@@ -118,7 +119,8 @@ TEST_F(PoliciesTest, ProfilesAreStored) {
 
   DataManager::ProfileSetting setting;
   EXPECT_EQ(kSuccess, wds->GetProfileSetting(DataManager::ProfileType::k3gpp, 3, setting));
-  EXPECT_EQ("m2m.example router secret", setting.apn + " " + setting.user_name + " " + setting.password);
+  EXPECT_EQ("m2m.example router " + std::string(kPassword),
+            setting.apn + " " + setting.user_name + " " + setting.password);
 
   // What is not there leaves the record alone.
   EXPECT_EQ(kFailure, wds->GetProfileSetting(DataManager::ProfileType::k3gpp, 4, setting));

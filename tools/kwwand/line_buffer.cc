@@ -24,14 +24,14 @@ std::optional<LineBuffer::Line> LineBuffer::Next() {
     skipping_ = false;
     return Next();
   }
-  if (end - begin > kMaxLine) return Line{"", true};
+  if (end - begin > max_line_) return Line{"", true};
   return Line{bytes_.substr(begin, end - begin), false};
 }
 
 // With no line whole: what is over the measure is let go, and the room of what has been taken.
 std::optional<LineBuffer::Line> LineBuffer::TakeTooLong() {
   const size_t size = bytes_.size() - start_;
-  const bool too_long = size > kMaxLine;
+  const bool too_long = size > max_line_;
   if (size == 0 || too_long || skipping_) Clear();
   if (!too_long || skipping_) return std::nullopt;
   skipping_ = true;

@@ -7,10 +7,12 @@
 
 namespace kor::host {
 
-// Makes lines of the bytes of a stream. Holds at most one line of kMaxLine bytes and what one Append() brought.
+// Makes lines of the bytes of a stream. Holds at most one line of `max_line` bytes and what one Append() brought.
 class LineBuffer {
  public:
   static constexpr size_t kMaxLine = 65536;  // Bytes, the '\n' not counted.
+
+  explicit LineBuffer(size_t max_line = kMaxLine) : max_line_(max_line) {}
 
   struct Line {
     std::string text;       // Without its '\n'.
@@ -26,6 +28,7 @@ class LineBuffer {
   std::optional<Line> TakeTooLong();
   void Clear();
 
+  const size_t max_line_;
   std::string bytes_;
   size_t start_ = 0;       // Where in it the next line begins.
   bool skipping_ = false;  // Until the end of a line that was too long.
