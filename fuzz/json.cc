@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-// The bytes of the host's socket: lines are cut out of them, and each is a request or an error that can be answered.
+// A line of the host's socket, whatever it holds: it is a request, or an error that can be answered.
 #include <cstdint>
 #include <string>
 
 #include "kwwand/json_rpc.h"
-#include "kwwand/line_buffer.h"
 #include "require.h"
 
 namespace {
@@ -22,23 +21,14 @@ void CheckAnswer(const std::string& answer, const Json& id) {
 
 }  // namespace
 
+// One line, as "lines" has seen to it that it comes.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-  if (size == 0) return 0;
-  const size_t piece = 1 + size_t{bytes[0]} * 4;  // The size of one read.
-  std::string_view rest(reinterpret_cast<const char*>(bytes) + 1, size - 1);
-  kor::host::LineBuffer lines;
-  while (!rest.empty()) {
-    lines.Append(rest.substr(0, piece));
-    rest.remove_prefix(std::min(piece, rest.size()));
-    while (const auto line = lines.Next()) {
-      const kor::host::RpcRequest request = kor::host::ParseRequest(line->text);
-      Require(request.params.is_object(), "parameters are an object");
-      Require(request.id.is_null() || request.id.is_number_integer() || request.id.is_string(), "an id that is one");
-      Require(request.error || !request.id.is_null(), "a request has an id");
-      CheckAnswer(request.error ? kor::host::FormatError(request.id, *request.error)
-                                : kor::host::FormatResult(request.id, request.params),
-                  request.id);
-    }
-  }
+  const kor::host::RpcRequest request = kor::host::ParseRequest({reinterpret_cast<const char*>(bytes), size});
+  Require(request.params.is_object(), "parameters are an object");
+  Require(request.id.is_null() || request.id.is_number_integer() || request.id.is_string(), "an id that is one");
+  Require(request.error || !request.id.is_null(), "a request has an id");
+  CheckAnswer(request.error ? kor::host::FormatError(request.id, *request.error)
+                            : kor::host::FormatResult(request.id, request.params),
+              request.id);
   return 0;
 }
