@@ -49,7 +49,8 @@ def within(seconds, holds):
 
 def start_host(kwwand, said):
     # As in kwwand.service: what malloc keeps for each thread would look like growth, and hide some.
-    environment = {**os.environ, "GLIBC_TUNABLES": "glibc.malloc.arena_max=1:glibc.malloc.tcache_count=0"}
+    environment = {**os.environ, "GLIBC_TUNABLES": "glibc.malloc.arena_max=1:glibc.malloc.tcache_count=0:"
+                   "glibc.malloc.mmap_threshold=65536:glibc.malloc.trim_threshold=65536"}
     command = [kwwand, "--log-level", "debug", "--backoff-ms", "100", "2000"]
     with open(said, "wb") as file:
         host = subprocess.Popen(command, stderr=file, env=environment)
