@@ -182,6 +182,7 @@ class Host {
     for (auto& object : objects_) Renew(object);
   }
   ~Host() {
+    modem_.SetDisconnectDelay(SimModem::Milliseconds(1));
     for (Call& call : calls_)
       EXPECT_EQ(0, static_cast<int>(objects_[0]->data.Disconnect(call.index, call.family, true)));
     EXPECT_LT(0, heard_);
