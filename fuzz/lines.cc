@@ -16,14 +16,9 @@ using kor::host::LineBuffer;
 
 constexpr size_t kLongest = 24;
 
-struct Expected {
-  std::string text;
-  bool too_long;
-};
-
 // The lines that have an end, and the last one when it is too long without.
-std::vector<Expected> LinesOf(std::string_view stream) {
-  std::vector<Expected> lines;
+std::vector<LineBuffer::Line> LinesOf(std::string_view stream) {
+  std::vector<LineBuffer::Line> lines;
   while (!stream.empty()) {
     const size_t end = stream.find('\n');
     const std::string_view line = stream.substr(0, end);
@@ -50,7 +45,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     buffer.Append(text);
     while (auto line = buffer.Next()) lines.push_back(std::move(*line));
   }
-  const std::vector<Expected> expected = LinesOf(stream);
+  const std::vector<LineBuffer::Line> expected = LinesOf(stream);
   Require(lines.size() == expected.size(), "as many lines come out as went in");
   for (size_t i = 0; i < lines.size(); ++i) {
     Require(lines[i].too_long == expected[i].too_long, "a line over the measure is told as such, and no other");

@@ -20,6 +20,7 @@ from client import SOCKET, Client, Tally
 from watch import Log, Watch, flat_kb, growth_kb, names_of_descriptors, names_of_threads, read
 
 WAITING = 32  # Requests that wait, at most.
+SERVICE = os.path.join(os.path.dirname(__file__), "../packaging/systemd/kwwand.service.in")
 UNKNOWN_METHOD = -32601
 SETTLE_S = 20  # Within which what was done is over.
 PORTAL = ("portal.carrier.example", "10.255.0.80")  # Known to the carrier's name server alone.
@@ -47,10 +48,15 @@ def within(seconds, holds):
     return True
 
 
+def service_environment():
+    """The service's own: what malloc keeps when it is not told would look like growth, and hide some."""
+    settings = re.findall("^Environment=(.+?)=(.+)$", read(SERVICE), re.MULTILINE)
+    assert settings, f"{SERVICE} sets nothing"
+    return dict(settings)
+
+
 def start_host(kwwand, said):
-    # As in kwwand.service: what malloc keeps for each thread would look like growth, and hide some.
-    environment = {**os.environ, "GLIBC_TUNABLES": "glibc.malloc.arena_max=1:glibc.malloc.tcache_count=0:"
-                   "glibc.malloc.mmap_threshold=65536:glibc.malloc.trim_threshold=65536"}
+    environment = {**os.environ, **service_environment()}
     command = [kwwand, "--log-level", "debug", "--backoff-ms", "100", "2000"]
     with open(said, "wb") as file:
         host = subprocess.Popen(command, stderr=file, env=environment)
@@ -188,7 +194,8 @@ def judge(tally, watch, seconds, before, after):
     if tally.errors[UNKNOWN_METHOD]:
         tally.fault("a method that does not exist was asked for")
     print("errors answered, by code: " + ", ".join(f"{code}: {n}" for code, n in sorted(tally.errors.items())))
-    return f"memory {growth} kB of {limit}, {after.sample['descriptors']} descriptors, {after.sample['threads']} threads"
+    counts = ", ".join(f"{after.sample[name]} {name}" for name in ("descriptors", "threads"))
+    return f"memory {growth} kB of {limit}, {counts}"
 
 
 def end(host, said, tally):

@@ -24,8 +24,8 @@ struct Ends {
 };
 
 Ends Connected() {
-  int ends[2];
-  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends) != 0) return {};
+  int ends[2] = {-1, -1};
+  EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends), 0);
   return {std::make_unique<Connection>(Fd(ends[0]), Caller()), Fd(ends[1])};
 }
 

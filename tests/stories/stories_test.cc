@@ -333,6 +333,7 @@ TEST_F(StoriesTest, AThreadForEachCallAndAServiceThatComesAndGoes) {
     DnsCtrlManager dns;
     ASSERT_TRUE(dns.StartService());
     std::atomic<size_t> living{calls_.size()};
+    std::atomic<int> heard{0};
     std::vector<std::thread> threads;
     for (unsigned i = 0; i < calls_.size(); ++i) {
       threads.emplace_back([&, i] {
@@ -344,7 +345,10 @@ TEST_F(StoriesTest, AThreadForEachCallAndAServiceThatComesAndGoes) {
     while (living > 0) {
       std::atomic<bool> subscribed{true};
       DataManager watcher;
-      watcher.SetEventCb([&](EventDic&) { EXPECT_TRUE(subscribed); });
+      watcher.SetEventCb([&](EventDic&) {
+        EXPECT_TRUE(subscribed);
+        ++heard;
+      });
       PublishNoise(dice, false);
       if (dice.OneIn(8)) {
         EXPECT_TRUE(dns.StopService());
@@ -355,6 +359,7 @@ TEST_F(StoriesTest, AThreadForEachCallAndAServiceThatComesAndGoes) {
       PublishNoise(dice, false);
     }
     for (auto& thread : threads) thread.join();
+    EXPECT_LT(0, heard);
     EXPECT_TRUE(Eventually([] { return Servers().empty(); }));
   }
   EXPECT_TRUE(ComesTo(rest_));

@@ -4,12 +4,13 @@
 #include <poll.h>
 #include <sys/socket.h>
 
+#include "kwwand/kept_room.h"
+
 namespace kor::host {
 
 namespace {
 
 constexpr size_t kReadSize = 16 * 1024;  // At a time, so that one client does not hold up the others.
-constexpr size_t kKeptRoom = 4 * 1024;   // For output; more is given back once it is sent.
 
 bool IsForNow(int error) { return error == EAGAIN || error == EWOULDBLOCK || error == EINTR; }
 
@@ -81,8 +82,7 @@ void Connection::Flush() {
       HangUp();
     }
   }
-  // Else each client that stays would hold, for good, the most that it has ever let pile up.
-  if (output_.empty() && output_.capacity() > kKeptRoom) output_.shrink_to_fit();
+  GiveBackRoom(output_);
 }
 
 short Connection::WantedEvents() const {

@@ -1,13 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kwwand/line_buffer.h"
 
+#include "kwwand/kept_room.h"
+
 namespace kor::host {
-
-namespace {
-
-constexpr size_t kKeptRoom = 4 * 1024;  // Bytes; of more, what a long line took is given back.
-
-}  // namespace
 
 void LineBuffer::Append(std::string_view bytes) {
   bytes_.erase(0, start_);
@@ -41,8 +37,7 @@ std::optional<LineBuffer::Line> LineBuffer::TakeTooLong() {
 void LineBuffer::Clear() {
   bytes_.clear();
   start_ = 0;
-  // Else each client that stays would hold, for good, the room of the longest line that it has ever sent.
-  if (bytes_.capacity() > kKeptRoom) bytes_.shrink_to_fit();
+  GiveBackRoom(bytes_);
 }
 
 }  // namespace kor::host
