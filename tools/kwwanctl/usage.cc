@@ -2,6 +2,7 @@
 #include "kwwanctl/usage.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 
 #include "common/nearest.h"
 #include "kwwanctl/takes.h"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kwwand/json_rpc.h"
 
+#include <algorithm>
+
 #include "common/nearest.h"
 
 namespace kor::host {
