@@ -2,6 +2,7 @@
 // What happens to a command while it runs: its host, its reader or its person goes; texts that would play tricks.
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <unistd.h>
 
 #include <algorithm>
 
@@ -92,16 +93,44 @@ TEST(Life, HostileAnswers) {
     const FakeHost host("{\"id\":1,\"result\":{\"model\":\"\\u001b\\u009b\\u007f\"}}\n");
     EXPECT_EQ("{\"model\":\"\\u001b\\u009b\\u007f\"}\n", Ctl("device show --json").out);
   }
-  {
-    const FakeHost host("this is no JSON\n");
-    EXPECT_EQ(1, Ctl("status").status);
+  {  // Nor does an event or an error write a line of its own.
+    const FakeHost host(
+        "{\"id\":1,\"result\":{}}\n"
+        "{\"method\":\"event\",\"params\":{\"time\":\"9:00\",\"name\":\"up\\n\",\"\\u001b[2J\":\"a\\nb\"}}\n");
+    EXPECT_EQ("9:00  up\\n                    \\x1b[2J a\\nb\n", Ctl("monitor").out);
   }
   {
-    const FakeHost host("{\"id\":null,\"error\":{\"code\":-32001,\"message\":\"too many clients\"}}\n");
-    EXPECT_EQ("kwwanctl: too many clients\n", Ctl("status").err);
+    const FakeHost host(
+        "{\"id\":null,\"error\":{\"code\":-32001,\"message\":\"full\\nkwwanctl: all is well\\u001b[1A\","
+        "\"data\":{\"nearest\":7}}}\n");
+    EXPECT_EQ("kwwanctl: full\\nkwwanctl: all is well\\x1b[1A\n", Ctl("status").err);
+  }
+  EXPECT_EQ(std::string::npos, Ctl("doctor --socket /run/\x1b[2J").out.find('\x1b'));
+  {
+    const FakeHost host("this is no JSON\n");
+    const Outcome outcome = Ctl("monitor");
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_EQ(0u, outcome.err.find("kwwanctl: the host's answer is not understood: ")) << outcome.err;
+  }
+  {
+    const FakeHost host("{\"id\":1,\"result\":" + std::string(200000, '[') + std::string(200000, ']') + "}\n");
+    EXPECT_EQ("kwwanctl: the host's answer is not understood: it nests too deep\n", Ctl("status").err);
   }
   const FakeHost host("{\"id\":1,\"res");
   EXPECT_EQ(4, Ctl("status").status);
+}
+
+TEST(Life, TheCompletionRunsNothingOfAnAnswer) {
+  const FakeHost host(
+      "{\"id\":1,\"result\":{\"policies\":[{\"index\":\"$(touch /run/expanded)\"},{\"index\":\"9;reboot\"},"
+      "{\"index\":7}]}}\n");
+  const Outcome offered =
+      Command(std::string("-c '. ") + KWWAN_SOURCE + "/packaging/bash-completion/kwwanctl; COMP_WORDS=(" + KWWANCTL +
+                  " call up \"\"); COMP_CWORD=3; _kwwanctl; echo \"${COMPREPLY[@]}\"'",
+              Command::Over::kPipes, "/bin/bash")
+          .Wait();
+  EXPECT_EQ("7\n", offered.out) << offered.err;
+  EXPECT_NE(0, access("/run/expanded", F_OK));
 }
 
 TEST(Life, SecretsAreNeverArguments) {
