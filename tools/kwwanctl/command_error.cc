@@ -3,6 +3,11 @@
 
 namespace kor::ctl {
 
+CommandError NotUnderstood(const std::string& why) {
+  constexpr size_t kShown = 200;
+  return {kErrorFailure, "the host's answer is not understood: " + why.substr(0, kShown)};
+}
+
 CommandError UsageError(const std::string& argument, const std::string& takes, const std::string& given,
                         const std::string& nearest) {
   Json data{{"argument", argument}, {"takes", takes}};

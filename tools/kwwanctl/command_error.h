@@ -45,6 +45,9 @@ class CommandError : public std::runtime_error {
   Json data_;
 };
 
+// The host's answer is no JSON, or not what was asked for; `why` may quote it.
+CommandError NotUnderstood(const std::string& why);
+
 // A word of the command line is wrong: "INDEX: takes a number from 0 to 254, not \"x\"". `nearest`: what was probably
 // meant, or empty. An empty `given`: the word is missing.
 CommandError UsageError(const std::string& argument, const std::string& takes, const std::string& given,

@@ -23,13 +23,13 @@ constexpr size_t kNameWidth = 20;
 constexpr size_t kVerdictWidth = 9;
 constexpr size_t kTextWidth = 90;
 
-// Process names and files' texts may hold anything.
+// Process names, files' texts and the socket's path may hold anything.
 Json ToJson(const Finding& finding) {
   return {{"name", finding.name},
           {"verdict", doctor::Name(finding.verdict)},
           {"seen", Escape(finding.seen)},
-          {"why", finding.why},
-          {"do", finding.action}};
+          {"why", Escape(finding.why)},
+          {"do", Escape(finding.action)}};
 }
 
 Json ToJson(const std::vector<Finding>& findings) {

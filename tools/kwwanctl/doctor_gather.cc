@@ -51,7 +51,7 @@ Host AskHost(Session& session) {
   } catch (const CommandError& error) {
     host.error = error.what();
   } catch (const Json::exception& error) {
-    host.error = std::string("its answer is not understood: ") + error.what();
+    host.error = NotUnderstood(error.what()).what();
   }
   if (host.pid > 0) host.own_pids = HasOwnNamespace(host.pid, "pid");
   if (host.pid > 0) host.own_network = HasOwnNamespace(host.pid, "net");

@@ -69,6 +69,12 @@ int Run(CLI::App& app, Context& context, int argc, char** argv) {
   return context.chosen();
 }
 
+int Fail(Context& context, const CommandError& error) {
+  if (context.out.reader_gone()) return kor::ctl::kDone;
+  context.out.Tell(error);
+  return StatusOf(error);
+}
+
 int Main(int argc, char** argv) {
   Context context;
   CLI::App app("", "kwwanctl");
@@ -79,9 +85,9 @@ int Main(int argc, char** argv) {
   try {
     return Run(app, context, argc, argv);
   } catch (const CommandError& error) {
-    if (context.out.reader_gone()) return kor::ctl::kDone;
-    context.out.Tell(error);
-    return StatusOf(error);
+    return Fail(context, error);
+  } catch (const kor::ctl::Json::exception& error) {
+    return Fail(context, kor::ctl::NotUnderstood(error.what()));
   }
 }
 

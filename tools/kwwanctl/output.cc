@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "kwwanctl/screens.h"
 #include "kwwanctl/text.h"
 
 namespace kor::ctl {
@@ -40,10 +41,9 @@ void Output::Remark(const std::string& text) {
 void Output::Tell(const CommandError& error) {
   if (options_.json) return Write(Line(Json{{"error", ToJson(error)}}));
   const Paint paint(ColourWanted(options_, STDERR_FILENO));
-  std::string text = paint(Colour::kBad, "kwwanctl: " + EscapeLines(error.what())) + '\n';
-  if (error.data().is_object() && error.data().contains("nearest")) {
-    text += "Did you mean \"" + Escape(error.data()["nearest"].get<std::string>()) + "\"?\n";
-  }
+  std::string text = paint(Colour::kBad, "kwwanctl: " + Escape(error.what())) + '\n';
+  const Json nearest = Member(error.data(), "nearest");
+  if (nearest.is_string()) text += "Did you mean \"" + Escape(nearest.get<std::string>()) + "\"?\n";
   (void)fputs(text.c_str(), stderr);
 }
 

@@ -14,6 +14,7 @@ namespace kor::ctl {
 namespace {
 
 constexpr size_t kLongestMessage = 16u << 20;  // More than any answer; a host that sends more is none of ours.
+constexpr int kDeepestMessage = 32;            // Likewise. What copies or prints JSON calls itself at each level.
 
 std::string Hint(int error) {
   switch (error) {
@@ -44,6 +45,17 @@ CommandError HostError(const Json& error) {
           error.contains("data") ? error["data"] : Json()};
 }
 
+Json Parse(const std::string& line) {
+  bool too_deep = false;
+  const auto keep = [&too_deep](int depth, Json::parse_event_t, const Json&) {
+    too_deep = too_deep || depth > kDeepestMessage;
+    return !too_deep;
+  };
+  Json message = Json::parse(line, keep);
+  if (too_deep) throw NotUnderstood("it nests too deep");
+  return message;
+}
+
 }  // namespace
 
 Session::~Session() {
@@ -62,13 +74,8 @@ Json Session::Call(const std::string& method, const Json& params, Milliseconds l
   const Time end = std::chrono::steady_clock::now() + limit;
   if (fd_ < 0) Open();
   const int id = ++last_id_;
-  try {
-    Send(Json{{"jsonrpc", "2.0"}, {"id", id}, {"method", method}, {"params", params}}.dump() + '\n', end);
-    return Await(id, end, watcher);
-  } catch (const Json::exception& e) {
-    throw CommandError(kErrorFailure,
-                       std::string("the host's answer to ") + method + " is not understood: " + e.what());
-  }
+  Send(Json{{"jsonrpc", "2.0"}, {"id", id}, {"method", method}, {"params", params}}.dump() + '\n', end);
+  return Await(id, end, watcher);
 }
 
 void Session::Send(const std::string& line, Time end) {
@@ -113,14 +120,15 @@ std::optional<Json> Session::TakeMessage() {
   const size_t end = received_.find('\n', searched_);
   searched_ = received_.size();
   if (end == std::string::npos) return std::nullopt;
-  Json message = Json::parse(received_.begin(), received_.begin() + static_cast<std::ptrdiff_t>(end));
+  const std::string line = received_.substr(0, end);
   received_.erase(0, end + 1);
   searched_ = 0;
-  return message;
+  return Parse(line);
 }
 
 void Session::Keep(const Json& message, const Watcher& watcher) {
-  if (!message.contains("method")) return;  // The late answer to a request that was given up.
+  if (!message.contains("method") || !message["method"].is_string())
+    return;  // The late answer to a request that was given up.
   Notification notification{message["method"].get<std::string>(), message.value("params", Json::object())};
   if (watcher) return watcher(&notification);
   kept_.push_back(std::move(notification));

@@ -35,7 +35,8 @@ bool IsShortened(const std::string& word) {
 std::string Heading(const std::string& name) {
   const std::string first = name.substr(0, name.find('_'));
   std::string heading = name;
-  const auto end = heading.begin() + static_cast<std::ptrdiff_t>(IsShortened(first) ? first.size() : 1);
+  const size_t large = IsShortened(first) ? first.size() : std::min<size_t>(1, name.size());
+  const auto end = heading.begin() + static_cast<std::ptrdiff_t>(large);
   std::transform(heading.begin(), end, heading.begin(), [](unsigned char c) { return static_cast<char>(toupper(c)); });
   std::replace(heading.begin(), heading.end(), '_', ' ');
   return Escape(heading);
