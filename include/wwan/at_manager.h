@@ -30,11 +30,12 @@ class AtService;
 //     ReleaseCommands, SendNotification, NotifyRegistrationDone and create managers;
 //   - registration results (`reg_cb`), with the registry locked: they may call only SendNotification and
 //     NotifyRegistrationDone, and must not wait for a thread that is in RegisterCallback.
-// StartService and StopService do nothing on the service thread (StopService logs it): it cannot wait for itself. A
-// handler that destroys the last manager has its command answered; the service ends soon after.
+// StartService and StopService do nothing on the thread of their own service (StopService logs it): it cannot wait for
+// itself. A handler that destroys the last manager has its command answered; the service ends soon after.
 //
 // What they throw goes no further: the service logs it as an error, with the command's name, and lives on. A command
-// whose handler threw is answered as a failure without an error code.
+// whose handler threw is answered as a failure without an error code. The same holds when memory runs out on the
+// service thread: the command fails, names are registered later.
 //
 // Thread safety: all operations may be called from any thread; managers may be created and destroyed on several
 // threads. RegisterCallback waits while the modem is being asked to take names.
@@ -95,12 +96,13 @@ class KOR_EXPORT AtManager {
   AtManager(const AtManager&) = delete;
   AtManager& operator=(const AtManager&) = delete;
 
-  // Starts the shared service for all managers, if it does not run. Always 0.
+  // Starts the shared service for all managers, if it does not run. 0; throws what std::thread throws when no thread
+  // can be made, or std::bad_alloc, and the service is stopped as before.
   int StartService();
 
   // Stops it for all managers and returns when what was being served is finished. Commands and names that come
-  // meanwhile are kept for the next start, in order. Always 0. Not from a handler: there it does nothing, and a debug
-  // build of the library ends the process with a sentence that says so.
+  // meanwhile are kept for the next start, in order. Always 0; takes no memory, nor does the destructor. Not from a
+  // handler: there it does nothing, and a debug build of the library ends the process with a sentence that says so.
   int StopService();
 
   // Claims `name` (such as "+MYCMD", in upper case: a forwarded name is upper-cased before it is looked up), before or
@@ -110,7 +112,7 @@ class KOR_EXPORT AtManager {
   // the claim is gone then and may be made anew.
   //
   // A name that is claimed already gets the new callables; its registration is not repeated. With an empty `cmd_cb` its
-  // commands fail. Always 0.
+  // commands fail. Always 0; nothing is changed when it throws std::bad_alloc.
   int RegisterCallback(std::string name, std::function<CmdResponse(Command&)> cmd_cb,
                        std::function<void(std::string, bool)> reg_cb);
 

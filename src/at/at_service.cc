@@ -2,8 +2,9 @@
 // The service's life: the one instance and its holders, the start and end of its thread.
 #include "at/at_service.h"
 
-#include <system_error>
+#include <exception>
 #include <thread>
+#include <utility>
 
 #include "common/kernel_log.h"
 #include "common/log.h"
@@ -45,7 +46,7 @@ int AtService::ReleaseInstance() {
 }
 
 void AtService::Destroy(AtService* service) {
-  if (!OnServiceThread()) {
+  if (!service->OnServiceThread()) {
     delete service;
     return;
   }
@@ -53,12 +54,14 @@ void AtService::Destroy(AtService* service) {
   // returned and its command is answered.
   try {
     std::thread([service] { delete service; }).detach();
-  } catch (const std::system_error& e) {
+  } catch (const std::exception& e) {
     KOR_LOG(LOG_ERR, "The service is left behind: %s\n", e.what());
   }
 }
 
-AtService::AtService() : ats_(AtsQmiClient::GetInstance()), timer_link_(std::make_shared<TimerLink>()) {
+void AtService::GiveBack::operator()(AtsQmiClient* client) const { client->ReleaseInstance(); }
+
+AtService::AtService() : timer_link_(std::make_shared<TimerLink>()), ats_(AtsQmiClient::GetInstance()) {
   {
     kor::util::MutexLock lock(timer_link_->mutex);
     timer_link_->service = this;
@@ -72,17 +75,18 @@ AtService::~AtService() {
     timer_link_->service = nullptr;
   }
   (void)Stop();  // Always 0.
-  ats_->ReleaseInstance();
 }
 
 int AtService::Start() {
   if (OnServiceThread()) return 0;  // It runs, or is being stopped by one who waits for this very thread.
   kor::util::MutexLock lock(state_mutex_);
   if (running_) return 0;
+  EndRun();  // One that a stop message ended which was not Stop()'s.
+  if (stop_msg_.empty()) stop_msg_.push_back({kMsgStop, {}});
   running_ = true;
   try {
     thread_ = std::thread([this] { ThreadLoop(); });
-  } catch (const std::system_error&) {
+  } catch (...) {
     running_ = false;
     throw;
   }
@@ -96,11 +100,8 @@ int AtService::Stop() {
     return 0;
   }
   kor::util::MutexLock lock(state_mutex_);
-  if (!running_) return 0;
-  running_ = false;
-  PushMsg({kMsgStop, {}});
-  thread_.Join();
-  DropStopMessages();
+  if (running_.exchange(false)) PushNode(stop_msg_);
+  EndRun();
   return 0;
 }
 

@@ -61,14 +61,17 @@ class KOR_EXPORT AtService {
   // the handler has returned). The number of holders left.
   static int ReleaseInstance() KOR_EXCLUDES(s_mutex_);
 
-  // Starts the service thread, if it does not run. Always 0. On the service thread it does nothing.
+  // Starts the service thread, if it does not run. 0, or throws what std::thread throws, or std::bad_alloc, and is
+  // stopped as before. On the service thread it does nothing.
   int Start() KOR_EXCLUDES(state_mutex_);
 
-  // Ends it between two messages and waits for that. What is queued stays, in order. Always 0.
-  // On the service thread, which cannot wait for itself, it logs that and does nothing; a debug build ends the process.
+  // Ends it between two messages and waits for that. What is queued stays, in order. Always 0; allocates nothing, so
+  // that the last manager's end cannot fail. On the service thread, which cannot wait for itself, it logs that and does
+  // nothing; a debug build ends the process.
   int Stop() KOR_EXCLUDES(state_mutex_);
 
-  // Puts the callables into the registry; a new name queues a pass. Always 0.
+  // Puts the callables into the registry; a new name queues a pass. Always 0, and nothing is changed when it throws
+  // std::bad_alloc.
   int RegisterCallback(std::string name, std::function<AtManager::CmdResponse(AtManager::Command&)> cmd_cb,
                        std::function<void(std::string, bool)> reg_cb) KOR_EXCLUDES(cmd_mutex_);
 
@@ -84,7 +87,7 @@ class KOR_EXPORT AtService {
   // Something happened at the AT client: a forwarded command is copied into the queue.
   void EventCb(kor::util::EventDic& ev) KOR_EXCLUDES(queue_mutex_);
 
-  // The time for another pass has come. False: not again.
+  // The time for another pass has come. False: not again; true when there is no memory to ask for the pass.
   bool TimerHandler(int timer_id, void* user_data) KOR_EXCLUDES(queue_mutex_);
 
   // The service thread.
@@ -115,27 +118,31 @@ class KOR_EXPORT AtService {
     AtService* service KOR_GUARDED_BY(mutex) = nullptr;
   };
 
-  AtService();
+  struct GiveBack {
+    KOR_HIDDEN void operator()(kor::vendor::qcom::qmi::AtsQmiClient* client) const;
+  };
+
+  KOR_HIDDEN AtService();
   // Requires: no event of the AT client comes any more.
-  ~AtService();
+  KOR_HIDDEN ~AtService();
 
-  static bool OnServiceThread();
-  static void Destroy(AtService* service);
-  void PushNode(std::list<AtServiceMsg>& node) KOR_EXCLUDES(queue_mutex_);
-  std::list<AtServiceMsg> PopMsg() KOR_EXCLUDES(queue_mutex_);
-  void DropStopMessages() KOR_EXCLUDES(queue_mutex_);
-  void ServeCommand(AtManager::Command& cmd);
+  KOR_HIDDEN bool OnServiceThread() const;
+  KOR_HIDDEN static void Destroy(AtService* service);
+  KOR_HIDDEN void EndRun() KOR_REQUIRES(state_mutex_) KOR_EXCLUDES(queue_mutex_);
+  KOR_HIDDEN void PushNode(std::list<AtServiceMsg>& node) KOR_EXCLUDES(queue_mutex_);
+  KOR_HIDDEN std::list<AtServiceMsg> PopMsg() KOR_EXCLUDES(queue_mutex_);
+  KOR_HIDDEN void ServeCommand(AtManager::Command& cmd);
 
-  void RegisterPending() KOR_EXCLUDES(cmd_mutex_);
-  void AcceptNames(const std::vector<Pending::iterator>& candidates) KOR_REQUIRES(cmd_mutex_);
-  void RefuseNames(const std::vector<Pending::iterator>& candidates, std::list<CmdSetInfo>& given_up)
+  KOR_HIDDEN void MakePass() KOR_EXCLUDES(cmd_mutex_);
+  KOR_HIDDEN void RegisterPending() KOR_EXCLUDES(cmd_mutex_);
+  KOR_HIDDEN void AcceptNames(const std::vector<Pending::iterator>& candidates) KOR_REQUIRES(cmd_mutex_);
+  KOR_HIDDEN void RefuseNames(const std::vector<Pending::iterator>& candidates, Registry& given_up)
       KOR_REQUIRES(cmd_mutex_);
-  void ScheduleNextPass() KOR_REQUIRES(cmd_mutex_);
+  KOR_HIDDEN void ScheduleNextPass() KOR_REQUIRES(cmd_mutex_);
 
-  static kor::util::Mutex& s_mutex_;  // Held while holders are counted.
+  KOR_HIDDEN static kor::util::Mutex& s_mutex_;  // Held while holders are counted.
 
   // Constant after construction.
-  kor::vendor::qcom::qmi::AtsQmiClient* const ats_;
   const std::shared_ptr<TimerLink> timer_link_;
   int32_t reg_interval_us_ = 2'000'000;  // Passes that leave work are at least so far apart.
   int32_t max_reg_tries_ = 5;            // A name is given up when it was refused more often.
@@ -147,9 +154,10 @@ class KOR_EXPORT AtService {
   kor::util::Condition queue_cond_;
   std::list<AtServiceMsg> msg_queue_ KOR_GUARDED_BY(queue_mutex_);
 
-  // The lifecycle: held for the whole of Start() and Stop(), so that thread_ holds a thread iff running_.
+  // The lifecycle: held for the whole of Start() and Stop(), so that a start never meets a thread that is still ending.
   kor::util::Mutex state_mutex_{kor::util::LockRank::kAtLifecycle};
   kor::util::Thread thread_ KOR_GUARDED_BY(state_mutex_);
+  std::list<AtServiceMsg> stop_msg_ KOR_GUARDED_BY(state_mutex_);  // Made by Start(), so that Stop() cannot fail.
   std::atomic<bool> running_{false};  // Looked at by the service thread between two messages.
 
   // The registry. Its lock is held for the whole of a pass, the request to the modem and every reg_cb included.
@@ -160,6 +168,9 @@ class KOR_EXPORT AtService {
 
   std::atomic<int32_t> timer_id_{-1};  // Not negative iff a retry timer is pending.
   kor::util::TimerManager timer_manager_;
+
+  // Constant after construction. Taken last and given back first.
+  const std::unique_ptr<kor::vendor::qcom::qmi::AtsQmiClient, GiveBack> ats_;
 };
 
 }  // namespace kor::wwan

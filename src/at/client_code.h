@@ -1,25 +1,29 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <exception>
 #include <string>
 #include <utility>
 
+#include "common/catch_all.h"
+#include "common/log.h"
+
 namespace kor::wwan {
 
-// Logs, as an error, that the `what` of command `name` threw `text`.
-void LogThrown(const char* what, const char* name, const char* text);
+// Logs, as an error, that the `what` of `name` threw `text`.
+inline void LogThrown(const char* what, const char* name, const char* text) {
+  KOR_LOG(LOG_ERR, "%s of %s threw: %s\n", what, name, text);
+}
 
-// Runs a client's callable on the service thread: what it throws is logged and goes no further.
+// Runs on the service thread what may throw, a client's callable above all: that is logged and goes no further. True
+// when nothing was thrown.
 template <typename Call>
-void RunClientCode(const char* what, const std::string& name, Call&& call) {
-  try {
-    std::forward<Call>(call)();
-  } catch (const std::exception& e) {
-    LogThrown(what, name.c_str(), e.what());
-  } catch (...) {
-    LogThrown(what, name.c_str(), "something that is no exception");
-  }
+bool RunGuarded(const char* what, const std::string& name, Call&& call) {
+  bool ended_well = true;
+  kor::util::CatchAll(std::forward<Call>(call), [&](const char* text) {
+    ended_well = false;
+    LogThrown(what, name.c_str(), text);
+  });
+  return ended_well;
 }
 
 }  // namespace kor::wwan

@@ -2,6 +2,7 @@
 // Registration of the claimed names with the modem: passes in batches, and the timer that spaces them.
 #include <cinttypes>
 #include <climits>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -25,7 +26,7 @@ bool Extends(const std::string& name, const std::string& shorter) {
 }
 
 void ReportResult(const AtService::CmdSetInfo& info, const std::string& name, bool accepted) {
-  if (info.reg_cb) RunClientCode("Registration callback", name, [&] { info.reg_cb(name, accepted); });
+  if (info.reg_cb) RunGuarded("Registration callback", name, [&] { info.reg_cb(name, accepted); });
 }
 
 }  // namespace
@@ -33,10 +34,11 @@ void ReportResult(const AtService::CmdSetInfo& info, const std::string& name, bo
 // One pass. It looks at the names that are not registered and at no others; only those that were refused just now can
 // have become too many refusals.
 void AtService::RegisterPending() {
-  std::list<CmdSetInfo> given_up;  // Its callables are destroyed after the unlock.
+  Registry given_up;  // Its callables are destroyed after the unlock.
   kor::util::MutexLock lock(cmd_mutex_);
   std::list<std::string> reg_candidate_l;
   std::vector<Pending::iterator> candidates;  // The same, where they stand: no name is searched for afterwards.
+  // Once the modem has answered nothing more is allocated: what it has taken is noted, whatever the memory.
   for (auto it = pending_.begin(); it != pending_.end(); ++it) {
     const std::string& name = (*it)->first;
     // Whatever stands between a name and its extension extends it too and was held back: the last candidate decides.
@@ -66,6 +68,15 @@ void AtService::RegisterPending() {
   if (try_more) ScheduleNextPass();
 }
 
+// Only memory that has run out makes a pass fail. Its names are still pending, and go with the next pass.
+void AtService::MakePass() {
+  if (RunGuarded("Registration pass", "names", [this] { RegisterPending(); })) return;
+  RunGuarded("Next pass", "names", [this] {
+    kor::util::MutexLock lock(cmd_mutex_);
+    ScheduleNextPass();
+  });
+}
+
 void AtService::AcceptNames(const std::vector<Pending::iterator>& candidates) {
   for (const Pending::iterator candidate : candidates) {
     const Registry::iterator entry = *candidate;
@@ -75,14 +86,13 @@ void AtService::AcceptNames(const std::vector<Pending::iterator>& candidates) {
   }
 }
 
-void AtService::RefuseNames(const std::vector<Pending::iterator>& candidates, std::list<CmdSetInfo>& given_up) {
+void AtService::RefuseNames(const std::vector<Pending::iterator>& candidates, Registry& given_up) {
   for (const Pending::iterator candidate : candidates) {
     const Registry::iterator entry = *candidate;
     if (++entry->second.try_cnt <= max_reg_tries_) continue;
     ReportResult(entry->second, entry->first, false);
-    given_up.push_back(std::move(entry->second));
     pending_.erase(candidate);
-    cmd_set_info_m_.erase(entry);
+    given_up.insert(cmd_set_info_m_.extract(entry));
   }
 }
 
@@ -105,14 +115,26 @@ void AtService::ScheduleNextPass() {
     kor::util::MutexLock lock(link->mutex);
     return link->service != nullptr && link->service->TimerHandler(timer_id, user_data);
   };
-  const int timer_id = timer_manager_.AddTask(time_us, fire, nullptr);
+  int timer_id = -1;
+  try {
+    timer_id = timer_manager_.AddTask(time_us, fire, nullptr);
+  } catch (...) {
+    timer_id_ = -1;
+    throw;
+  }
   int32_t expected = kTimerBeingSet;
   timer_id_.compare_exchange_strong(expected, timer_id);  // Unless it has fired already.
 }
 
 bool AtService::TimerHandler(int, void*) {
+  std::list<AtServiceMsg> pass;
+  try {
+    pass.push_back({kMsgRegister, {}});
+  } catch (const std::bad_alloc&) {
+    return true;  // Nobody else would bring the names to the modem: the timer stays pending and fires again.
+  }
   timer_id_ = -1;
-  PushMsg({kMsgRegister, {}});
+  PushNode(pass);
   return false;
 }
 

@@ -11,15 +11,21 @@ namespace kor::wwan {
 
 int AtService::RegisterCallback(std::string name, std::function<AtManager::CmdResponse(AtManager::Command&)> cmd_cb,
                                 std::function<void(std::string, bool)> reg_cb) {
+  // What may fail comes before the registry changes: a name is claimed, pending and has its pass, or none of it.
+  std::list<AtServiceMsg> pass(1);
+  pass.front().type = kMsgRegister;
+  Registry claim;
+  const Registry::iterator made = claim.try_emplace(std::move(name)).first;
   kor::util::MutexLock lock(cmd_mutex_);
-  const auto [entry, is_new] = cmd_set_info_m_.try_emplace(std::move(name));
+  const auto found = cmd_set_info_m_.find(made->first);
+  const bool is_new = found == cmd_set_info_m_.end();
+  if (is_new) pending_.insert(made);
+  cmd_set_info_m_.merge(claim);  // Takes the node over when it is new. Nothing is allocated, `made` stays good.
+  CmdSetInfo& info = (is_new ? made : found)->second;
   // Replaced callables are destroyed with the arguments, after the unlock.
-  entry->second.cmd_cb.swap(cmd_cb);
-  entry->second.reg_cb.swap(reg_cb);
-  if (is_new) {
-    pending_.insert(entry);
-    PushMsg({kMsgRegister, {}});
-  }
+  info.cmd_cb.swap(cmd_cb);
+  info.reg_cb.swap(reg_cb);
+  if (is_new) PushNode(pass);
   return 0;
 }
 

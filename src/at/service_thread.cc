@@ -13,6 +13,7 @@
 #include "at/client_code.h"
 #include "common/kernel_log.h"
 #include "common/log.h"
+#include "common/vendor/ats_qmi_client.h"
 
 namespace kor::wwan {
 
@@ -22,7 +23,7 @@ constexpr char kServeCommand[] = "void kor::wwan::AtService::ServeCommand(kor::w
 
 bool IsLogged(int priority) { return (setlogmask(0) & LOG_MASK(priority)) != 0; }
 
-thread_local bool t_on_service_thread = false;  // A service thread serves one service all its life.
+thread_local const AtService* t_served = nullptr;  // A service thread serves one service all its life.
 
 }  // namespace
 
@@ -59,8 +60,10 @@ std::list<AtServiceMsg> AtService::PopMsg() {
   return popped;
 }
 
-// Of a thread that has been joined: it may have seen running_ before it came to the message.
-void AtService::DropStopMessages() {
+// Ends a run, however its thread came to leave the loop. What it did not come to stays, but for stop messages: the next
+// run must not take those for its own.
+void AtService::EndRun() {
+  thread_.Join();
   std::list<AtServiceMsg> dropped;  // Freed after the unlock.
   kor::util::MutexLock lock(queue_mutex_);
   for (auto msg = msg_queue_.begin(); msg != msg_queue_.end();) {
@@ -70,10 +73,10 @@ void AtService::DropStopMessages() {
   }
 }
 
-bool AtService::OnServiceThread() { return t_on_service_thread; }
+bool AtService::OnServiceThread() const { return t_served == this; }
 
 void AtService::ThreadLoop() {
-  t_on_service_thread = true;
+  t_served = this;
   const long tid = syscall(SYS_gettid);
   KOR_LOG(LOG_DEBUG, "TID [%ld]\n", tid);
   KOR_KERNEL_LOG("TID [%ld]\n", tid);
@@ -81,25 +84,27 @@ void AtService::ThreadLoop() {
     std::list<AtServiceMsg> popped = PopMsg();
     AtServiceMsg& msg = popped.front();
     if (msg.type == kMsgAtCommand) ServeCommand(msg.cmd);
-    if (msg.type == kMsgRegister) RegisterPending();
+    if (msg.type == kMsgRegister) MakePass();
     if (msg.type == kMsgStop) running_ = false;
   }
-  ReleaseCommands();
+  RunGuarded("Release", "names", [this] { ReleaseCommands(); });
 }
 
 void AtService::ServeCommand(AtManager::Command& cmd) {
   for (char& c : cmd.name) c = static_cast<char>(toupper(static_cast<unsigned char>(c)));
   // The text costs more than the line: it is made only when somebody sees it.
-  if (IsLogged(LOG_DEBUG)) KOR_LOG_AS(kServeCommand, LOG_DEBUG, "RECV %s\n", CommandText(cmd).c_str());
-
-  AtManager::CmdResponse response;
-  if (cmd.op != AtManager::kOpNone) {
-    RunClientCode("Handler", cmd.name, [&] { response = HandleAtCommand(cmd); });
+  if (IsLogged(LOG_DEBUG)) {
+    RunGuarded("Trace", cmd.name, [&] { KOR_LOG_AS(kServeCommand, LOG_DEBUG, "RECV %s\n", CommandText(cmd).c_str()); });
   }
+  AtManager::CmdResponse response;
+  if (cmd.op != AtManager::kOpNone) RunGuarded("Handler", cmd.name, [&] { response = HandleAtCommand(cmd); });
   KOR_LOG_AS(kServeCommand, LOG_DEBUG, "SEND [%s]\n", response.result ? "OK" : "ERROR");
-  (void)SendResponse(cmd, response);  // A modem that does not take the answer is not told twice.
+  // A modem that does not take the answer is not told twice; an answer that there is no memory for is a failure.
+  if (!RunGuarded("Answer", cmd.name, [&] { (void)SendResponse(cmd, response); })) {
+    RunGuarded("Failure", cmd.name, [&] { (void)ats_->SendResponse(cmd, false, {}); });
+  }
   if (response.after_send_cb) {
-    RunClientCode("After-send callback", cmd.name, [&] { response.after_send_cb(response.after_send_arg); });
+    RunGuarded("After-send callback", cmd.name, [&] { response.after_send_cb(response.after_send_arg); });
   }
 }
 

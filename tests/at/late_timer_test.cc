@@ -3,6 +3,7 @@
 // to, also inside AddTask(), and, unlike the library's own, after its manager's end.
 #include "at/at_fixture.h"
 #include "common/util/timer_manager.h"
+#include "support/no_memory.h"
 
 namespace kor::test {
 namespace {
@@ -16,6 +17,7 @@ struct Timer {
 kor::util::Mutex g_mutex;
 std::vector<Timer> g_timers KOR_GUARDED_BY(g_mutex);
 std::atomic<bool> g_fires_at_once{false};
+std::atomic<int> g_failures{0};  // So often there is no memory for a timer.
 Record g_added;
 
 std::vector<Timer> TakeTimers() {
@@ -34,6 +36,7 @@ TimerManager::TimerManager() = default;
 
 int TimerManager::AddTask(long long delay_us, std::function<bool(int, void*)> task, void* user_data) {
   using namespace kor::test;
+  if (g_failures-- > 0) throw std::bad_alloc();
   if (g_fires_at_once) {
     EXPECT_FALSE(task(0, user_data));
   } else {
@@ -53,35 +56,52 @@ class LateTimerTest : public AtTest {
  protected:
   LateTimerTest() {
     g_fires_at_once = false;
+    g_failures = 0;
     (void)TakeTimers();
     (void)g_added.Take(0);
-    AtClient::on_request = [](const std::list<std::string>&) { return 1; };
+    AtClient::on_request = [this](const std::list<std::string>&) { return answer_.load(); };
     Claim("+R");
   }
+
+  std::atomic<int> answer_{1};
 };
 
 TEST_F(LateTimerTest, OneTimerAtATimeSpacesThePasses) {
-  // The second pass follows at once and sets the timer for what is left of two seconds.
+  // A pass that leaves nothing does not count.
+  answer_ = 0;
   at_->StartService();
-  EXPECT_EQ(2u, AtClient::requests.Take(2).size());
-  EXPECT_EQ(1u, g_added.Take(1).size());
-  // Passes that claims bring while it is pending set no second one.
+  EXPECT_EQ(Lines{"+R"}, AtClient::requests.Take(1));
+  EXPECT_EQ(Lines{"+R 1"}, results_.Take(1));
+  // The second one of those that do follows at once and sets the timer for what is left of two seconds.
+  answer_ = 1;
   Claim("+S");
-  EXPECT_EQ(Lines{"+R +S"}, AtClient::requests.Take(1));
+  EXPECT_EQ((Lines{"+S", "+S"}), AtClient::requests.Take(2));
+  EXPECT_EQ(1u, g_added.Take(1).size());
+  const Lines times = log_.TakeWith("AtService::ScheduleNextPass()");
+  ASSERT_EQ(3u, times.size());
+  const long long passed_us = std::stoll(times[1].substr(times[1].find("diff_us [") + 9));
+  // Passes that claims bring while it is pending set no second one.
+  Claim("+T");
+  EXPECT_EQ(Lines{"+S +T"}, AtClient::requests.Take(1));
   at_->StopService();
   auto timers = TakeTimers();
   ASSERT_EQ(1u, timers.size());
   EXPECT_EQ(nullptr, timers[0].user_data);
-  EXPECT_GT(timers[0].delay_us, 0);
-  EXPECT_LE(timers[0].delay_us, 2'000'000);
+  EXPECT_EQ(2'000'000, passed_us + timers[0].delay_us);
 
-  // It fires while the service is stopped: its pass waits for the next start.
+  // It fires while the service is stopped, again while there is no memory for a message: its pass waits for the next
+  // start.
+  EXPECT_TRUE([&] {
+    const NoMemory none;
+    return timers[0].task(0, nullptr);
+  }());
   EXPECT_EQ(0, AtServicePeer::TimerId());
   EXPECT_FALSE(timers[0].task(0, nullptr));
   EXPECT_EQ(-1, AtServicePeer::TimerId());
   EXPECT_EQ(std::vector<int32_t>{kor::wwan::kMsgRegister}, AtServicePeer::QueuedTypes());
+  g_failures = 1;  // No timer at first: none counts as pending.
   at_->StartService();
-  EXPECT_EQ(Lines{"+R +S"}, AtClient::requests.Take(1));
+  EXPECT_EQ(Lines{"+S +T"}, AtClient::requests.Take(1));
   EXPECT_EQ(1u, g_added.Take(1).size());
 }
 

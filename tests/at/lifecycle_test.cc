@@ -187,22 +187,46 @@ TEST_F(AtTest, ManagersComeAndGoOnSeveralThreads) {
   EXPECT_EQ(nullptr, AtService::s_ins_);
   EXPECT_EQ(0, AtClient::holders());
   EXPECT_LE(served, 60);
+}
 
-  // A handler that makes a manager of its own while the last other one is going: it gets the next service.
+// Regression: the thread of a service that was being destroyed counted as the next one's too, which then did not start.
+TEST_F(AtTest, AHandlersManagersWhileTheLastOtherOneGoesAreOfTheNextService) {
   const Gate gate;
-  auto last = std::make_unique<AtManager>();
-  const auto make_own = [&](Command& cmd) {
+  std::unique_ptr<AtManager> next;
+  Claim("+GATE", [&](Command& cmd) {
     (void)gate(cmd);
-    const AtManager own;
-    return Ok(std::to_string(AtServicePeer::Holders()));
-  };
-  last->RegisterCallback("+GATE", make_own, nullptr);
-  last->StartService();
-  AtClient::on_answer = nullptr;
+    AtManager().StartService();  // A service with a thread of its own, gone at once.
+    EXPECT_EQ(2, AtClient::holders());
+    next = std::make_unique<AtManager>();
+    next->RegisterCallback(
+        "+NEXT", [](Command&) { return Ok(); }, nullptr);
+    next->StartService();
+    return Ok();
+  });
+  at_->StartService();
   AtClient::Forward(Cmd("+GATE"));
-  EndInside(gate, std::move(last));
-  EXPECT_EQ(Lines{"+GATE OK 1\n"}, AtClient::answers.Take(1));
+  EndInside(gate, std::move(at_));
+  AtClient::Forward(Cmd("+NEXT"));
+  EXPECT_EQ((Lines{"+GATE OK ", "+NEXT OK "}), AtClient::answers.Take(2));
+  next.reset();
   EXPECT_EQ(0, AtClient::holders());
+}
+
+// Regression: the thread that had ended was not joined before the next one was put in its place.
+TEST_F(AtTest, ARunThatAnyStopMessageEndsIsFollowedByAnother) {
+  Claim("+N");
+  const auto serve_and_end = [&] {
+    at_->StartService();
+    AtClient::Forward(Cmd("+N"));
+    EXPECT_EQ(Lines{"+N OK "}, AtClient::answers.Take(1));
+    for (int i = 0; i < 2; ++i) AtService::s_ins_->PushMsg({kor::wwan::kMsgStop, {}});
+    EXPECT_TRUE(Eventually([] { return !AtServicePeer::IsRunning(); }));
+  };
+  serve_and_end();
+  EXPECT_EQ(0, at_->StopService());
+  serve_and_end();
+  serve_and_end();
+  at_.reset();
 }
 
 TEST_F(AtTest, TheRetryTimerMayFireAtAnyMomentOfTheEnd) {

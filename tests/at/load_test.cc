@@ -3,8 +3,8 @@
 #include <atomic>
 #include <ctime>
 
-#include "at/allocations.h"
 #include "at/at_fixture.h"
+#include "support/no_memory.h"
 #include "support/sanitizers.h"
 
 namespace kor::test {

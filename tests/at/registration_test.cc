@@ -2,6 +2,7 @@
 // Registration of names with the modem, paced by the real timer.
 #include <algorithm>
 #include <atomic>
+#include <future>
 #include <regex>
 
 #include "at/at_fixture.h"
@@ -122,6 +123,21 @@ TEST_F(AtTest, ARefusedNameIsGivenUpAfterSixRequestsAndMayBeClaimedAnew) {
   AtClient::Forward(Cmd("+GOOD"));
   EXPECT_EQ(Lines{"+GOOD OK "}, AtClient::answers.Take(1));
   EXPECT_EQ(Lines{"+GOOD"}, AtClient::requests.Take(1));
+}
+
+TEST_F(AtTest, AClaimWaitsWhileTheModemIsAsked) {
+  std::future<int> claim;
+  AtClient::on_request = [&](const Names&) {
+    if (claim.valid()) return 0;
+    claim = std::async(std::launch::async, [this] { return at_->RegisterCallback("+B", nullptr, nullptr); });
+    EXPECT_EQ(std::future_status::timeout, claim.wait_for(50ms));
+    return 0;
+  };
+  Claim("+A");
+  at_->StartService();
+  EXPECT_EQ((Lines{"+A", "+B"}), AtClient::requests.Take(2));
+  EXPECT_EQ(0, claim.get());
+  at_.reset();
 }
 
 TEST_F(AtTest, ASecondClaimReplacesTheCallablesAndNothingElse) {

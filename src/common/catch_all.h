@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <exception>
+#include <utility>
+
+namespace kor::util {
+
+// Runs somebody else's code where an exception must not go on: a subscriber's, on a thread of this side. What it throws
+// is told as text, and goes no further.
+template <typename Call, typename Tell>
+void CatchAll(Call&& call, Tell&& tell) {
+  try {
+    std::forward<Call>(call)();
+  } catch (const std::exception& error) {
+    std::forward<Tell>(tell)(error.what());
+  } catch (...) {
+    std::forward<Tell>(tell)("something that is no exception");
+  }
+}
+
+}  // namespace kor::util
