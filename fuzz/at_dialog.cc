@@ -15,6 +15,7 @@ namespace {
 
 using kor::modem::AtCommand;
 using kor::modem::AtDialog;
+using kor::modem::AtReply;
 using kor::wwan::AtManager;
 
 constexpr size_t kMaxText = 200;
@@ -37,14 +38,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   using kor::fuzz::Require;
   FuzzedDataProvider input(bytes, size);
   AtCommand forwarded;
-  AtDialog dialog([&](AtCommand& command) {
+  const auto forward = [&](const AtCommand& command) {
     Require(command.op != AtManager::kOpNone, "a fault is not forwarded");
     if (command.name.rfind("+X", 0) != 0) return false;
     forwarded = command;
     return true;
-  });
+  };
+  const auto ask = [](const AtCommand& command) {
+    if (command.name == "I") return AtReply{"kwwan\nsimulated modem", std::nullopt};
+    return AtReply{"", kor::modem::kAtNotSupported};
+  };
+  AtDialog dialog({forward, ask});
   while (input.remaining_bytes() > 0) {
-    switch (input.ConsumeIntegralInRange(0, 4)) {
+    switch (input.ConsumeIntegralInRange(0, 5)) {
       case 0:
         if (dialog.wants_input())
           dialog.Type(input.ConsumeRandomLengthString(kMaxText) + (input.ConsumeBool() ? "\r" : ""));
@@ -58,9 +64,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
       case 3:
         dialog.Shown(input.ConsumeIntegralInRange<size_t>(0, dialog.output().size()));
         break;
+      case 4:
+        dialog.ShowHeld();
+        Require(!dialog.holds_back(), "nothing is held back for ever");
+        break;
       default:
         dialog.HangUp();
         Require(dialog.output().empty() && !dialog.waiting() && dialog.wants_input(), "a clean line");
+        Require(dialog.settings().line_end == '\r' && dialog.settings().quiet == 0, "the stored defaults");
     }
     Require(dialog.output().size() <= kMaxOutput, "what is to be shown is bounded");
     Require(!dialog.wants_input() || dialog.output().empty(), "nothing is typed into an answer");

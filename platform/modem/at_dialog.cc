@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "modem/at_builtins.h"
+#include "modem/at_settings.h"
 
 namespace kor::modem {
 
@@ -13,9 +13,13 @@ using kor::wwan::AtManager;
 
 constexpr size_t kEnoughOutput = 4096;  // With so much to show the next command waits.
 
-// The modem's own failures: 3GPP TS 27.007 9.2.1, code 4.
-constexpr char kNotSupportedNumber[] = "+CME ERROR: 4";
-constexpr char kNotSupportedText[] = "+CME ERROR: operation not supported";
+// The line that begins at `at`, which becomes the beginning of the next one, or the text's size. LF, CR or both end it.
+std::string_view TakeLine(std::string_view text, size_t& at) {
+  const size_t end = std::min(text.find_first_of("\r\n", at), text.size());
+  const std::string_view line = text.substr(at, end - at);
+  at = end + (text.substr(end, 2) == "\r\n" ? 2 : 1);
+  return line;
+}
 
 }  // namespace
 
@@ -27,7 +31,7 @@ void AtDialog::Type(std::string_view characters) {
 void AtDialog::Answer(bool ok, const std::string& text) {
   waiting_ = false;
   if (ok) {
-    ShowText(text);
+    ShowInfo(text);
   } else if (text.empty()) {
     Finish("ERROR", "4");
   } else {
@@ -47,8 +51,15 @@ void AtDialog::Notify(const std::string& text) {
   ReleaseNotices();
 }
 
+void AtDialog::ShowHeld() {
+  overdue_ = true;
+  ReleaseNotices();
+}
+
 void AtDialog::HangUp() {
+  settings_ = AtSettings();
   editor_.Clear();
+  last_ = "";
   typed_.clear();
   commands_.clear();
   running_ = false;
@@ -56,6 +67,7 @@ void AtDialog::HangUp() {
   output_.clear();
   notices_.clear();
   notice_bytes_ = 0;
+  overdue_ = false;
 }
 
 void AtDialog::Shown(size_t size) {
@@ -98,28 +110,31 @@ void AtDialog::Eat() {
   running_ = true;
   if (last_) commands_ = ParseAtLine(*last_);
   std::reverse(commands_.begin(), commands_.end());
-  if (!last_) Fail();
+  if (!last_) Fail(kAtNotSupported);
 }
 
 void AtDialog::Execute(AtCommand& command) {
   command.cmee = settings_.cmee;
-  if (command.op != AtManager::kOpNone && forward_(command)) {
-    waiting_ = true;
-    return;
+  if (command.op == AtManager::kOpNone) return Fail(kAtNotSupported);
+  // Before what is forwarded: no name that somebody registers takes away what a terminal is set by.
+  std::optional<AtReply> reply = RunSetting(command, settings_);
+  if (!reply) {
+    waiting_ = backend_.forward(command);
+    if (waiting_) return;
+    reply = backend_.ask(command);
   }
-  std::string info;
-  if (RunBuiltIn(command, settings_, info)) {
-    ShowText(info);
+  if (reply->error) {
+    Fail(*reply->error);
   } else {
-    Fail();
+    ShowInfo(reply->info);
   }
 }
 
-void AtDialog::Fail() {
+void AtDialog::Fail(const AtError& error) {
   if (settings_.cmee == 0) {
     Finish("ERROR", "4");
   } else {
-    Finish(settings_.cmee == 1 ? kNotSupportedNumber : kNotSupportedText, nullptr);
+    Finish("+CME ERROR: " + (settings_.cmee == 1 ? std::to_string(error.code) : error.text), nullptr);
   }
 }
 
@@ -127,36 +142,38 @@ void AtDialog::Fail() {
 void AtDialog::Finish(const std::string& word, const char* number) {
   running_ = false;
   commands_.clear();
-  if (settings_.quiet) return;
-  if (settings_.verbose || number == nullptr) {
-    ShowText(word);
-  } else {
-    output_ += number;
-    output_ += settings_.line_end;
-  }
+  ShowResult(settings_.verbose != 0 || number == nullptr ? word : number);
 }
 
-void AtDialog::ShowText(const std::string& text) {
+// Information and result codes are framed as V.250 6.2.6, tables 3 and 4, have it.
+void AtDialog::ShowInfo(const std::string& text) { ShowLines(text, LineBreak()); }
+
+void AtDialog::ShowResult(const std::string& text) {
+  if (settings_.quiet == 0) ShowLines(text, settings_.verbose != 0 ? LineBreak() : LineBreak().substr(0, 1));
+}
+
+void AtDialog::ShowLines(const std::string& text, const std::string& end) {
   if (text.empty()) return;
-  const std::string line_break{settings_.line_end, settings_.line_feed};
-  if (settings_.verbose) output_ += line_break;
-  const size_t size = text.back() == '\n' ? text.size() - 1 : text.size();
-  for (size_t i = 0; i < size; ++i) {
-    if (text[i] == '\n') {
-      output_ += line_break;
-    } else {
-      output_ += text[i];
-    }
+  if (settings_.verbose != 0) output_ += LineBreak();
+  for (size_t at = 0; at < text.size();) {
+    if (at > 0) output_ += LineBreak();
+    output_ += TakeLine(text, at);
   }
-  output_ += line_break;
+  output_ += end;
+}
+
+std::string AtDialog::LineBreak() const {
+  return {static_cast<char>(settings_.line_end), static_cast<char>(settings_.line_feed)};
 }
 
 // One at a time: the next one when it has been shown.
 void AtDialog::ReleaseNotices() {
-  if (notices_.empty() || !wants_input() || !editor_.empty()) return;
-  ShowText(notices_.front());
-  notice_bytes_ -= notices_.front().size();
-  notices_.pop_front();
+  while (!notices_.empty() && wants_input() && (editor_.empty() || overdue_)) {
+    ShowResult(notices_.front());
+    notice_bytes_ -= notices_.front().size();
+    notices_.pop_front();
+  }
+  overdue_ = overdue_ && !notices_.empty();
 }
 
 }  // namespace kor::modem

@@ -73,7 +73,7 @@ class Parser {
     command.name = rest_.front();
     rest_.remove_prefix(1);
     command.name += Upper(TakeWhile(IsNameCharacter));
-    if (command.name.size() < 2) return false;
+    if (command.name.size() < 2 || !IsLetter(command.name[1])) return false;
     command.op = AtManager::kOpPlain;
     if (Take('?')) {
       command.op = AtManager::kOpRead;

@@ -17,7 +17,8 @@ using AtCommand = kor::wwan::AtManager::Command;
 //
 //   basic      a letter, also after '&', and a number: "E1" is E with the parameter "1", "S3=13" is S3 with "13";
 //              several may follow each other, "E0V1"
-//   extended   one of + * # $ % ^ ! and a name, then nothing, "?", "=?" or "=" and parameters; ';' stands before the
+//   extended   one of + * # $ % ^ !, a letter and the rest of a name, then nothing, "?", "=?" or "=" and parameters;
+//   ';' stands before the
 //              next command
 // Blanks outside of strings have no meaning. Parameters are separated by commas and may be empty; "+XY=" has none. A
 // parameter in quotes is handed over as its value: without the quotes, commas and semicolons in it included, and \hh

@@ -59,8 +59,8 @@ void AtModem::RegisterNames(const std::list<std::string>& names) {
   }
 }
 
-AtDialog::Forward AtModem::ForwardFrom(int32_t place) {
-  return [this, place](AtCommand& command) KOR_REQUIRES(mutex_) { return ForwardLocked(place, command); };
+AtBackend AtModem::BackendFor(int32_t place) {
+  return {[this, place](const AtCommand& command) KOR_REQUIRES(mutex_) { return ForwardLocked(place, command); }, ask_};
 }
 
 bool AtModem::ForwardLocked(int32_t place, const AtCommand& command) {
@@ -115,10 +115,10 @@ std::string AtModem::Type(const std::string& line) {
   kor::util::Condition answered;
   kor::util::MutexLock lock(mutex_);
   const int32_t place = ++last_place_;
-  AtDialog dialog(ForwardFrom(place));
-  dialog.settings().echo = false;
+  AtDialog dialog(BackendFor(place));
+  dialog.settings().echo = 0;
   places_[place] = {&dialog, nullptr, &answered, 0};
-  dialog.Type(line + dialog.settings().line_end);
+  dialog.Type(line + "\r");
   std::string shown;
   TakeOutput(dialog, shown);
   while (dialog.waiting()) {
@@ -146,7 +146,7 @@ std::string AtModem::OpenTerminal() {
 std::string AtModem::AddTerminalLocked() {
   if (watched_ == nullptr) StartLocked();
   const int32_t place = ++last_place_;
-  AtTerminal& terminal = terminals_.emplace_back(watched_->epoll_fd.get(), watched_->opens, ForwardFrom(place));
+  AtTerminal& terminal = terminals_.emplace_back(watched_->epoll_fd.get(), watched_->opens, BackendFor(place));
   places_[place] = {&terminal.dialog(), &terminal, nullptr, 0};
   return terminal.path();
 }

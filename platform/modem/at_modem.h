@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <map>
 #include <memory>
@@ -31,15 +32,17 @@ namespace kor::modem {
 //
 // Thread safety: all operations may be called from any thread; only Type() waits. Reports come on the event thread
 // without a lock held. Terminals are served by a thread of their own, which sleeps while nothing is typed. Lock order:
-// this class's, then the event thread's.
+// this class's, then that of whoever answers `ask`, or the event thread's.
 class AtModem {
  public:
   using Milliseconds = std::chrono::milliseconds;
 
   static constexpr size_t kMaxTerminals = 16;
 
-  // `events` must outlive this object.
-  explicit AtModem(EventThread& events) : events_(events) {}
+  using Ask = std::function<AtReply(const AtCommand&)>;
+
+  // `ask` answers what is not forwarded. `events` must outlive this object.
+  AtModem(EventThread& events, Ask ask) : events_(events), ask_(std::move(ask)) {}
 
   // As ModemPort has them.
   void SetReport(ModemPort::AtReport report) KOR_EXCLUDES(mutex_);
@@ -69,15 +72,17 @@ class AtModem {
 
   static AtCommand Marked(const AtCommand& command, int32_t place, uint64_t number);
   bool ForwardLocked(int32_t place, const AtCommand& command) KOR_REQUIRES(mutex_);
-  AtDialog::Forward ForwardFrom(int32_t place);
+  AtBackend BackendFor(int32_t place);
   void Report(AtCommand& command) KOR_EXCLUDES(mutex_);
   std::string AddTerminalLocked() KOR_REQUIRES(mutex_);
   void StartLocked() KOR_REQUIRES(mutex_);
   [[noreturn]] void ServeTerminals(int epoll_fd) KOR_EXCLUDES(mutex_);
 
-  EventThread& events_;  // Constant after construction.
+  // Constant after construction.
+  EventThread& events_;
+  const Ask ask_;
 
-  kor::util::Mutex mutex_{kor::util::LockRank::kModem};
+  kor::util::Mutex mutex_{kor::util::LockRank::kModemTerminals};
   ModemPort::AtReport report_ KOR_GUARDED_BY(mutex_);
   std::set<std::string> names_ KOR_GUARDED_BY(mutex_);  // In upper case.
   Milliseconds answer_limit_ KOR_GUARDED_BY(mutex_){60'000};

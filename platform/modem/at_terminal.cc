@@ -9,36 +9,56 @@
 
 namespace kor::modem {
 
-AtTerminal::AtTerminal(int epoll_fd, PtyOpens& opens, AtDialog::Forward forward)
+AtTerminal::AtTerminal(int epoll_fd, PtyOpens& opens, AtBackend backend)
     : epoll_fd_(epoll_fd),
       pty_(opens),
       timer_fd_(timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC), "timerfd_create"),
-      dialog_(std::move(forward)) {
+      dialog_(std::move(backend)) {
   AddForReading(epoll_fd, timer_fd_.get());
 }
 
 void AtTerminal::LimitWait(std::chrono::milliseconds limit) {
-  const auto ms = std::max<int64_t>(1, limit.count());  // 0 would be no limit at all.
+  holding_ = false;
+  SetTimer(std::max(limit, std::chrono::milliseconds(1)));
+}
+
+// 0 stops it.
+void AtTerminal::SetTimer(std::chrono::milliseconds time) {
+  const auto ms = time.count();
   itimerspec due{};
   due.it_value.tv_sec = static_cast<time_t>(ms / 1000);
   due.it_value.tv_nsec = static_cast<long>(ms % 1000) * 1'000'000;
   timerfd_settime(timer_fd_.get(), 0, &due, nullptr);
 }
 
-bool AtTerminal::LimitPassed() {
+void AtTerminal::TakeTimeout() {
   uint64_t times = 0;
-  return read(timer_fd_.get(), &times, sizeof(times)) > 0 && dialog_.waiting();
+  if (read(timer_fd_.get(), &times, sizeof(times)) <= 0) return;
+  if (dialog_.waiting()) dialog_.Answer(false, "");
+  if (holding_) dialog_.ShowHeld();
+  holding_ = false;
+}
+
+void AtTerminal::LimitHold() {
+  if (dialog_.holds_back() == holding_) return;
+  holding_ = dialog_.holds_back();
+  SetTimer(holding_ ? kMaxHold : std::chrono::milliseconds(0));
+}
+
+void AtTerminal::HangUp() {
+  dialog_.HangUp();
+  pty_.SetMode();
 }
 
 void AtTerminal::HandleReady() {
   (void)Serve();
   // Nobody is there any more: what was typed before is still executed, but nothing is waited for. Only after a session
-  // that was used, because Reset() itself is seen as one.
+  // that was used, because Flush() itself is seen as one.
   while (used_ && !pty_.IsOpen()) {
-    dialog_.HangUp();
+    HangUp();
     if (Serve()) continue;
     used_ = false;
-    (void)pty_.Reset();  // Without it the next program sees what this one did not read.
+    (void)pty_.Flush();  // Without it the next program sees what this one did not read.
   }
   Update();
 }
@@ -48,8 +68,8 @@ bool AtTerminal::Serve() {
   char buffer[4096];
   const size_t size = dialog_.wants_input() ? pty_.Read(buffer, sizeof(buffer)) : 0;
   // Asked after the reading: when the next program has typed already, the last one's leaving is known here.
-  if (pty_.TakeLeaving()) dialog_.HangUp();
-  if (LimitPassed()) dialog_.Answer(false, "");
+  if (pty_.TakeLeaving()) HangUp();
+  TakeTimeout();
   if (size == 0) return false;
   used_ = true;
   if (pty_.IsOpen()) pty_.NoteUse();
@@ -65,6 +85,7 @@ void AtTerminal::Update() {
     used_ = used_ || open;
     dialog_.Shown(size);
   }
+  LimitHold();
   Watch(open);
 }
 

@@ -12,15 +12,18 @@ namespace kor::modem {
 
 // A terminal of the modem: a dialog whose far end is whatever program has opened a pty. Nothing blocks.
 //
-// Where no program is, what is shown is lost. When the last one leaves, its half line and the answer it waited for are
-// forgotten, so that the next program begins with a clean line; the settings stay.
+// Where no program is, what is shown is lost. When the last one leaves, its half line, the answer it waited for, its
+// settings and what it did to the pty's mode are forgotten: the next program finds the terminal as the first one did.
 //
 // Thread safety: for one thread at a time.
 class AtTerminal {
  public:
+  // A half-typed line holds an unsolicited text back so long and no longer.
+  static constexpr std::chrono::milliseconds kMaxHold{3000};
+
   // Adds descriptors to an epoll set. `opens`, whose descriptor is in that set, must outlive it. Throws
   // std::system_error.
-  AtTerminal(int epoll_fd, PtyOpens& opens, AtDialog::Forward forward);
+  AtTerminal(int epoll_fd, PtyOpens& opens, AtBackend backend);
 
   const std::string& path() const { return pty_.path(); }
   AtDialog& dialog() { return dialog_; }
@@ -35,14 +38,18 @@ class AtTerminal {
   void Update();
 
  private:
-  bool LimitPassed();
+  void SetTimer(std::chrono::milliseconds time);
+  void TakeTimeout();
+  void HangUp();
+  void LimitHold();
   bool Serve();
   void Watch(bool open);
 
   const int epoll_fd_;
   Pty pty_;
-  const OwnedFd timer_fd_;
+  const OwnedFd timer_fd_;  // For the answer that is waited for, or else for the texts that are held back.
   AtDialog dialog_;
+  bool holding_ = false;  // The timer runs for texts that are held back.
   bool used_ = false;     // The present session has typed or seen something.
   bool watched_ = false;  // The pty is in the epoll set; not while it is hung up.
 };

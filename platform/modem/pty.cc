@@ -32,8 +32,9 @@ size_t Transferred(ssize_t size) { return size > 0 ? static_cast<size_t>(size) :
 Pty::Pty(PtyOpens& opens) : opens_(opens), master_(posix_openpt(kOpenFlags), "/dev/ptmx"), path_(Unlock(fd())) {
   Check(tcgetattr(fd(), &raw_), "tcgetattr");
   cfmakeraw(&raw_);
+  SetMode();
   // This opens and closes the other end: until then it would not look closed.
-  Check(Reset() ? 0 : -1, path_.c_str());
+  Check(Flush() ? 0 : -1, path_.c_str());
   watch_ = opens_.Watch(path_);
 }
 
@@ -44,11 +45,22 @@ bool Pty::IsOpen() const {
 
 size_t Pty::Read(char* buffer, size_t size) { return Transferred(read(fd(), buffer, size)); }
 
-size_t Pty::Write(std::string_view text) { return Transferred(write(fd(), text.data(), text.size())); }
+size_t Pty::Write(std::string_view text) {
+  StopEcho();
+  return Transferred(write(fd(), text.data(), text.size()));
+}
 
-bool Pty::Reset() {
+void Pty::StopEcho() {
+  termios mode{};
+  if (tcgetattr(fd(), &mode) != 0 || (mode.c_lflag & ECHO) == 0) return;
+  mode.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+  tcsetattr(fd(), TCSANOW, &mode);
+}
+
+void Pty::SetMode() { tcsetattr(fd(), TCSANOW, &raw_); }
+
+bool Pty::Flush() {
   tcflush(fd(), TCOFLUSH);
-  tcsetattr(fd(), TCSANOW, &raw_);
   const int other_end = ioctl(fd(), TIOCGPTPEER, kOpenFlags);
   if (other_end < 0) return false;
   tcflush(other_end, TCIFLUSH);

@@ -35,15 +35,21 @@ class Pty {
   // The program that is there has typed.
   void NoteUse() { opens_.NoteUse(watch_); }
 
-  // Reads what was typed, and writes as much as there is room for; 0 when there is nothing, or no room.
+  // Reads what was typed, and writes as much as there is room for; 0 when there is nothing, or no room. A pty that
+  // echoes is told not to: what is written would come back as typed.
   size_t Read(char* buffer, size_t size);
   size_t Write(std::string_view text);
 
-  // Forgets what was written and nobody has read, and what the last program did to the mode. Is itself seen as a
-  // program that comes and goes. False when there is no descriptor left for that.
-  bool Reset();
+  // Raw mode, whatever a program has made of it.
+  void SetMode();
+
+  // Forgets what was written and nobody has read. Is itself seen as a program that comes and goes. False when there is
+  // no descriptor left for that.
+  bool Flush();
 
  private:
+  void StopEcho();
+
   PtyOpens& opens_;
   const OwnedFd master_;
   const std::string path_;

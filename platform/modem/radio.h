@@ -36,6 +36,9 @@ class Radio {
   void GetSystem(ModemPort::Answer<Manager::SystemInfo> answer) KOR_EXCLUDES(mutex_);
   bool IsRoaming() KOR_EXCLUDES(mutex_);
 
+  // How it is now.
+  RadioState State() KOR_EXCLUDES(mutex_);
+
   // Whether there can be calls.
   bool IsInService() KOR_EXCLUDES(mutex_);
 
@@ -57,7 +60,6 @@ class Radio {
   template <typename Record>
   void AnswerLater(Milliseconds delay, ModemPort::Answer<Record> answer, Record (*figures)(const RadioState& state));
 
-  RadioState State() KOR_EXCLUDES(mutex_);
   RadioState StateLocked() KOR_REQUIRES(mutex_);
   int LevelLocked() const KOR_REQUIRES(mutex_);
   Milliseconds AnswerDelay() KOR_EXCLUDES(mutex_);

@@ -60,6 +60,11 @@ bool SimCard::IsUsable() {
   return ready_ && (status == DeviceManager::kPinDisabled || status == DeviceManager::kPinVerified);
 }
 
+bool SimCard::IsStarting() {
+  kor::util::MutexLock lock(mutex_);
+  return present_ && powered_ && !ready_;
+}
+
 void SimCard::RestartLocked() {
   ready_ = false;
   ++life_;

@@ -35,6 +35,9 @@ class SimCard {
   // Whether a network may be used: the card is ready, and its PIN1 is neither wanted nor blocked.
   bool IsUsable() KOR_EXCLUDES(mutex_);
 
+  // Whether it will be ready by itself.
+  bool IsStarting() KOR_EXCLUDES(mutex_);
+
   void SetPresent(bool present) KOR_EXCLUDES(mutex_);
   void SetStartDelay(Milliseconds delay) KOR_EXCLUDES(mutex_);
   bool Unblock(int pin_id, const std::string& puk, const std::string& new_pin) KOR_EXCLUDES(mutex_);

@@ -5,6 +5,7 @@
 #include <list>
 #include <string>
 
+#include "modem/at_answers.h"
 #include "modem/at_modem.h"
 #include "modem/calls.h"
 #include "modem/event_thread.h"
@@ -121,7 +122,9 @@ class Simulation final : public ModemPort {
   Calls calls{events, links, faults};
   Profiles profiles;
   Lan lan;
-  AtModem at{events};
+  AtModem at{events, [this](const AtCommand& command) {
+               return AnswerOf(command, radio.State(), {sim.IsStarting(), sim.GetPinStatus()});
+             }};
   SimCard sim{events, [this] { ServiceChanged(); }};
   Radio radio{events, faults, [this] { return sim.IsUsable(); }};
   Sms sms{events};

@@ -45,10 +45,10 @@ thread_local ThreadState t_state;
 
 namespace {
 
-constexpr const char* kNames[] = {"unranked",   "kAtLifecycle", "kAtRegistry", "kRadioTables", "kManagerCount",
-                                  "kService",   "kDataTables",  "kDnsTable",   "kEventQueue",  "kAtHolders",
-                                  "kAtTable",   "kAtTimerLink", "kAtQueue",    "kVendor",      "kModem",
-                                  "kModemCard", "kModemQueue",  "kLast"};
+constexpr const char* kNames[] = {"unranked", "kAtLifecycle", "kAtRegistry", "kRadioTables", "kManagerCount",
+                                  "kService", "kDataTables",  "kDnsTable",   "kEventQueue",  "kAtHolders",
+                                  "kAtTable", "kAtTimerLink", "kAtQueue",    "kVendor",      "kModemTerminals",
+                                  "kModem",   "kModemCard",   "kModemQueue", "kLast"};
 static_assert(std::size(kNames) == static_cast<size_t>(LockRank::kLast) + 1, "one for each rank");
 
 bool IsErased(const void* mutex) { return mutex == process_locks; }

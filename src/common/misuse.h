@@ -22,6 +22,7 @@ enum class LockRank : int {
   kAtTimerLink,
   kAtQueue,
   kVendor,
+  kModemTerminals,
   kModem,
   kModemCard,
   kModemQueue,

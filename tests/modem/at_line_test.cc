@@ -53,6 +53,8 @@ TEST(AtLineTest, LinesAreTakenApart) {
       {";I", "!"},
       {"+CSQ+CSQ", "!"},
       {"+", "!"},
+      {"+1X", "!"},
+      {"!_X", "!"},
       {"+XY?1", "!"},
       {"I+XY=\"open", "I !"},
       {"+XY=\"", "!"},

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Terminals on ptys, the names that are forwarded, and the vendor clients between them and a host.
+#include "modem/at_terminal.h"
+
 #include <deque>
 #include <stdexcept>
 #include <thread>
@@ -83,7 +85,7 @@ TEST_F(AtTerminalTest, AnswersFindTheTerminalThatAsked) {
   EXPECT_EQ(65536u + 18, one.ReadTo("OK</").size());
 }
 
-TEST_F(AtTerminalTest, AHangUpTakesEverythingButTheSettingsWithIt) {
+TEST_F(AtTerminalTest, AHangUpTakesEverythingWithIt) {
   const std::string path = modem.OpenTerminal();
   AtManager::Command late;
   {
@@ -94,9 +96,10 @@ TEST_F(AtTerminalTest, AHangUpTakesEverythingButTheSettingsWithIt) {
   }
   for (int i = 0; i < 20; ++i) {
     Terminal next(path);  // There at once, after one that left in the middle of a line.
-    EXPECT_EQ("</OK</", next.Do("AT"));
+    EXPECT_EQ("AT<</OK</", next.Do("AT"));
     EXPECT_NE(0, ats->SendResponse(late, true, "late\n"));
-    EXPECT_EQ("ATE1AT+KW=", (next.Do("ATE1"), next.Type("ATE1AT+KW="), next.ReadTo("=")));
+    EXPECT_EQ("ATS3=7<\a/OK\a/", next.Do("ATS3=7", "OK\a/"));  // Deaf to CR, and half a line on top of it.
+    EXPECT_EQ("AT+KW=", (next.Type("AT+KW="), next.ReadTo("=")));
     next.HangUp();
     Terminal after(path);
     EXPECT_EQ("ATE0<</OK</", after.Do("ATE0"));
@@ -110,7 +113,32 @@ TEST_F(AtTerminalTest, AHangUpTakesEverythingButTheSettingsWithIt) {
   EXPECT_EQ(std::vector<std::string>{"brief"}, Next().params);
   EXPECT_EQ(0, ats->SendNotification("nobody sees this"));
   Terminal last(path);
-  EXPECT_EQ("</OK</", last.Do("AT"));
+  EXPECT_EQ("AT<</OK</", last.Do("AT"));
+}
+
+TEST_F(AtTerminalTest, AnEchoOfThePtysOwnMakesNoEndlessConversation) {
+  const std::string path = modem.OpenTerminal();
+  EXPECT_TRUE(Shell("stty sane -F " + path));  // Another program's mode is not the next one's.
+  Terminal terminal(path);
+  EXPECT_EQ("AT<</OK</", terminal.Do("AT"));
+  // The mode of a program that is there stays, but what the modem shows does not come back to it as typed.
+  EXPECT_TRUE(Shell("stty sane -icrnl -icanon -opost -F " + path));
+  EXPECT_EQ("AT<</OK</", terminal.Do("AT"));
+  EXPECT_EQ("</+CSQ: 29,99</", (terminal.Do("ATE0+CSQ", "OK</"), terminal.Do("AT+CSQ", "99</")));
+  EXPECT_TRUE(Shell("stty -F " + path + " | grep -q -- -echo"));
+}
+
+TEST_F(AtTerminalTest, AHalfLineHoldsTextsBackForSecondsOnly) {
+  Terminal terminal(modem.OpenTerminal());
+  terminal.Type("AT+GS");
+  EXPECT_EQ("AT+GS", terminal.ReadTo("GS"));
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(0, ats->SendNotification("ring 1"));
+  EXPECT_EQ(0, ats->SendNotification("ring 2"));
+  EXPECT_EQ("</ring 1</</ring 2</", terminal.ReadTo("2</"));
+  EXPECT_GE(std::chrono::steady_clock::now() - start, kor::modem::AtTerminal::kMaxHold);
+  EXPECT_EQ("N<</001010012345672</</OK</", terminal.Do("N"));
+  EXPECT_EQ("kwwan\nsimulated modem\n1\nOK", modem.Type("AT+GMI;+CGMM=?;+GMM;+CGMR"));
 }
 
 TEST_F(AtTerminalTest, NobodyIsWaitedForForEver) {
@@ -134,7 +162,7 @@ TEST_F(AtTerminalTest, NobodyIsWaitedForForEver) {
   modem.TakeRecord();
   for (int i = 0; i < 5000; ++i) EXPECT_EQ(0, ats->SendNotification("ring " + std::to_string(i)));
   EXPECT_EQ(1000u, modem.TakeRecord().size());
-  EXPECT_EQ("+CSQ: 99,99\nOK", modem.Type("AT+CSQ"));
+  EXPECT_EQ("+CSQ: 29,99\nOK", modem.Type("AT+CSQ"));
   const std::string shown = terminal.ReadTo("ring 4999</");
   EXPECT_EQ(0u, shown.find("</ring 0</</ring 1</"));
   EXPECT_LT(shown.size(), 60'000u);

@@ -2,6 +2,7 @@
 // The radio: answers that come later, figures that move, registration that comes and goes.
 #include <pthread.h>
 
+#include <algorithm>
 #include <future>
 #include <memory>
 #include <stdexcept>
@@ -105,6 +106,29 @@ TEST_F(RadioTest, FiguresFollowTheSignalAndTheTechnology) {
     ASSERT_GE(cells.neighbours.size(), 2u);
     for (const auto& cell : cells.neighbours) EXPECT_LT(*cell.rsrp, *cells.serving->rsrp) << word;
     EXPECT_EQ(word.find("nr5g") != std::string::npos, Signal().nr5g.has_value()) << word;
+  }
+}
+
+TEST_F(RadioTest, TerminalsAreToldTheSame) {
+  const std::pair<std::string, std::string> kRows[] = {
+      {"signal 75 0", R"(+CSQ: 29,99 +CREG: 0,1 +COPS: 0,0,"Home Mobile",7 OK)"},
+      {"signal 0 0", R"(+CSQ: 9,99 +CREG: 0,1 +COPS: 0,0,"Home Mobile",7 OK)"},
+      {"technology gsm", R"(+CSQ: 0,7 +CREG: 0,1 +COPS: 0,0,"Home Mobile",0 OK)"},
+      {"signal 100 0", R"(+CSQ: 31,0 +CREG: 0,1 +COPS: 0,0,"Home Mobile",0 OK)"},
+      {"technology umts", R"(+CSQ: 31,99 +CREG: 0,1 +COPS: 0,0,"Home Mobile",2 OK)"},
+      {"technology lte+nr5g", R"(+CSQ: 31,99 +CREG: 0,1 +COPS: 0,0,"Home Mobile",13 OK)"},
+      {"roaming on", R"(+CSQ: 31,99 +CREG: 0,5 +COPS: 0,0,"Visited Mobile",13 OK)"},
+      {"technology nr5g", R"(+CSQ: 99,99 +CREG: 0,5 +COPS: 0,0,"Visited Mobile",11 OK)"},
+      {"registration denied", "+CSQ: 99,99 +CREG: 0,3 +COPS: 0 OK"},
+      {"registration none", "+CSQ: 99,99 +CREG: 0,0 +COPS: 0 OK"},
+      {"registration registered", R"(+CSQ: 99,99 +CREG: 0,5 +COPS: 0,0,"Visited Mobile",11 OK)"},
+      {"technology none", "+CSQ: 99,99 +CREG: 0,2 +COPS: 0 OK"},
+  };
+  for (const auto& [line, told] : kRows) {
+    EXPECT_TRUE(RunScenarioLine(modem, line).ok) << line;
+    std::string typed = modem.Type("AT+CSQ;+CREG?;+COPS?");
+    std::replace(typed.begin(), typed.end(), '\n', ' ');
+    EXPECT_EQ(told, typed) << line;
   }
 }
 

@@ -22,6 +22,8 @@ class SimCardTest : public BenchTest {
  protected:
   SimCardTest() { EXPECT_TRUE(modem.EnterPuk(1, kPuk, kOtherPin)); }
 
+  std::string Typed() { return modem.Type("AT+CMEE=1;+CPIN?"); }
+
   DmsQmiClient* const dms = DmsQmiClient::GetInstance();
   UimQmiClient* const uim = UimQmiClient::GetInstance();
 };
@@ -58,6 +60,7 @@ TEST_F(SimCardTest, ThreeWrongPinsWantThePukAndTenWrongPuksLoseTheCard) {
   EXPECT_EQ(Device::kPinBlocked, dms->SetPinLock(1, false, kWrongPin));
   EXPECT_EQ(Device::kPinBlocked, dms->SetPinLock(1, false, kPin));
   EXPECT_EQ(Device::kPinBlocked, dms->GetPinStatus());
+  EXPECT_EQ("+CPIN: SIM PUK\nOK", Typed());
   EXPECT_EQ(kSuccess, dms->SetPinLock(2, true, "1234"));
 
   EXPECT_FALSE(modem.EnterPuk(1, "87654321", kOtherPin));
@@ -66,11 +69,13 @@ TEST_F(SimCardTest, ThreeWrongPinsWantThePukAndTenWrongPuksLoseTheCard) {
   for (int i = 0; i < 10; ++i) EXPECT_FALSE(modem.EnterPuk(1, "00000000", kOtherPin));
   EXPECT_FALSE(modem.EnterPuk(1, kPuk, kOtherPin));
   EXPECT_EQ(Device::kPinPermanentlyBlocked, dms->GetPinStatus());
+  EXPECT_EQ("+CME ERROR: 13", Typed());
   EXPECT_EQ(Device::kPinPermanentlyBlocked, dms->SetPinLock(1, false, kOtherPin));
 }
 
 TEST_F(SimCardTest, CallsGoWithTheCardAndWaitForItsPin) {
   EXPECT_EQ(kSuccess, dms->SetPinLock(1, true, kOtherPin));
+  EXPECT_EQ("+CPIN: READY\nOK", Typed());
   BringUp(0, kIpv4);
   modem.IgnoreRequests(1);  // It hangs.
   EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv6));
@@ -81,10 +86,12 @@ TEST_F(SimCardTest, CallsGoWithTheCardAndWaitForItsPin) {
   EXPECT_EQ("disconnected 100 4", listener.Next());
   EXPECT_EQ("connect-failed 100 6", listener.Next());
   EXPECT_EQ(Device::kSimNotReady, dms->SetPinLock(1, true, kOtherPin));
+  EXPECT_EQ("+CME ERROR: 10", Typed());
   EXPECT_EQ(kSuccess, uim->TurnOnPower(1));
   EXPECT_EQ(Device::kSimNotReady, dms->GetPinStatus());
   EXPECT_TRUE(modem.WaitIdle(kLongEnough));
   EXPECT_EQ(Device::kPinNotVerified, dms->GetPinStatus());
+  EXPECT_EQ("+CPIN: SIM PIN\nOK", Typed());
   EXPECT_EQ(kFailure, qcmap->ConnectBackhaul(0, kIpv4));
   EXPECT_EQ(kSuccess, dms->SetPinLock(1, false, kOtherPin));
   BringUp(0, kIpv4);
@@ -95,10 +102,12 @@ TEST_F(SimCardTest, CallsGoWithTheCardAndWaitForItsPin) {
   EXPECT_EQ(kSuccess, uim->TurnOffPower(1));
   EXPECT_EQ(kSuccess, uim->TurnOnPower(1));
   EXPECT_TRUE(modem.WaitIdle(kLongEnough));
+  EXPECT_EQ("+CME ERROR: 10", Typed());
   EXPECT_EQ(Device::kSimNotReady, dms->GetPinStatus());
   modem.SetSimDelay(std::chrono::hours(1));
   modem.SetSimPresent(true);
   EXPECT_EQ(Device::kSimNotReady, dms->GetPinStatus());
+  EXPECT_EQ("+CME ERROR: 14", Typed());
   EXPECT_EQ(kFailure, qcmap->ConnectBackhaul(0, kIpv4));
 }
 
