@@ -34,8 +34,9 @@ class Terminal {
     char c = 0;
     pollfd ready{fd_, POLLIN, 0};
     constexpr int kLimitMs = std::chrono::milliseconds(kLongEnough).count();
+    constexpr size_t kMost = 200'000;  // Nothing that is looked for is so far away.
     while (shown.size() < end.size() || shown.compare(shown.size() - end.size(), end.size(), end) != 0) {
-      if (poll(&ready, 1, kLimitMs) != 1 || read(fd_, &c, 1) != 1) return shown + " (no more)";
+      if (shown.size() > kMost || poll(&ready, 1, kLimitMs) != 1 || read(fd_, &c, 1) != 1) return shown + " (no more)";
       shown += c == '\r' ? '<' : c == '\n' ? '/' : c;
     }
     return shown;
