@@ -18,9 +18,9 @@ constexpr uid_t kUser = 1000;
 
 struct DispatcherTest : testing::Test {
   // The code of the refusal; 0 when the request was taken.
-  int Start(uint64_t number, const std::string& method, bool may_change = true) {
+  int Start(uint64_t number, const std::string& method, Access access = Access::kChange) {
     try {
-      dispatcher.Start({7, {kUser, {kUser}, 1}, may_change}, number, {number, method, Json::object(), {}});
+      dispatcher.Start({7, {kUser, {kUser}, 1}, access}, number, {number, method, Json::object(), {}});
     } catch (const RequestError& error) {
       return error.code();
     }
@@ -41,6 +41,7 @@ struct DispatcherTest : testing::Test {
   Dispatcher dispatcher{
       {{"read", Access::kRead, Lane::kShort, [](const Request&) -> Json { return "\xff read"; }},
        {"change", Access::kChange, Lane::kShort, [](const Request&) -> Json { return nullptr; }},
+       {"run", Access::kRun, Lane::kShort, [](const Request& request) -> Json { return request.access; }},
        {"throw", Access::kRead, Lane::kShort, [](const Request&) -> Json { throw std::runtime_error("no modem"); }},
        {"refuse", Access::kRead, Lane::kShort,
         [](const Request&) -> Json {
@@ -49,16 +50,19 @@ struct DispatcherTest : testing::Test {
       mailbox};
 };
 
-TEST_F(DispatcherTest, OnlyWhoMayChangeThingsDoes) {
-  EXPECT_EQ(kNotPermitted, Start(1, "change", false));
-  EXPECT_EQ(0, Start(2, "read", false));
-  EXPECT_EQ(0, Start(3, "change", true));
-  EXPECT_EQ(kUnknownMethod, Start(4, "chnge", false));
-  const auto mails = TakeMails(2);
-  ASSERT_EQ(2u, mails.size());
+TEST_F(DispatcherTest, NobodyDoesMoreThanHeMay) {
+  EXPECT_EQ(kNotPermitted, Start(1, "change", Access::kRead));
+  EXPECT_EQ(0, Start(2, "read", Access::kRead));
+  EXPECT_EQ(0, Start(3, "change", Access::kChange));
+  EXPECT_EQ(kUnknownMethod, Start(4, "chnge", Access::kRead));
+  EXPECT_EQ(kNotPermitted, Start(5, "run", Access::kChange));
+  EXPECT_EQ(0, Start(6, "run", Access::kRun));
+  const auto mails = TakeMails(3);
+  ASSERT_EQ(3u, mails.size());
   EXPECT_EQ(2u, mails[0].request);
   EXPECT_EQ("{\"jsonrpc\":\"2.0\",\"id\":2,\"result\":\"\xEF\xBF\xBD read\"}\n", mails[0].line);
   EXPECT_EQ(3u, mails[1].request);
+  EXPECT_EQ("{\"jsonrpc\":\"2.0\",\"id\":6,\"result\":2}\n", mails[2].line);  // A method is told.
 }
 
 TEST_F(DispatcherTest, WhatAMethodThrowsIsItsAnswer) {
@@ -72,15 +76,17 @@ TEST_F(DispatcherTest, WhatAMethodThrowsIsItsAnswer) {
       mails[1].line);
 }
 
-TEST(PeerTest, RootTheHostsUserAndTheGroupsMembersMayChangeThings) {
+TEST(PeerTest, RootAndTheHostsUserMayDoAllAndMembersWhatTheirGroupMay) {
   constexpr uid_t kHost = 500;
   const Peer stranger{1000, {1000, 27}, 1};
-  EXPECT_FALSE(MayChange(stranger, kHost, std::nullopt));
-  EXPECT_FALSE(MayChange(stranger, kHost, 100));
-  EXPECT_TRUE(MayChange(stranger, kHost, 1000));  // The primary group counts,
-  EXPECT_TRUE(MayChange(stranger, kHost, 27));    // and the others.
-  EXPECT_TRUE(MayChange({0, {0}, 1}, kHost, std::nullopt));
-  EXPECT_TRUE(MayChange({kHost, {1}, 1}, kHost, std::nullopt));
+  EXPECT_EQ(Access::kRead, AccessOf(stranger, kHost, {}));
+  EXPECT_EQ(Access::kRead, AccessOf(stranger, kHost, {100, 101}));
+  EXPECT_EQ(Access::kChange, AccessOf(stranger, kHost, {1000, 101}));  // The primary group counts,
+  EXPECT_EQ(Access::kChange, AccessOf(stranger, kHost, {27, {}}));     // and the others.
+  EXPECT_EQ(Access::kRun, AccessOf(stranger, kHost, {{}, 27}));
+  EXPECT_EQ(Access::kRun, AccessOf(stranger, kHost, {1000, 27}));
+  EXPECT_EQ(Access::kRun, AccessOf({0, {0}, 1}, kHost, {}));
+  EXPECT_EQ(Access::kRun, AccessOf({kHost, {1}, 1}, kHost, {}));
 
   int ends[2];
   ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends));

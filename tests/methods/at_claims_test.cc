@@ -61,6 +61,15 @@ TEST_F(AtClaimsTest, ATextOrACommandAnswers) {
   EXPECT_EQ(7, EntryOf("+KWPING")["served"]);
 }
 
+TEST_F(AtClaimsTest, WhoMayOnlyChangeThingsHasNothingRunAndThereIsALimit) {
+  may = kor::host::Access::kChange;
+  EXPECT_EQ(-32000, ErrorOf("at.claim", R"({"name":"+KWID","run":"id"})"));
+  for (int i = 0; i < 64; ++i) Claim("+KW" + std::to_string(i), "answer", "x");
+  EXPECT_EQ(-32001, ErrorOf("at.claim", R"({"name":"+KWID","answer":"x"})"));
+  EXPECT_EQ(nullptr, EntryOf("+KWID"));
+  Claim("+KW63", "answer", "another");
+}
+
 TEST_F(AtClaimsTest, ACommandThatHangsIsKilledWithAllItsChildren) {
   // Its own pid, then children of its own.
   Claim("+KWHANG", "run", "echo $$ > /tmp/pid; sleep 600 | sleep 601; true");

@@ -26,7 +26,7 @@ class HostTest : public testing::Test {
 
   // The result of a method or {"error":{"code","message","data"}}.
   Json Call(const std::string& name, const std::string& params = "{}", std::vector<Json>* steps = nullptr) {
-    kor::host::Request request{Json::parse(params), 0, nullptr};
+    kor::host::Request request{Json::parse(params), 0, nullptr, may};
     if (steps != nullptr) request.progress = [steps](const Json& step) { steps->push_back(step); };
     for (const auto& method : methods) {
       if (method.name != name) continue;
@@ -60,6 +60,7 @@ class HostTest : public testing::Test {
     return found;
   }
 
+  kor::host::Access may = kor::host::Access::kRun;  // Of the one who calls.
   kor::modem::SimModem& modem = kor::modem::SimModem::Get();
   std::mutex mutex;
   std::vector<Json> events;  // Guarded by mutex.

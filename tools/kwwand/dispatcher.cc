@@ -46,22 +46,19 @@ const Method& Dispatcher::Find(const std::string& name) const {
 
 void Dispatcher::Start(const Caller& caller, uint64_t request, RpcRequest rpc) {
   const Method& method = Find(rpc.method);
-  if (method.access == Access::kChange) {
-    if (!caller.may_change) {
-      throw RequestError(
-          kNotPermitted,
-          method.name + " changes things: that takes root, kwwand's own user or a member of its --group");
-    }
+  Require(caller.access, method.access, method.name);
+  if (method.access != Access::kRead) {
     syslog(LOG_INFO, "%s for user %u, process %d", method.name.c_str(), caller.peer.uid, caller.peer.pid);
   }
   const uint64_t client = caller.client;
-  auto job = [this, &method, client, request, id = std::move(rpc.id), params = std::move(rpc.params)]() mutable {
+  auto job = [this, &method, client, request, access = caller.access, id = std::move(rpc.id),
+              params = std::move(rpc.params)]() mutable {
     const auto progress = [this, client, request, &id](const Json& step) {
       Json told = {{"id", id}};
       told.update(step);
       mailbox_.Post({Mail::Kind::kProgress, FormatNotification("progress", told), client, request});
     };
-    std::string answer = Answer(method, id, Request{std::move(params), client, progress});
+    std::string answer = Answer(method, id, Request{std::move(params), client, progress, access});
     mailbox_.Post({Mail::Kind::kAnswer, std::move(answer), client, request, method.name == kMonitorStart});
   };
   Workers& lane = method.lane == Lane::kWaiting ? waiting_ : short_;

@@ -17,7 +17,7 @@ namespace kor::host {
 struct Caller {
   uint64_t client = 0;
   Peer peer;
-  bool may_change = false;
+  Access access = Access::kRead;
 };
 
 // Takes requests to their methods, on the lane that each wants, and posts the answers.

@@ -41,7 +41,7 @@ void StartHost(Host& host) {
 // start.
 void Live(const Options& options, Readiness& readiness) {
   const StopSignals signals;
-  ListenSocket listener(options.socket, options.mode, options.group);
+  ListenSocket listener(options.socket, options.mode, options.groups.change);
   PidFile pid_file(options.pid_file);
   RunScenario(options.scenario);
   Mailbox mailbox;
@@ -50,7 +50,7 @@ void Live(const Options& options, Readiness& readiness) {
   });
   StartHost(host);
   Dispatcher dispatcher(host.MakeMethods(), mailbox);
-  Server server(listener, mailbox, dispatcher, options.group);
+  Server server(listener, mailbox, dispatcher, options.groups);
   syslog(LOG_INFO, "kwwand %s serves %s", KWWAN_VERSION, options.socket.c_str());
   readiness.Ready();
 

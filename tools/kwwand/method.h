@@ -38,14 +38,26 @@ class RequestError : public std::runtime_error {
   Json data_;
 };
 
+// What a client may do; each includes those before it. To have commands run is to be the host's user.
+enum class Access { kRead, kChange, kRun };
+
 // One request as a method sees it. `client` and `progress` may be used until the method returns.
 struct Request {
   Json params;                                // Always an object.
   uint64_t client = 0;                        // Names the connection for its life; never used again.
   std::function<void(const Json&)> progress;  // Sends {"step":...} to the client at once; never blocks.
+  Access access = Access::kRead;              // What its client may do.
 };
 
-enum class Access { kRead, kChange };
+// Throws RequestError when `held` is less than what `what` takes: "call.up", "at.claim with run".
+inline void Require(Access held, Access wanted, const std::string& what) {
+  if (held >= wanted) return;
+  throw RequestError(kNotPermitted,
+                     what + (wanted == Access::kRun ? " runs a command: that takes root, kwwand's own user or a member "
+                                                      "of its --run-group"
+                                                    : " changes things: that takes root, kwwand's own user or a member "
+                                                      "of its --group or --run-group"));
+}
 
 // Which thread runs it: the one that runs all short methods one after another, or one of those that may wait.
 enum class Lane { kShort, kWaiting };

@@ -89,7 +89,8 @@ class CommandLine {
     app_.parse(argc, argv);
     RefuseExtras();
     options_.mode = static_cast<mode_t>(std::stoul(mode_, nullptr, 8));
-    if (!group_.empty()) options_.group = GroupNamed(group_);
+    if (!group_.empty()) options_.groups.change = GroupNamed(group_);
+    if (!run_group_.empty()) options_.groups.run = GroupNamed(run_group_);
     options_.log_level = kLogLevels.at(log_level_);
     for (std::string* path : {&options_.socket, &options_.pid_file, &options_.scenario}) *path = Absolute(*path);
     if (!backoff_.empty()) {
@@ -109,11 +110,16 @@ class CommandLine {
     app_.add_option("--mode", mode_, "The socket's mode, octal (default 0660)")
         ->type_name("MODE")
         ->check(Takes("an octal mode from 0000 to 0777, such as 0660", IsMode));
+    const CLI::Validator is_group = Takes("the name of a group of this machine",
+                                          [](const std::string& name) { return GroupNamed(name).has_value(); });
     app_.add_option("--group", group_,
                     "The socket's group; its members may change things, as root and kwwand's user may")
         ->type_name("NAME")
-        ->check(Takes("the name of a group of this machine",
-                      [](const std::string& name) { return GroupNamed(name).has_value(); }));
+        ->check(is_group);
+    app_.add_option("--run-group", run_group_,
+                    "Its members may also have AT commands answered by a command, which runs as kwwand's user")
+        ->type_name("NAME")
+        ->check(is_group);
   }
 
   void AddProcessOptions() {
@@ -154,6 +160,7 @@ class CommandLine {
   Options options_;
   std::string mode_ = "0660";
   std::string group_;
+  std::string run_group_;
   std::string log_level_ = "info";
   std::vector<int> backoff_;
 };

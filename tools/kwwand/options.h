@@ -8,13 +8,15 @@
 #include <optional>
 #include <string>
 
+#include "kwwand/peer.h"
+
 namespace kor::host {
 
 // What the command line asks for. Paths are absolute, so that they hold in the background too.
 struct Options {
   std::string socket = "/run/kwwand/kwwand.sock";
   mode_t mode = 0660;
-  std::optional<gid_t> group;  // Owns the socket; its members may change things.
+  Groups groups;  // That for changes owns the socket.
   bool daemon = false;
   std::string pid_file;  // Empty: none.
   int log_level = LOG_INFO;

@@ -35,9 +35,12 @@ Peer PeerOf(int fd) {
   return peer;
 }
 
-bool MayChange(const Peer& peer, uid_t host, std::optional<gid_t> group) {
-  if (peer.uid == 0 || peer.uid == host) return true;
-  return group && std::find(peer.groups.begin(), peer.groups.end(), *group) != peer.groups.end();
+Access AccessOf(const Peer& peer, uid_t host, const Groups& groups) {
+  const auto is_in = [&peer](std::optional<gid_t> group) {
+    return group && std::find(peer.groups.begin(), peer.groups.end(), *group) != peer.groups.end();
+  };
+  if (peer.uid == 0 || peer.uid == host || is_in(groups.run)) return Access::kRun;
+  return is_in(groups.change) ? Access::kChange : Access::kRead;
 }
 
 }  // namespace kor::host

@@ -6,6 +6,8 @@
 #include <optional>
 #include <vector>
 
+#include "kwwand/method.h"
+
 namespace kor::host {
 
 // Who is at the other end of a connection, as the kernel has it from the moment it connected.
@@ -18,8 +20,14 @@ struct Peer {
 // Throws std::system_error.
 Peer PeerOf(int fd);
 
-// Whether `peer` may change things: root, the host's own user, a member of the group. Reading takes no more than the
-// socket's permissions.
-bool MayChange(const Peer& peer, uid_t host, std::optional<gid_t> group);
+// Groups whose members may do more than read.
+struct Groups {
+  std::optional<gid_t> change;
+  std::optional<gid_t> run;
+};
+
+// What `peer` may do: everything when it is root or the host's own user, else what its groups give. Reading takes no
+// more than the socket's permissions.
+Access AccessOf(const Peer& peer, uid_t host, const Groups& groups);
 
 }  // namespace kor::host

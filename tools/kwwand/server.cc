@@ -66,9 +66,9 @@ void Server::Welcome(Fd socket) {
     return;
   }
   Peer peer = PeerOf(socket.get());
-  const bool may_change = MayChange(peer, geteuid(), group_);
+  const Access access = AccessOf(peer, geteuid(), groups_);
   syslog(LOG_DEBUG, "client %" PRIu64 ": user %u, process %d", ++last_client_, peer.uid, peer.pid);
-  clients_.try_emplace(last_client_, std::move(socket), Caller{last_client_, std::move(peer), may_change});
+  clients_.try_emplace(last_client_, std::move(socket), Caller{last_client_, std::move(peer), access});
 }
 
 void Server::Deliver() {

@@ -5,7 +5,6 @@
 
 #include <cstdint>
 #include <map>
-#include <optional>
 #include <string>
 
 #include "kwwand/connection.h"
@@ -25,9 +24,9 @@ class Server {
  public:
   static constexpr size_t kMaxClients = 128;
 
-  // Members of `group` may change things. Requires: the others outlive this.
-  Server(ListenSocket& listener, Mailbox& mailbox, Dispatcher& dispatcher, std::optional<gid_t> group)
-      : listener_(listener), mailbox_(mailbox), dispatcher_(dispatcher), group_(group) {}
+  // Requires: the others outlive this.
+  Server(ListenSocket& listener, Mailbox& mailbox, Dispatcher& dispatcher, const Groups& groups)
+      : listener_(listener), mailbox_(mailbox), dispatcher_(dispatcher), groups_(groups) {}
 
   // Serves until `stop_fd` can be read. Then no one can connect any more, whatever was asked and is not answered is
   // answered kShuttingDown, and the connections are closed. Throws std::system_error.
@@ -50,7 +49,7 @@ class Server {
   ListenSocket& listener_;
   Mailbox& mailbox_;
   Dispatcher& dispatcher_;
-  const std::optional<gid_t> group_;
+  const Groups groups_;
   std::map<uint64_t, Connection> clients_;
   uint64_t last_client_ = 0;
   bool accept_paused_ = false;  // There was no descriptor for a client: a round without new ones.

@@ -8,6 +8,7 @@
 #include <map>
 
 #include "common/mutex.h"
+#include "kwwand/method.h"
 #include "kwwand/methods/shell_command.h"
 
 namespace kor::host {
@@ -74,6 +75,9 @@ AtClaims::AtClaims() : table_(std::make_shared<Table>()) {}
 AtClaims::Entry AtClaims::Claim(AtManager& at, const Entry& entry) {
   {
     kor::util::MutexLock lock(table_->mutex);
+    if (table_->entries.size() >= kMaxClaims && table_->entries.count(entry.name) == 0) {
+      throw RequestError(kBusy, std::to_string(kMaxClaims) + " commands are claimed, and no more can be");
+    }
     Entry& kept = table_->entries[entry.name];
     kept.name = entry.name;
     kept.run = entry.run;

@@ -29,9 +29,12 @@ class AtClaims {
     uint64_t served = 0;
   };
 
+  static constexpr size_t kMaxClaims = 64;
+
   AtClaims();
 
   // Claims a name, or gives one that is claimed already another answer. Returns before the modem has said its word.
+  // Throws RequestError when there are kMaxClaims others.
   Entry Claim(kor::wwan::AtManager& at, const Entry& entry);
 
   // In the order of their names.

@@ -57,6 +57,7 @@ Json Claim(Core& core, const Request& request) {
   AtClaims::Entry entry;
   entry.name = NameOf(params);
   if (params.Has("run") && params.Has("answer")) params.Refuse("answer", "no value beside run");
+  if (params.Has("run")) Require(request.access, Access::kRun, "at.claim with run");
   if (params.Has("answer")) {
     entry.answer = params.Text("answer", kMaxText);
   } else {
