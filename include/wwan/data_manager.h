@@ -281,7 +281,7 @@ class KOR_EXPORT DataManager {
 
   // Events of a running wait, oldest first; filled by publishers' threads.
   std::list<kor::util::EventDic> events_ KOR_GUARDED_BY(mutex_);
-  kor::util::Mutex mutex_{kor::util::LockRank::kEventQueue};
+  kor::util::Mutex mutex_;
   kor::util::Condition cond_;  // Signalled on the empty -> one edge; enough because there is one consumer.
   int64_t wait_budget_us_ = kWaitTimeoutUs;
 };

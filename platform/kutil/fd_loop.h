@@ -9,6 +9,7 @@
 
 #include "common/condition.h"
 #include "common/mutex.h"
+#include "kutil/lock_ranks.h"
 
 namespace kor::util {
 
@@ -71,7 +72,7 @@ class FdLoop : public std::enable_shared_from_this<FdLoop> {
 
   const char* const thread_name_;
 
-  Mutex mutex_{LockRank::kLast};
+  Mutex mutex_{rank::kUtility};
   uint64_t last_token_ KOR_GUARDED_BY(mutex_) = 0;
   std::map<uint64_t, std::shared_ptr<Watch>> watches_ KOR_GUARDED_BY(mutex_);  // By token.
   std::shared_ptr<Watch> running_ KOR_GUARDED_BY(mutex_);                      // Not null iff its callback is running.

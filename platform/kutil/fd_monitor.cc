@@ -6,13 +6,14 @@
 
 #include "common/mutex.h"
 #include "kutil/fd_loop.h"
+#include "kutil/lock_ranks.h"
 
 namespace kor::util {
 
 namespace {
 
 struct Registry {
-  Mutex mutex{LockRank::kLast};
+  Mutex mutex{rank::kUtility};
   std::vector<FdMonitor*> monitors KOR_GUARDED_BY(mutex);
 };
 

@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "common/misuse.h"
+#include "common/lock_order.h"
 
 namespace kor::util {
 
@@ -13,7 +13,7 @@ Thread& Thread::operator=(std::thread&& thread) {
 }
 
 void Thread::Join() {
-  if (thread_.get_id() == std::this_thread::get_id()) misuse::Refuse("a thread joins itself: do it on another one");
+  if (thread_.get_id() == std::this_thread::get_id()) lock_order::Refuse("a thread joins itself: do it on another one");
   if (thread_.joinable()) thread_.join();
 }
 

@@ -17,6 +17,7 @@
 #include "common/log.h"
 #include "common/mutex.h"
 #include "kutil/guarded_call.h"
+#include "kutil/lock_ranks.h"
 #include "kutil/signals_blocked.h"
 
 namespace kor::util {
@@ -59,7 +60,7 @@ class TimerTasks : public std::enable_shared_from_this<TimerTasks> {
   Queue::node_type AwaitDue() KOR_EXCLUDES(mutex_);
   void RunAgain(Queue::node_type node) KOR_EXCLUDES(mutex_);
 
-  Mutex mutex_{LockRank::kLast};
+  Mutex mutex_{rank::kUtility};
   Condition cond_;  // Signalled when the next thing to do has changed.
   Queue queue_ KOR_GUARDED_BY(mutex_);
   int next_id_ KOR_GUARDED_BY(mutex_) = 0;

@@ -21,6 +21,7 @@
 #include "modem/modem_port.h"
 #include "modem/owned_fd.h"
 #include "modem/pty_opens.h"
+#include "port/lock_ranks.h"
 
 namespace kor::modem {
 
@@ -82,7 +83,7 @@ class AtModem {
   EventThread& events_;
   const Ask ask_;
 
-  kor::util::Mutex mutex_{kor::util::LockRank::kModemTerminals};
+  kor::util::Mutex mutex_{rank::kModemTerminals};
   ModemPort::AtReport report_ KOR_GUARDED_BY(mutex_);
   std::set<std::string> names_ KOR_GUARDED_BY(mutex_);  // In upper case.
   Milliseconds answer_limit_ KOR_GUARDED_BY(mutex_){60'000};

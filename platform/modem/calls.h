@@ -14,6 +14,7 @@
 #include "modem/faults.h"
 #include "modem/links.h"
 #include "modem/modem_port.h"
+#include "port/lock_ranks.h"
 
 namespace kor::modem {
 
@@ -88,7 +89,7 @@ class Calls {
   Links& links_;
   Faults& faults_;
 
-  kor::util::Mutex mutex_{kor::util::LockRank::kModem};
+  kor::util::Mutex mutex_{rank::kModem};
   ModemPort::CallReport report_ KOR_GUARDED_BY(mutex_);
   Milliseconds connect_delay_ KOR_GUARDED_BY(mutex_){50};
   Milliseconds disconnect_delay_ KOR_GUARDED_BY(mutex_){20};

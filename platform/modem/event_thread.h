@@ -9,6 +9,7 @@
 
 #include "common/condition.h"
 #include "common/mutex.h"
+#include "port/lock_ranks.h"
 
 namespace kor::modem {
 
@@ -38,7 +39,7 @@ class EventThread {
   Event Next() KOR_EXCLUDES(mutex_);
   bool IdleLocked() const KOR_REQUIRES(mutex_) { return queue_.empty() && !running_; }
 
-  kor::util::Mutex mutex_{kor::util::LockRank::kModemQueue};
+  kor::util::Mutex mutex_{rank::kModemQueue};
   kor::util::Condition work_cond_;  // Signalled when the first event changes; the thread is the one waiter.
   kor::util::Condition idle_cond_;  // Signalled when it becomes idle; a waiter that sees it wakes the next one.
   std::multimap<int64_t, Event> queue_ KOR_GUARDED_BY(mutex_);  // By time, microseconds of CLOCK_MONOTONIC.

@@ -10,6 +10,7 @@
 
 #include "common/mutex.h"
 #include "common/result.h"
+#include "port/lock_ranks.h"
 
 namespace kor::modem {
 
@@ -45,7 +46,7 @@ class Faults {
 
   kor::Result TakeFailureLocked(const std::string& name) KOR_REQUIRES(mutex_);
 
-  kor::util::Mutex mutex_{kor::util::LockRank::kModemQueue};
+  kor::util::Mutex mutex_{rank::kModemQueue};
   std::map<std::string, Failure> failures_ KOR_GUARDED_BY(mutex_);  // By name; only those with a count above 0.
   std::array<int, kKinds> counts_ KOR_GUARDED_BY(mutex_) = {};
   std::deque<std::string> record_ KOR_GUARDED_BY(mutex_);

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "common/mutex.h"
+#include "port/lock_ranks.h"
 #include "wwan/mobileap_manager.h"
 
 namespace kor::modem {
@@ -22,7 +23,7 @@ class Lan {
   std::string Text() KOR_EXCLUDES(mutex_);
 
  private:
-  kor::util::Mutex mutex_{kor::util::LockRank::kModem};
+  kor::util::Mutex mutex_{rank::kModem};
   Config config_ KOR_GUARDED_BY(mutex_);  // Valid once there is one.
 };
 

@@ -6,6 +6,7 @@
 
 #include "common/ip_family.h"
 #include "common/mutex.h"
+#include "port/lock_ranks.h"
 
 namespace kor::modem {
 
@@ -46,7 +47,7 @@ class Links {
 
   std::map<int, Link> links_;  // The interfaces that exist, by number; the event thread's.
 
-  kor::util::Mutex mutex_{kor::util::LockRank::kModemQueue};
+  kor::util::Mutex mutex_{rank::kModemQueue};
   bool enabled_ KOR_GUARDED_BY(mutex_) = true;
   std::string carrier_ KOR_GUARDED_BY(mutex_);
   bool warned_ KOR_GUARDED_BY(mutex_) = false;  // Until links work or are switched again.

@@ -10,6 +10,7 @@
 #include "modem/faults.h"
 #include "modem/modem_port.h"
 #include "modem/radio_figures.h"
+#include "port/lock_ranks.h"
 
 namespace kor::modem {
 
@@ -72,7 +73,7 @@ class Radio {
   Faults& faults_;
   const std::function<bool()> sim_usable_;
 
-  kor::util::Mutex mutex_{kor::util::LockRank::kModem};
+  kor::util::Mutex mutex_{rank::kModem};
   ModemPort::EventReport report_ KOR_GUARDED_BY(mutex_);
   RadioState set_ KOR_GUARDED_BY(mutex_);       // As it was set; the level is the one that is moved to.
   RadioState reported_ KOR_GUARDED_BY(mutex_);  // As subscribers know it.

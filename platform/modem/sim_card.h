@@ -10,6 +10,7 @@
 #include "common/result.h"
 #include "modem/event_thread.h"
 #include "modem/pin.h"
+#include "port/lock_ranks.h"
 
 namespace kor::modem {
 
@@ -56,7 +57,7 @@ class SimCard {
   EventThread& events_;
   const std::function<void()> changed_;
 
-  kor::util::Mutex mutex_{kor::util::LockRank::kModemCard};
+  kor::util::Mutex mutex_{rank::kModemCard};
   bool present_ KOR_GUARDED_BY(mutex_) = true;
   bool powered_ KOR_GUARDED_BY(mutex_) = true;
   bool ready_ KOR_GUARDED_BY(mutex_) = true;

@@ -11,6 +11,7 @@
 #include "common/result.h"
 #include "modem/event_thread.h"
 #include "modem/modem_port.h"
+#include "port/lock_ranks.h"
 #include "wwan/sms_manager.h"
 
 namespace kor::modem {
@@ -52,7 +53,7 @@ class Sms {
 
   EventThread& events_;
 
-  kor::util::Mutex mutex_{kor::util::LockRank::kModem};
+  kor::util::Mutex mutex_{rank::kModem};
   ModemPort::EventReport report_ KOR_GUARDED_BY(mutex_);
   std::array<Route, 5> routes_ KOR_GUARDED_BY(mutex_) = {{
       {Class::kClass0, Storage::kNone, Action::kTransferAndAck},

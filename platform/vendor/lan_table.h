@@ -7,6 +7,7 @@
 
 #include "common/mutex.h"
 #include "common/result.h"
+#include "common/vendor/lock_ranks.h"
 #include "modem/modem_port.h"
 #include "wwan/mobileap_manager.h"
 
@@ -56,7 +57,7 @@ class LanTable {
 
   kor::modem::ModemPort& port_;
 
-  kor::util::Mutex mutex_{kor::util::LockRank::kVendor};
+  kor::util::Mutex mutex_{rank::kVendor};
   LanConfig lan_ KOR_GUARDED_BY(mutex_) = Defaults();
   std::map<int32_t, VlanConfig> vlans_ KOR_GUARDED_BY(mutex_);
   std::map<int32_t, int32_t> mappings_ KOR_GUARDED_BY(mutex_);  // VLAN to PDN; each VLAN is in vlans_.

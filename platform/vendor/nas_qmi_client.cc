@@ -10,6 +10,7 @@
 #include "common/condition.h"
 #include "common/log.h"
 #include "common/mutex.h"
+#include "common/vendor/lock_ranks.h"
 #include "vendor/operation.h"
 #include "vendor/publish.h"
 
@@ -75,7 +76,7 @@ class Waiter {
   }
 
  private:
-  kor::util::Mutex mutex_{kor::util::LockRank::kLast};
+  kor::util::Mutex mutex_{rank::kQueryAnswer};
   kor::util::Condition cond_;  // Signalled with the answer; there is one waiter.
   bool answered_ KOR_GUARDED_BY(mutex_) = false;
   NasQmiClient::CellLocationInfo info_ KOR_GUARDED_BY(mutex_);

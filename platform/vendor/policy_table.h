@@ -8,6 +8,7 @@
 #include "common/ip_family.h"
 #include "common/mutex.h"
 #include "common/result.h"
+#include "common/vendor/lock_ranks.h"
 #include "modem/modem_port.h"
 #include "wwan/data_manager.h"
 
@@ -88,7 +89,7 @@ class PolicyTable {
 
   kor::modem::ModemPort& port_;
 
-  kor::util::Mutex mutex_{kor::util::LockRank::kVendor};
+  kor::util::Mutex mutex_{rank::kVendor};
   std::vector<Entry> entries_ KOR_GUARDED_BY(mutex_);
   int32_t next_handle_ KOR_GUARDED_BY(mutex_) = kFirstHandle + 1;
 };

@@ -17,7 +17,7 @@ using kor::vendor::qcom::qmi::AtsQmiClient;
 AtService* AtService::s_ins_ = nullptr;
 int AtService::ref_cnt = 0;
 kor::util::Mutex& AtService::s_mutex_ =
-    *new kor::util::Mutex(kor::util::LockRank::kAtHolders);  // Outlives exit(): managers may be in use then.
+    *new kor::util::Mutex(rank::kAtHolders);  // Outlives exit(): managers may be in use then.
 
 AtService* AtService::GetInstance() {
   kor::util::MutexLock lock(s_mutex_);
@@ -95,7 +95,8 @@ int AtService::Start() {
 
 int AtService::Stop() {
   if (OnServiceThread()) {
-    kor::util::misuse::Refuse("a handler stops the AT service, which waits for the handler: do it on another thread");
+    kor::util::lock_order::Refuse(
+        "a handler stops the AT service, which waits for the handler: do it on another thread");
     KOR_LOG(LOG_ERR, "The service thread cannot wait for itself\n");
     return 0;
   }

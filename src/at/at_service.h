@@ -18,6 +18,7 @@
 #include "common/mutex.h"
 #include "common/util/thread.h"
 #include "common/util/timer_manager.h"
+#include "lock_ranks.h"
 #include "wwan/at_manager.h"
 
 namespace kor::wwan {
@@ -114,7 +115,7 @@ class KOR_EXPORT AtService {
 
   // What a timer holds: the way to the service, or to nothing once that is being destroyed.
   struct TimerLink {
-    kor::util::Mutex mutex{kor::util::LockRank::kAtTimerLink};
+    kor::util::Mutex mutex{rank::kAtTimerLink};
     AtService* service KOR_GUARDED_BY(mutex) = nullptr;
   };
 
@@ -150,18 +151,18 @@ class KOR_EXPORT AtService {
 
   // The queue, oldest first. No callable runs and nothing is logged under its lock. Signalled when it was empty, which
   // is enough for one consumer that sleeps on an empty queue only.
-  kor::util::Mutex queue_mutex_{kor::util::LockRank::kAtQueue};
+  kor::util::Mutex queue_mutex_{rank::kAtQueue};
   kor::util::Condition queue_cond_;
   std::list<AtServiceMsg> msg_queue_ KOR_GUARDED_BY(queue_mutex_);
 
   // The lifecycle: held for the whole of Start() and Stop(), so that a start never meets a thread that is still ending.
-  kor::util::Mutex state_mutex_{kor::util::LockRank::kAtLifecycle};
+  kor::util::Mutex state_mutex_{rank::kAtLifecycle};
   kor::util::Thread thread_ KOR_GUARDED_BY(state_mutex_);
   std::list<AtServiceMsg> stop_msg_ KOR_GUARDED_BY(state_mutex_);  // Made by Start(), so that Stop() cannot fail.
   std::atomic<bool> running_{false};  // Looked at by the service thread between two messages.
 
   // The registry. Its lock is held for the whole of a pass, the request to the modem and every reg_cb included.
-  kor::util::Mutex cmd_mutex_{kor::util::LockRank::kAtRegistry};
+  kor::util::Mutex cmd_mutex_{rank::kAtRegistry};
   Registry cmd_set_info_m_ KOR_GUARDED_BY(cmd_mutex_);
   Pending pending_ KOR_GUARDED_BY(cmd_mutex_);              // The names not registered.
   timespec last_try_time_ KOR_GUARDED_BY(cmd_mutex_) = {};  // When a pass last left work.

@@ -27,7 +27,8 @@ class EventCbMap {
 
   // Stores a callback under `key` (usually the subscriber's `this`); one already there is replaced.
   void Add(void* key, Callback cb) KOR_EXCLUDES(mutex_) {
-    misuse::RefuseHolding(&mutex_, "a callback adds a callback to its own table: do it when the callback has returned");
+    lock_order::RefuseHolding(mutex_,
+                              "a callback adds a callback to its own table: do it when the callback has returned");
     MutexLock lock(mutex_);
     // Room first: once the callback is stored nothing may fail any more.
     order_.reserve(callbacks_.size() + 1);
@@ -38,8 +39,8 @@ class EventCbMap {
   // Forgets `key`; an unknown key changes nothing. Once this has returned, the callback is not running and never runs
   // again, so the subscriber may be destroyed.
   void Remove(void* key) KOR_EXCLUDES(mutex_) {
-    misuse::RefuseHolding(&mutex_,
-                          "a callback removes a callback of its own table: do it when the callback has returned");
+    lock_order::RefuseHolding(mutex_,
+                              "a callback removes a callback of its own table: do it when the callback has returned");
     MutexLock lock(mutex_);
     callbacks_.erase(key);
     RebuildOrderLocked();
@@ -47,9 +48,9 @@ class EventCbMap {
 
   // Calls every non-empty callback with `ev`, in ascending key order.
   void Notify(EventDic& ev) KOR_EXCLUDES(mutex_) {
-    misuse::RefuseHolding(&mutex_, "a callback publishes to its own table: do it when the callback has returned");
+    lock_order::RefuseHolding(mutex_, "a callback publishes to its own table: do it when the callback has returned");
     MutexLock lock(mutex_);
-    const misuse::Notifying notifying;
+    const lock_order::Notifying notifying;
     for (const Callback* cb : order_) {
       if (*cb) (*cb)(ev);
     }

@@ -3,39 +3,39 @@
 
 #include <pthread.h>
 
-#include "common/misuse.h"
+#include "common/lock_order.h"
 #include "common/thread_annotations.h"
 
 namespace kor::util {
 
 // One POSIX mutex with default attributes: not recursive. Take it through MutexLock; Lock() and Unlock() are for the
 // wrappers of this folder. In a debug build of the library a thread that takes one twice, or two against the order of
-// their ranks, ends the process with a sentence that says so.
+// their ranks (lock_order.h), ends the process with a sentence that says so.
 class KOR_CAPABILITY("mutex") Mutex {
  public:
   Mutex() = default;
-  explicit Mutex(LockRank rank) { misuse::Ranked(this, rank); }
-  ~Mutex() {
-    misuse::Gone(this);
-    pthread_mutex_destroy(&mutex_);
-  }
+  explicit Mutex(LockRank rank) : rank_(rank) {}
+  ~Mutex() { pthread_mutex_destroy(&mutex_); }
   Mutex(const Mutex&) = delete;
   Mutex& operator=(const Mutex&) = delete;
 
   void Lock() KOR_ACQUIRE() {
-    misuse::Locking(this);
+    lock_order::Locking(*this);
     pthread_mutex_lock(&mutex_);
-    misuse::Locked(this);
+    lock_order::Locked(*this);
   }
 
   void Unlock() KOR_RELEASE() {
-    misuse::Unlocked(this);
+    lock_order::Unlocked(*this);
     pthread_mutex_unlock(&mutex_);
   }
+
+  const LockRank& rank() const { return rank_; }
 
  private:
   friend class Condition;
   pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
+  const LockRank rank_{};  // In every build, so that what is installed has one layout.
 };
 
 // Holds a Mutex for the length of a scope.

@@ -74,7 +74,7 @@ class WaitSubscription {
 }  // namespace
 
 kor::Result DataManager::Connect(uint32_t index, kor::util::IPFamily ip_family, bool wait) {
-  if (wait) kor::util::misuse::RefuseInCallback(kWaitInCallback);
+  if (wait) kor::util::lock_order::RefuseInCallback(kWaitInCallback);
   if (ip_family == IPFamily::kBoth) return kor::Result::kFailure;
   ConnectStatus ipv4{};
   ConnectStatus ipv6{};
@@ -99,7 +99,7 @@ kor::Result DataManager::Connect(uint32_t index, kor::util::IPFamily ip_family, 
 }
 
 kor::Result DataManager::Disconnect(uint32_t index, kor::util::IPFamily ip_family, bool wait) {
-  if (wait) kor::util::misuse::RefuseInCallback(kWaitInCallback);
+  if (wait) kor::util::lock_order::RefuseInCallback(kWaitInCallback);
   if (ip_family == IPFamily::kBoth) return kor::Result::kFailure;
   ConnectStatus ipv4{};
   ConnectStatus ipv6{};

@@ -7,6 +7,7 @@
 #include "common/log.h"
 #include "common/vendor/qcmap_wrapper.h"
 #include "common/vendor/wds_qmi_client.h"
+#include "lock_ranks.h"
 
 namespace kor::wwan {
 
@@ -15,7 +16,8 @@ using kor::vendor::qcom::qmi::WdsQmiClient;
 
 std::atomic<uint32_t> DataManager::s_ins_cnt_{0};
 
-DataManager::DataManager() : qcmap_(QcmapWrapper::GetInstance()), wds_(WdsQmiClient::GetInstance()) {
+DataManager::DataManager()
+    : qcmap_(QcmapWrapper::GetInstance()), wds_(WdsQmiClient::GetInstance()), mutex_(rank::kEventQueue) {
   ins_no_ = s_ins_cnt_++;  // Last, so that an object whose clients cannot be had is not counted.
 }
 

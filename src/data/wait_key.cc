@@ -4,13 +4,14 @@
 #include <set>
 
 #include "common/mutex.h"
+#include "lock_ranks.h"
 
 namespace kor::wwan {
 
 namespace {
 
 struct TakenKeys {
-  kor::util::Mutex mutex{kor::util::LockRank::kLast};
+  kor::util::Mutex mutex{rank::kWaitKeys};
   std::set<uint32_t> numbers KOR_GUARDED_BY(mutex);
 };
 

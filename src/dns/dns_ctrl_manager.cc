@@ -5,6 +5,7 @@
 
 #include "common/mutex.h"
 #include "dns/dns_ctrl_service.h"
+#include "lock_ranks.h"
 
 namespace kor::wwan {
 
@@ -13,7 +14,7 @@ namespace {
 // Held while managers are counted: before the service lock and every table's. Outlives exit(), when managers may still
 // be in use.
 kor::util::Mutex& CountLock() {
-  static kor::util::Mutex& lock = *new kor::util::Mutex(kor::util::LockRank::kManagerCount);
+  static kor::util::Mutex& lock = *new kor::util::Mutex(rank::kManagerCount);
   return lock;
 }
 

@@ -45,7 +45,7 @@ DnsCtrlService::DnsCtrlService() : fd_monitor_(kor::util::FdMonitor::Get(0)) {
 DnsCtrlService::~DnsCtrlService() { (void)Stop(); }
 
 bool DnsCtrlService::Start() {
-  kor::util::misuse::RefuseHolding(&mutex_, kFromItsCallback);
+  kor::util::lock_order::RefuseHolding(mutex_, kFromItsCallback);
   if (inotify_fd_ != -1) {
     KOR_LOG(LOG_DEBUG, "DnsCtrlService already started\n");
     return true;
@@ -75,8 +75,8 @@ bool DnsCtrlService::Start() {
 }
 
 bool DnsCtrlService::Stop() {
-  kor::util::misuse::RefuseHolding(&mutex_, kFromItsCallback);
-  kor::util::misuse::Locking(&mutex_);  // A refresh that is waited for takes it.
+  kor::util::lock_order::RefuseHolding(mutex_, kFromItsCallback);
+  kor::util::lock_order::Locking(mutex_);  // A refresh that is waited for takes it.
   if (inotify_fd_ != -1) {
     RemoveWatch(resolv_conf_wd_);
     RemoveWatch(permanent_dns_wd_);

@@ -11,6 +11,7 @@
 #include "common/mutex.h"
 #include "common/util/fd_monitor.h"
 #include "common/util/network_manager.h"
+#include "lock_ranks.h"
 #include "wwan/data_manager.h"
 
 namespace kor::wwan {
@@ -74,7 +75,7 @@ class KOR_EXPORT DnsCtrlService {
   // Something happened to an interface.
   void EventCb(kor::util::EventDic& event_dic);
 
-  kor::util::EventCbMap callbacks_{kor::util::LockRank::kDnsTable};  // Subscribers to kEvtDnsUpdated.
+  kor::util::EventCbMap callbacks_{rank::kDnsTable};  // Subscribers to kEvtDnsUpdated.
 
  private:
   std::string GatherServerLines(bool retry) KOR_REQUIRES(mutex_);
@@ -83,8 +84,8 @@ class KOR_EXPORT DnsCtrlService {
 
   kor::util::FdMonitor* fd_monitor_;  // Not owned; monitors live as long as the process.
   kor::util::NetworkManager network_manager_;
-  kor::util::Mutex mutex_{kor::util::LockRank::kService};  // The service lock.
-  kor::util::Condition cond_;                              // For the not-ready wait alone; nothing signals it.
+  kor::util::Mutex mutex_{rank::kService};  // The service lock.
+  kor::util::Condition cond_;               // For the not-ready wait alone; nothing signals it.
 
   // Read by the file monitor's thread while Stop() clears them.
   std::atomic<int> inotify_fd_{-1};

@@ -155,7 +155,7 @@ TEST_F(AtTest, TheLastManagerMayGoInsideAHandler) {
       [&](Command& cmd) {
         const auto own = std::make_unique<AtManager>();
         (void)gate(cmd);
-        if (!kor::util::misuse::kChecked) own->StopService();
+        if (!kor::util::lock_order::kChecked) own->StopService();
         own->StartService();
         return Ok();
       },

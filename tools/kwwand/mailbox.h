@@ -7,6 +7,7 @@
 
 #include "common/mutex.h"
 #include "kwwand/fd.h"
+#include "kwwand/lock_ranks.h"
 
 namespace kor::host {
 
@@ -39,7 +40,7 @@ class Mailbox {
 
  private:
   const Fd event_fd_;
-  kor::util::Mutex mutex_;
+  kor::util::Mutex mutex_{rank::kMailbox};
   std::vector<Mail> mails_ KOR_GUARDED_BY(mutex_);
 };
 

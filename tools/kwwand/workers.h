@@ -10,6 +10,7 @@
 
 #include "common/condition.h"
 #include "common/mutex.h"
+#include "kwwand/lock_ranks.h"
 
 namespace kor::host {
 
@@ -43,7 +44,7 @@ class Workers {
   const size_t max_threads_;
   const size_t max_jobs_;
 
-  kor::util::Mutex mutex_;
+  kor::util::Mutex mutex_{rank::kWorkers};
   kor::util::Condition job_cond_;   // A job, or the end; whoever sees the end passes it on.
   kor::util::Condition idle_cond_;  // No job runs; Stop() waits for it.
   std::list<std::function<void()>> jobs_ KOR_GUARDED_BY(mutex_);

@@ -6,6 +6,7 @@
 
 #include "common/event_cb_map.h"
 #include "common/export.h"
+#include "common/vendor/lock_ranks.h"
 #include "wwan/at_manager.h"
 
 namespace kor::vendor::qcom::qmi {
@@ -32,7 +33,7 @@ class KOR_EXPORT AtsQmiClient {
   // Shows an unsolicited text on the terminal. 0 when the modem took it.
   int SendNotification(std::string text);
 
-  kor::util::EventCbMap event_cbs{kor::util::LockRank::kAtTable};  // kEvtAtCommand: a command was forwarded.
+  kor::util::EventCbMap event_cbs{rank::kAtTable};  // kEvtAtCommand: a command was forwarded.
 };
 
 }  // namespace kor::vendor::qcom::qmi

@@ -5,6 +5,7 @@
 
 #include "common/event_cb_map.h"
 #include "common/export.h"
+#include "common/vendor/lock_ranks.h"
 #include "wwan/network_manager.h"
 
 namespace kor::vendor::qcom::qmi {
@@ -37,7 +38,7 @@ class KOR_EXPORT NasQmiClient {
   bool GetCellLocation(CellLocationInfo& info);
 
   // Changes of registration, technology and signal.
-  kor::util::EventCbMap event_cbs{kor::util::LockRank::kRadioTables};
+  kor::util::EventCbMap event_cbs{rank::kRadioTables};
 };
 
 }  // namespace kor::vendor::qcom::qmi

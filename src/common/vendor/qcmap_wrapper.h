@@ -9,6 +9,7 @@
 #include "common/export.h"
 #include "common/ip_family.h"
 #include "common/result.h"
+#include "common/vendor/lock_ranks.h"
 #include "wwan/data_manager.h"
 #include "wwan/mobileap_manager.h"
 
@@ -79,7 +80,7 @@ class KOR_EXPORT QcmapWrapper {
   bool SetIpPassthrough(bool enable, IpPassthroughConfig& config);
   bool GetIpPassthrough(bool& enabled, IpPassthroughConfig& config);
 
-  kor::util::EventCbMap event_cbs{kor::util::LockRank::kDataTables};  // kEvtWwan* of every policy.
+  kor::util::EventCbMap event_cbs{rank::kDataTables};  // kEvtWwan* of every policy.
 };
 
 }  // namespace kor::vendor::qcom::qcmap

@@ -6,6 +6,7 @@
 #include "common/event_cb_map.h"
 #include "common/export.h"
 #include "common/result.h"
+#include "common/vendor/lock_ranks.h"
 #include "wwan/data_manager.h"
 
 namespace kor::vendor::qcom::qmi {
@@ -23,7 +24,7 @@ class KOR_EXPORT WdsQmiClient {
                                 kor::wwan::DataManager::ProfileSetting& setting);
   kor::Result GetProfileList(std::list<kor::wwan::DataManager::ProfileInfo>& profiles);
 
-  kor::util::EventCbMap event_cbs{kor::util::LockRank::kDataTables};
+  kor::util::EventCbMap event_cbs{rank::kDataTables};
 };
 
 }  // namespace kor::vendor::qcom::qmi

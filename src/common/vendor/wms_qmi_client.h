@@ -6,6 +6,7 @@
 #include "common/event_cb_map.h"
 #include "common/export.h"
 #include "common/result.h"
+#include "common/vendor/lock_ranks.h"
 #include "wwan/sms_manager.h"
 
 namespace kor::vendor::qcom::qmi {
@@ -28,7 +29,7 @@ class KOR_EXPORT WmsQmiClient {
   // kSuccess when the modem took it.
   kor::Result ModifyTagAsync();
 
-  kor::util::EventCbMap event_cbs{kor::util::LockRank::kRadioTables};  // A message has arrived; a storage is full.
+  kor::util::EventCbMap event_cbs{rank::kRadioTables};  // A message has arrived; a storage is full.
 };
 
 }  // namespace kor::vendor::qcom::qmi

@@ -8,6 +8,7 @@
 #include <map>
 
 #include "common/mutex.h"
+#include "kwwand/lock_ranks.h"
 #include "kwwand/method.h"
 #include "kwwand/methods/shell_command.h"
 
@@ -65,7 +66,7 @@ const char* HowText(CommandEnd::How how) {
 }  // namespace
 
 struct AtClaims::Table {
-  kor::util::Mutex mutex;
+  kor::util::Mutex mutex{rank::kAtClaims};
   std::map<std::string, Entry> entries KOR_GUARDED_BY(mutex);
   std::atomic<bool> cancel{false};
 };

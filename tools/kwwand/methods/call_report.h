@@ -6,6 +6,7 @@
 #include <functional>
 
 #include "common/mutex.h"
+#include "kwwand/lock_ranks.h"
 #include "kwwand/methods/call_watch.h"
 #include "kwwand/methods/explain.h"
 
@@ -34,7 +35,7 @@ class CallReport {
   EventLog& log_;
   CallWatch& watch_;
   const std::function<void(const Json&)> progress_;
-  kor::util::Mutex mutex_;
+  kor::util::Mutex mutex_{rank::kCallReport};
   CallStory story_ KOR_GUARDED_BY(mutex_);
   uint64_t from_ KOR_GUARDED_BY(mutex_);
   size_t told_ KOR_GUARDED_BY(mutex_) = 0;

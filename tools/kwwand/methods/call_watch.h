@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "common/mutex.h"
+#include "kwwand/lock_ranks.h"
 #include "kwwand/methods/event_json.h"
 #include "kwwand/methods/event_log.h"
 #include "kwwand/methods/event_sink.h"
@@ -71,10 +72,10 @@ class CallWatch {
   std::vector<ReconnectPlan::Call> calls_;
   std::map<ReconnectPlan::Key, ConnectStatus> published_;
 
-  kor::util::Mutex plan_mutex_;
+  kor::util::Mutex plan_mutex_{rank::kReconnectPlan};
   ReconnectPlan plan_ KOR_GUARDED_BY(plan_mutex_);
 
-  kor::util::Mutex listeners_mutex_;
+  kor::util::Mutex listeners_mutex_{rank::kListeners};
   std::map<uint64_t, std::function<void()>> listeners_ KOR_GUARDED_BY(listeners_mutex_);
   uint64_t next_listener_ KOR_GUARDED_BY(listeners_mutex_) = 0;
 

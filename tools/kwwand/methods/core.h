@@ -8,6 +8,7 @@
 
 #include "common/mutex.h"
 #include "kwwand/host.h"
+#include "kwwand/lock_ranks.h"
 #include "kwwand/methods/at_claims.h"
 #include "kwwand/methods/call_watch.h"
 #include "kwwand/methods/event_log.h"
@@ -65,7 +66,7 @@ class Core {
   void Unsubscribe();
 
   const std::string lan_journal_;
-  kor::util::Mutex dns_mutex_;
+  kor::util::Mutex dns_mutex_{rank::kHostDns};
   bool stopped_ KOR_GUARDED_BY(dns_mutex_) = false;
   std::atomic<bool> dns_running_{false};
 };

@@ -11,6 +11,7 @@
 #include "common/condition.h"
 #include "common/event_dic.h"
 #include "common/mutex.h"
+#include "kwwand/lock_ranks.h"
 
 namespace kor::host {
 
@@ -53,7 +54,7 @@ class EventLog {
   DnsUpdates dns_updates() const KOR_EXCLUDES(mutex_);
 
  private:
-  mutable kor::util::Mutex mutex_;
+  mutable kor::util::Mutex mutex_{rank::kEventLog};
   kor::util::Condition cond_;
   std::list<SeenEvent> events_ KOR_GUARDED_BY(mutex_);  // The last one has number next_ - 1.
   uint64_t next_ KOR_GUARDED_BY(mutex_) = 0;

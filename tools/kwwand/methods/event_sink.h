@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "common/mutex.h"
+#include "kwwand/lock_ranks.h"
 #include "kwwand/method.h"
 
 namespace kor::host {
@@ -28,7 +29,7 @@ class EventSink {
   }
 
  private:
-  kor::util::Mutex mutex_;
+  kor::util::Mutex mutex_{rank::kEventSink};
   std::function<void(const Json&)> sink_ KOR_GUARDED_BY(mutex_);
 };
 

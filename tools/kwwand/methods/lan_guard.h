@@ -7,6 +7,7 @@
 
 #include "common/mutex.h"
 #include "common/util/timer_manager.h"
+#include "kwwand/lock_ranks.h"
 #include "kwwand/methods/event_sink.h"
 #include "kwwand/methods/lan_change.h"
 #include "kwwand/methods/lan_journal.h"
@@ -59,7 +60,7 @@ class LanGuard {
   bool TimeIsUp(uint64_t number) KOR_EXCLUDES(mutex_);
 
   EventSink& sink_;
-  kor::util::Mutex mutex_;
+  kor::util::Mutex mutex_{rank::kLanGuard};
   LanJournal journal_ KOR_GUARDED_BY(mutex_);
   kor::wwan::MobileapManager lan_ KOR_GUARDED_BY(mutex_);
   std::optional<Open> open_ KOR_GUARDED_BY(mutex_);

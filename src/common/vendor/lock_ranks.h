@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+// The ranks of the vendor clients' locks (lock_order.h): their tables stand among the library's, 100 to 299, the rest
+// from 300 on. docs/architecture.md says what each is.
+#pragma once
+
+#include "common/lock_order.h"
+
+namespace kor::vendor::qcom::rank {
+
+using kor::util::LockRank;
+
+inline constexpr LockRank kRadioTables{120, "kRadioTables"};
+inline constexpr LockRank kDataTables{150, "kDataTables"};
+inline constexpr LockRank kAtTable{190, "kAtTable"};
+inline constexpr LockRank kVendor{300, "kVendor"};
+inline constexpr LockRank kQueryAnswer{310, "kQueryAnswer"};
+
+}  // namespace kor::vendor::qcom::rank
