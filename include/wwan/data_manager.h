@@ -5,8 +5,6 @@
 #include <cstdint>
 #include <functional>
 #include <list>
-#include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -268,9 +266,8 @@ class KOR_EXPORT DataManager {
   enum class Popped { kEvent, kNothing, kTimeout };
 
   // Moves the oldest event into `popped`; waits for one for at most `remaining_us` when there is none.
-  Popped PopEvent(int64_t remaining_us, std::list<kor::util::EventDic>& popped) KOR_EXCLUDES(mutex_);
-  void DiscardEvents() KOR_EXCLUDES(mutex_);
-  std::optional<uint32_t> CreatePdnWithFreeProfile(const std::set<int>& candidates);
+  KOR_HIDDEN Popped PopEvent(int64_t remaining_us, std::list<kor::util::EventDic>& popped) KOR_EXCLUDES(mutex_);
+  KOR_HIDDEN void DiscardEvents() KOR_EXCLUDES(mutex_);
 
   // Constant after construction.
   uint32_t ins_no_ = 0;  // Value of s_ins_cnt_ at construction; wished key of the wait's subscription.

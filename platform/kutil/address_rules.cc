@@ -48,6 +48,8 @@ std::optional<int> PrefixLength(uint32_t mask) {
   return __builtin_popcount(mask);
 }
 
+uint32_t NetmaskOf(int prefix) { return prefix == 0 ? 0 : ~uint32_t{0} << (32 - prefix); }
+
 bool IsHostAddress(uint32_t address) {
   return address >= kFirstNetwork && address < kFirstGroup && address >> 24 != kLoopback;
 }

@@ -15,6 +15,7 @@ std::string FormatIpv4(uint32_t address);
 
 // The length of the prefix that `mask` stands for; nothing when its ones are not all in front.
 std::optional<int> PrefixLength(uint32_t mask);
+uint32_t NetmaskOf(int prefix);
 
 // Whether an interface to others can have it: not of network 0 ("this network") or the loopback network, not a group's,
 // not reserved.

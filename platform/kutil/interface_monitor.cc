@@ -10,6 +10,7 @@
 
 #include "common/log.h"
 #include "kutil/guarded_call.h"
+#include "kutil/route_request.h"
 
 namespace kor::util {
 

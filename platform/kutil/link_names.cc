@@ -9,9 +9,7 @@ std::vector<std::string> LinkNames::Learn(const RouteMessage& message) {
   using Kind = RouteMessage::Kind;
   const auto known = names_.find(message.index);
   const std::string before = known == names_.end() ? std::string() : known->second;
-  const bool is_address = message.kind == Kind::kAddress;
-  // A label keeps the name that the link had when the address was given: the known name is the better one.
-  const std::string& now = is_address && !before.empty() ? before : message.name;
+  const std::string& now = message.name.empty() ? before : message.name;
   if (message.kind == Kind::kLinkGone) names_.erase(message.index);
   if (message.kind == Kind::kLink && !now.empty()) names_[message.index] = now;
 

@@ -2,8 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
-#include <string>
 #include <vector>
 
 #include "kutil/route_message.h"
@@ -40,8 +38,5 @@ class RouteSocket {
   int fd_ = -1;
   std::vector<char> buffer_;
 };
-
-// Adds the names of all links, by index, as the kernel tells them now. False with errno set when it does not tell all.
-bool ReadLinks(std::map<int, std::string>& names);
 
 }  // namespace kor::util

@@ -49,6 +49,16 @@ bool IsIdle(const DataManager::WwanStatus& status) {
   return status.ipv4_status == ConnectStatus::kDisconnected && status.ipv6_status == ConnectStatus::kDisconnected;
 }
 
+// The index of a new policy, with the smallest profile number that is free.
+std::optional<uint32_t> CreatePdnWith(DataManager& data, const std::set<int>& candidates) {
+  if (candidates.empty()) return std::nullopt;
+  const auto profile = static_cast<uint8_t>(*candidates.begin());
+  if (!data.CreatePdn(Tech::kAny, IPFamily::kBoth, profile, profile)) return std::nullopt;
+  std::vector<DataManager::WwanPolicy> policies;
+  if (!data.GetWwanPolicies(policies) || policies.empty()) return std::nullopt;
+  return static_cast<uint32_t>(policies.size() - 1);
+}
+
 double WallClockSeconds() {
   timeval now{};
   gettimeofday(&now, nullptr);
@@ -142,7 +152,7 @@ kor::Result DataManager::ConnectWithCid(int cid, kor::util::IPFamily ip_family, 
     }
   }
   if (!index) {
-    index = CreatePdnWithFreeProfile(candidates);
+    index = CreatePdnWith(*this, candidates);
     if (!index) return kor::Result::kFailure;
     set_policy = true;
   }
@@ -151,15 +161,6 @@ kor::Result DataManager::ConnectWithCid(int cid, kor::util::IPFamily ip_family, 
           set_policy ? 1 : 0);
   if (set_policy && !SetPolicy(*index, Tech::kAny, ip_family, cid, -1)) return kor::Result::kFailure;
   return Connect(*index, ip_family, wait);
-}
-
-std::optional<uint32_t> DataManager::CreatePdnWithFreeProfile(const std::set<int>& candidates) {
-  if (candidates.empty()) return std::nullopt;
-  const auto profile = static_cast<uint8_t>(*candidates.begin());
-  if (!CreatePdn(Tech::kAny, IPFamily::kBoth, profile, profile)) return std::nullopt;
-  std::vector<WwanPolicy> policies;
-  if (!GetWwanPolicies(policies) || policies.empty()) return std::nullopt;
-  return static_cast<uint32_t>(policies.size() - 1);
 }
 
 }  // namespace kor::wwan

@@ -82,14 +82,10 @@ class CallOutcome {
 
 void DataManager::EventCb(kor::util::EventDic& ev) {
   std::list<EventDic> copy(1, ev);  // Made before the lock, spliced in under it.
-  bool was_empty = false;
-  {
-    kor::util::MutexLock lock(mutex_);
-    was_empty = events_.empty();
-    events_.splice(events_.end(), copy);
-  }
-  // The publisher's table is still locked, so this object cannot be gone.
-  if (was_empty) cond_.Signal();
+  kor::util::MutexLock lock(mutex_);
+  events_.splice(events_.end(), copy);
+  // Under the lock: once it is let go, the wait may end and its object with it.
+  if (events_.size() == 1) cond_.Signal();
 }
 
 void DataManager::DiscardEvents() {

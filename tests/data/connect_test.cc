@@ -24,6 +24,7 @@ struct DataManagerPeer {
     kor::util::MutexLock lock(data.mutex_);
     return data.events_.size();
   }
+  static void WakeForNothing(DataManager& data) { data.cond_.Signal(); }
 };
 
 }  // namespace kor::wwan
@@ -32,6 +33,7 @@ namespace kor::test {
 namespace {
 
 using namespace std::chrono_literals;
+using kor::util::EventDic;
 using kor::wwan::DataManagerPeer;
 using kor::wwan::DnsCtrlManager;
 using Clock = std::chrono::steady_clock;
@@ -42,6 +44,13 @@ constexpr auto kIpv6 = IPFamily::kIpv6;
 constexpr auto kOk = kor::Result::kSuccess;
 constexpr auto kFailed = kor::Result::kFailure;
 
+EventDic Event(uint32_t code) {
+  EventDic ev;
+  ev.event = code;
+  ev.params = {{EventDic::kParamHandle, "100"}, {EventDic::kParamIpFamily, "4"}};
+  return ev;
+}
+
 class ConnectTest : public testing::Test {
  protected:
   ConnectTest() {
@@ -49,14 +58,21 @@ class ConnectTest : public testing::Test {
   }
 
   static void PublishDnsUpdate() {
-    kor::util::EventDic ev;
-    ev.event = kor::util::kEvtDnsUpdated;
+    EventDic ev = Event(kor::util::kEvtDnsUpdated);
     DnsCtrlManager::s_dns_ctrl_service_->callbacks_.Notify(ev);
   }
 
   // What the modem does while the request is being made: its events stand in the queue before the wait begins.
   static void OnRequest(std::function<void()> action) {
     Vendor::Set([&](Answers& a) { a.on_request = std::move(action); });
+  }
+
+  // Events from before the next request.
+  void Queue(std::initializer_list<uint32_t> codes) {
+    for (const uint32_t code : codes) {
+      EventDic old = Event(code);
+      data_.EventCb(old);
+    }
   }
 
   static void SetState(uint32_t index, Status ipv4, Status ipv6) {
@@ -98,12 +114,7 @@ TEST_F(ConnectTest, UpTakesBothConfirmationsInEitherOrder) {
   EXPECT_EQ(kFailed, data_.Connect(0, kIpv4, true));
 
   // Events from before the request do not count.
-  for (const uint32_t code : {0x200u, 0x303u, 0x202u}) {
-    kor::util::EventDic old;
-    old.event = code;
-    old.params = {{kor::util::EventDic::kParamHandle, "100"}, {kor::util::EventDic::kParamIpFamily, "4"}};
-    data_.EventCb(old);
-  }
+  Queue({0x200, 0x303, 0x202});
   OnRequest(nullptr);
   EXPECT_EQ(kFailed, data_.Connect(0, kIpv4, true));
 
@@ -141,6 +152,15 @@ TEST_F(ConnectTest, EventsOfOtherCallsAreToldApart) {
   EXPECT_EQ(wait + "GOT event [0x9999]\n", lines[15]);
   EXPECT_EQ(connect + "After wait event [", lines[17].substr(0, connect.size() + 18));
   EXPECT_EQ("]\n", lines[17].substr(lines[17].size() - 2));
+
+  // What is no number is not 0, a handle like any other.
+  Vendor::Set([](Answers& a) { a.policies[0].handle = 0; });
+  OnRequest([] {
+    PublishDnsUpdate();
+    Vendor::Publish(0x201, "abc", "4");
+    Vendor::Publish(0x200, "0", "4");
+  });
+  EXPECT_EQ(kOk, data_.Connect(0, kIpv4, true));
 }
 
 TEST_F(ConnectTest, AFailureEndsTheWaitAtOnceAndTheObjectConnectsAgain) {
@@ -220,8 +240,9 @@ TEST_F(ConnectTest, ARefusedRequestIsNotWaitedFor) {
 
   // A policy that went away under way, or that cannot be read: found when the wait begins.
   Vendor::Set([](Answers& a) { a.request = kOk; });
-  EXPECT_EQ(kFailed, data_.Connect(7, kIpv4, true));
-  EXPECT_EQ(Calls{}, log.TakeWith("GetWwanPolicies"));
+  OnRequest([] { PublishDnsUpdate(); });
+  EXPECT_EQ(kFailed, data_.Connect(2, kIpv4, true));
+  EXPECT_EQ(2u, log.Take().size());  // Nothing was waited for, and nothing said of it.
   Vendor::Set([](Answers& a) { a.lists_ok = false; });
   SetState(0, Status::kDisconnected, Status::kDisconnected);
   EXPECT_EQ(kFailed, data_.Connect(0, kIpv4, true));
@@ -237,14 +258,18 @@ TEST_F(ConnectTest, ARefusedRequestIsNotWaitedFor) {
 
 TEST_F(ConnectTest, DisconnectHearsOnlyItsOwnOutcome) {
   SetState(0, Status::kConnected, Status::kConnecting);
+  Queue({0x203});
   OnRequest([] {
     PublishDnsUpdate();  // Not even queued.
+    Vendor::Publish(0x203, "101", "4");
     Vendor::Publish(0x200, "100", "4");
     Vendor::Publish(0x201, "100", "4");
     Vendor::Publish(0x202, "100", "4");
   });
   EXPECT_EQ(kOk, data_.Disconnect(0, kIpv4, true));
+  Queue({0x202});
   OnRequest([] {
+    Vendor::Publish(0x202, "101", "6");
     Vendor::Publish(0x203, "100", "6");
     Vendor::Publish(0x202, "100", "6");
   });
@@ -259,7 +284,7 @@ TEST_F(ConnectTest, TheBudgetRunsOverAllPasses) {
   OnRequest([&] { requested.set_value(); });
   const auto start = Clock::now();
   auto connect = std::async(std::launch::async, [&] { return data_.Connect(0, kIpv4, true); });
-  requested.get_future().wait();
+  ASSERT_EQ(std::future_status::ready, requested.get_future().wait_for(kLongEnough));
   int published = 0;
   while (connect.wait_for(2ms) != std::future_status::ready && Clock::now() - start < kLongEnough) {
     Vendor::Publish(0x200, "101", "4");
@@ -270,13 +295,44 @@ TEST_F(ConnectTest, TheBudgetRunsOverAllPasses) {
   EXPECT_GE(Clock::now() - start, 200ms);
   EXPECT_GT(published, 1);
 
-  // An event that is queued already is taken though the budget has run out.
+  // An event that is queued already is taken though the budget has run out: one, and no more.
   DataManagerPeer::SetWaitBudget(data_, 1us);
-  OnRequest([] {
-    PublishDnsUpdate();
-    Vendor::Publish(0x200, "100", "4");
-  });
-  EXPECT_EQ(kOk, data_.Connect(0, kIpv4, true));
+  for (const bool another : {false, true}) {
+    OnRequest([another] {
+      if (another) Vendor::Publish(0x9999, "", "");
+      PublishDnsUpdate();
+      Vendor::Publish(0x200, "100", "4");
+    });
+    EXPECT_EQ(another ? kFailed : kOk, data_.Connect(0, kIpv4, true));
+  }
+}
+
+TEST_F(ConnectTest, AWaitThatIsWokenForNothingGoesOn) {
+  std::promise<void> requested;
+  OnRequest([&] { requested.set_value(); });
+  auto connect = std::async(std::launch::async, [&] { return data_.Connect(0, kIpv4, true); });
+  ASSERT_EQ(std::future_status::ready, requested.get_future().wait_for(kLongEnough));
+  for (int i = 0; i < 20; ++i) {
+    DataManagerPeer::WakeForNothing(data_);
+    ASSERT_EQ(std::future_status::timeout, connect.wait_for(2ms));
+  }
+  PublishDnsUpdate();
+  Vendor::Publish(0x200, "100", "4");
+  EXPECT_EQ(kOk, connect.get());
+}
+
+// Regression: the callback woke the waiting thread when it had let go of the queue, and perhaps after the object's end.
+TEST_F(ConnectTest, TheObjectMayEndAsSoonAsItsWaitHas) {
+  for (int i = 0; i < 300; ++i) {
+    auto data = std::make_unique<DataManager>();
+    std::thread publisher([&data = *data] {
+      EventDic ev = Event(0x202);
+      data.EventCb(ev);
+    });
+    EXPECT_EQ(kOk, data->WaitEvent(0, kIpv4, false));
+    data.reset();
+    publisher.join();
+  }
 }
 
 TEST_F(ConnectTest, LateConfirmationAndTheNextConnectFindsTheCallUp) {
@@ -345,8 +401,11 @@ class ConnectWithCidTest : public ConnectTest {
 TEST_F(ConnectWithCidTest, TheFirstPolicyThatFitsIsTaken) {
   // Up already: nothing is sent.
   EXPECT_EQ(Calls{}, Requests(2, kIpv4, kOk));
-  // The policy that carries the profile is connected as it is.
+  // The policy that carries the profile is connected as it is; one that has a call of either family is not idle.
   SetState(1, Status::kDisconnected, Status::kConnected);
+  SetState(0, Status::kDisconnected, Status::kConnected);
+  EXPECT_EQ((Calls{"ConnectBackhaul 1 1"}), Requests(2, kIpv4, kOk));
+  SetState(0, Status::kConnected, Status::kDisconnected);
   EXPECT_EQ((Calls{"ConnectBackhaul 1 1"}), Requests(2, kIpv4, kOk));
   // The profile counts in its family's place only: for IPv6 policy 1 is up.
   Vendor::Set([](Answers& a) { a.policies[1] = Policy(2, 3, 101); });
@@ -365,15 +424,18 @@ TEST_F(ConnectWithCidTest, WithoutOneAPdnIsMadeWithTheSmallestFreeProfile) {
   EXPECT_EQ((Calls{"CreateWwanPolicy 7 3 4 4", "SetWwanPolicy 2 7 2 9 -1", "ConnectBackhaul 2 2"}),
             Requests(9, kIpv6, kOk));
 
-  // Every number from 1 to 24 is in use.
+  // The last number is 24; when every one is in use, there is no other.
   Vendor::Set([](Answers& a) {
     a.policies.clear();
     for (int n = 0; n < 12; ++n) {
-      a.policies.push_back(Policy(2 * n + 1, 2 * n + 2, 100 + n));
+      a.policies.push_back(Policy(2 * n + 1, n == 11 ? 1 : 2 * n + 2, 100 + n));
       a.states[static_cast<uint32_t>(n)] = {Status::kConnected, Status::kConnected};
     }
   });
-  EXPECT_EQ(Calls{}, Requests(30, kIpv4, kFailed));
+  EXPECT_EQ((Calls{"CreateWwanPolicy 7 3 24 24", "SetWwanPolicy 12 7 1 30 -1", "ConnectBackhaul 12 1"}),
+            Requests(30, kIpv4, kOk));
+  SetState(12, Status::kConnected, Status::kConnected);
+  EXPECT_EQ(Calls{}, Requests(31, kIpv4, kFailed));
   // What cannot be read is not guessed.
   Vendor::Set([](Answers& a) { a.lists_ok = false; });
   EXPECT_EQ(Calls{}, Requests(1, kIpv4, kFailed));

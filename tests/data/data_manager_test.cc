@@ -119,7 +119,10 @@ TEST(DataManagerTest, StatusesSayWhatIsKnownAndNoMore) {
   EXPECT_TRUE(data.GetWwanStatus(0, status));
   EXPECT_EQ(Status::kDisconnected, status.ipv6_status);
 
-  // A modem that does not answer.
+  // A modem that stops answering: what it had told stays.
+  Vendor::Set([](Answers& answers) { answers.refused = {"GetWwanConnectStatus 1"}; });
+  EXPECT_FALSE(data.GetWwanStatuses(statuses));
+  EXPECT_EQ(1u, statuses.size());
   Vendor::Set([](Answers& answers) { answers.ok = false; });
   Status ipv4 = Status::kConnected;
   Status ipv6 = Status::kConnected;

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
+#include "kutil/probes.h"
 #include "support/scripted_vendor.h"
 #include "support/syslog_reader.h"
 
@@ -17,8 +16,6 @@ constexpr auto kIpv6 = IPFamily::kIpv6;
 constexpr auto kUp = Status::kConnected;
 constexpr auto kDown = Status::kDisconnected;
 constexpr auto kRising = Status::kConnecting;
-
-void Ip(const std::string& arguments) { ASSERT_EQ(0, system(("ip " + arguments).c_str())) << arguments; }
 
 // Profile 1 is carried for IPv4 by the first two policies, for IPv6 by the third.
 class QueriesTest : public testing::Test {
@@ -47,6 +44,20 @@ class QueriesTest : public testing::Test {
   }
 
   DataManager data_;
+};
+
+// With interfaces of the sandbox.
+class InterfacesTest : public QueriesTest {
+ protected:
+  InterfacesTest() {
+    for (const char* name : {"eth7", "rmnet_data0", "my_rmnet_data1"}) {
+      Ip(std::string("link add ") + name + " type veth peer name far_" + name[0]);
+      Ip(std::string("link set ") + name + " addrgenmode none");
+    }
+  }
+  ~InterfacesTest() override {
+    for (const char* far : {"far_e", "far_r", "far_m"}) Ip(std::string("link del ") + far);
+  }
 };
 
 TEST_F(QueriesTest, AProfilesStateIsTheFirstConnectedOrTheLast) {
@@ -83,6 +94,10 @@ TEST_F(QueriesTest, AProfilesConfigurationIsTheFirstWithAnAddress) {
   EXPECT_EQ((Calls{"GetWwanPolicies", "GetNetworkConfig 1 2"}), Vendor::Take());
   EXPECT_EQ("-", AddressOf(3, kIpv6));
 
+  // An address that comes with a refusal is none.
+  Vendor::Set([](Answers& a) { a.request = kor::Result::kNotReady; });
+  EXPECT_EQ("-", AddressOf(9, kIpv6));
+
   // No configuration is asked for where there can be none.
   EXPECT_EQ("-", AddressOf(1, IPFamily::kBoth));
   EXPECT_EQ((Calls{"GetWwanPolicies"}), Vendor::Take());
@@ -90,11 +105,7 @@ TEST_F(QueriesTest, AProfilesConfigurationIsTheFirstWithAnAddress) {
   EXPECT_EQ("-", AddressOf(1, kIpv4));
 }
 
-TEST_F(QueriesTest, TheInterfaceOfAProfileHasItsAddress) {
-  for (const char* name : {"eth7", "rmnet_data0", "my_rmnet_data1"}) {
-    Ip(std::string("link add ") + name + " type veth peer name far_" + name[0]);
-    Ip(std::string("link set ") + name + " up addrgenmode none");
-  }
+TEST_F(InterfacesTest, TheInterfaceOfAProfileHasItsAddress) {
   Ip("address add 10.64.0.2/30 dev eth7");  // Not a data interface.
   Ip("address add 10.64.0.20/30 dev rmnet_data0");
   Ip("address add 10.64.0.2/30 dev my_rmnet_data1");
@@ -108,6 +119,9 @@ TEST_F(QueriesTest, TheInterfaceOfAProfileHasItsAddress) {
   EXPECT_EQ("my_rmnet_data1", InterfaceOf(1));
   EXPECT_EQ((Calls{"7 " + signature + "cid 1\n", "7 " + signature + "cid [1] v4 [10.64.0.2] v6 []\n"}), log.Take());
   EXPECT_EQ((Calls{"GetWwanPolicies", "GetNetworkConfig 0 1"}), Vendor::Take());
+  // Whatever came with the address.
+  Vendor::Set([](Answers& a) { a.request = kor::Result::kNotReady; });
+  EXPECT_EQ("my_rmnet_data1", InterfaceOf(1));
   SetAddress(0, kIpv4, "10.64.0.02");
   EXPECT_EQ("-", InterfaceOf(1));
 
@@ -127,10 +141,8 @@ TEST_F(QueriesTest, TheInterfaceOfAProfileHasItsAddress) {
   EXPECT_EQ((Calls{"3 " + signature + "Cannot find ip address for cid 77\n"}), log.TakeWith("Cannot"));
 }
 
-TEST_F(QueriesTest, RmnetData0IsAskedAndSetOnlyWhileItIsUpButForItsMask) {
+TEST_F(InterfacesTest, RmnetData0IsAskedAndSetOnlyWhileItIsUpButForItsMask) {
   std::string text = "-";
-  EXPECT_FALSE(data_.GetSubnetMask(text));  // It is not even there.
-  Ip("link add rmnet_data0 type veth peer name carrier0");
   Ip("address add 10.64.0.2/30 dev rmnet_data0");
   EXPECT_FALSE(data_.GetIpAddress(text));
   EXPECT_FALSE(data_.SetIpAddress("10.64.0.6") || data_.SetSubnetMask("255.255.255.0"));

@@ -22,9 +22,10 @@ class InterfaceQueriesTest : public test::LinkTest {
     NetworkManager::GetSubnetMask("rmnet_data0", text);
     return text;
   }
-  // All its IPv4 addresses as `ip` lists them.
-  static std::string Listed() {
-    Ip("-4 -o address show dev rmnet_data0 | grep -o 'inet [^ ]*' > /tmp/listed");
+  // All its IPv4 addresses as `ip` lists them: "inet 10.64.0.2/30", and with `whole` what else goes with them.
+  static std::string Listed(bool whole = false) {
+    const std::string part = whole ? "inet .*rmnet_data0[^ \\\\]*" : "inet [^ ]*";
+    Ip("-4 -o address show dev rmnet_data0 | grep -o '" + part + "' > /tmp/listed");
     return test::ReadFile("/tmp/listed");
   }
   static bool SetAddress(const std::string& text) { return NetworkManager::SetIpAddress("rmnet_data0", text); }
@@ -95,6 +96,34 @@ TEST_F(InterfaceQueriesTest, Ipv4AddressAndMaskAreReadAndChangedOneByOne) {
   Ip("address flush dev rmnet_data0");
   EXPECT_TRUE(SetAddress("192.0.2.7"));
   EXPECT_EQ("inet 192.0.2.7/32\n", Listed());
+}
+
+// Regression: an address with a far end's stayed beside the new one, one with a label of its own was not seen, and the
+// broadcast address was lost.
+TEST_F(InterfaceQueriesTest, WhatGoesWithAnAddressStaysWithTheNextOne) {
+  const struct {
+    const char* given;
+    const char* with_address;  // After 10.64.0.6,
+    const char* with_mask;     // and then after 255.255.255.0.
+  } cases[] = {
+      {"10.64.0.2 peer 10.64.0.1/32", "inet 10.64.0.6 peer 10.64.0.1/32 scope global rmnet_data0\n",
+       "inet 10.64.0.6 peer 10.64.0.1/24 scope global rmnet_data0\n"},
+      {"10.64.0.2/29 broadcast + label rmnet_data0-wan scope link",
+       "inet 10.64.0.6/29 brd 10.64.0.7 scope link rmnet_data0-wan\n",
+       "inet 10.64.0.6/24 brd 10.64.0.255 scope link rmnet_data0-wan\n"},
+      {"10.64.0.2/31 broadcast 10.64.0.3", "inet 10.64.0.6/31 scope global rmnet_data0\n",
+       "inet 10.64.0.6/24 scope global rmnet_data0\n"},
+  };
+  for (const auto& c : cases) {
+    Ip("address flush dev rmnet_data0");
+    Ip(std::string("address add dev rmnet_data0 ") + c.given);
+    Ip("address add dev rmnet_data0 10.64.0.6/32");  // On its way to the new one, it is there already.
+    EXPECT_EQ("10.64.0.2", Address());
+    EXPECT_TRUE(SetAddress("10.64.0.6"));
+    EXPECT_EQ(c.with_address, Listed(true));
+    EXPECT_TRUE(SetMask("255.255.255.0"));
+    EXPECT_EQ(c.with_mask, Listed(true));
+  }
 }
 
 TEST_F(InterfaceQueriesTest, ALinkLocalIpv6AddressCountsWhenThereIsNoOther) {

@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 
+#include "kutil/address_rules.h"
 #include "kutil/link_names.h"
 
 namespace kor::util {
@@ -16,6 +17,7 @@ namespace {
 
 using Kind = RouteMessage::Kind;
 using Names = std::vector<std::string>;
+using namespace std::string_literals;
 
 template <typename T>
 std::string Bytes(const T& value) {
@@ -48,30 +50,32 @@ std::string Name(const char* name) { return Attribute(IFLA_IFNAME, std::string(n
 
 std::string Address(uint16_t type, uint32_t index, const std::string& label) {
   ifaddrmsg address{};
+  address.ifa_family = AF_INET;
+  address.ifa_prefixlen = 30;
   address.ifa_index = index;
-  return Message(type, Bytes(address) + Attribute(IFA_ADDRESS, "addr") + Attribute(IFA_LABEL, label));
+  return Message(type, Bytes(address) + Attribute(IFA_LOCAL, "\x0a\x40\x00\x02"s) + Attribute(IFA_LABEL, label));
 }
 
-// "<kind> <index> <name>" of each message. The bytes lie in a block of exactly their size, so that AddressSanitizer
-// sees every read beyond them.
+// "<kind> <index> <name>", or an address with its label, of each message. The bytes lie in a block of exactly their
+// size, so that AddressSanitizer sees every read beyond them.
 Names Parse(const std::string& bytes) {
   const std::unique_ptr<char[]> block(new char[bytes.size()]);
   bytes.copy(block.get(), bytes.size());
   Names texts;
   for (const RouteMessage& m : ParseRouteMessages({block.get(), bytes.size()})) {
     texts.push_back(std::to_string(static_cast<int>(m.kind)) + " " + std::to_string(m.index) + " " + m.name +
-                    (m.interrupted ? "!" : ""));
+                    (m.ipv4.prefix == 30 ? m.ipv4.label + FormatIpv4(m.ipv4.local) : "") + (m.interrupted ? "!" : ""));
   }
   return texts;
 }
 
 TEST(RouteMessageTest, ADatagramIsReadMessageByMessage) {
   const std::string mtu = Attribute(IFLA_MTU, Bytes(1500));
-  EXPECT_EQ((Names{"0 3 rmnet_data0", "1 4 eth0", "2 5 lan1", "3 3 eth0", "3 6 ", "4 0 !", "5 0 "}),
+  EXPECT_EQ((Names{"0 3 rmnet_data0", "1 4 eth0", "2 5 lan1", "3 3 eth0:backup10.64.0.2", "4 0 !", "4 0 ", "5 0 "}),
             Parse(Link(RTM_NEWLINK, 3, mtu + Name("rmnet_data0") + mtu) + Message(RTM_NEWROUTE, "not ours") +
                   Link(RTM_DELLINK, 4, Name("eth0")) + Link(RTM_DELLINK, 5, Name("lan1"), AF_BRIDGE) +
-                  Address(RTM_NEWADDR, 3, "eth0:backup") + Address(RTM_DELADDR, 6, "") +
-                  Message(NLMSG_DONE, "", NLM_F_DUMP_INTR) + Message(NLMSG_ERROR, Bytes(nlmsgerr{}))));
+                  Address(RTM_NEWADDR, 3, "eth0:backup") + Message(NLMSG_DONE, "", NLM_F_DUMP_INTR) +
+                  Message(NLMSG_ERROR, Bytes(nlmsgerr{})) + Message(NLMSG_DONE, Bytes(-1))));
 }
 
 TEST(RouteMessageTest, NoBytesAreTooHostile) {
@@ -102,27 +106,33 @@ TEST(RouteMessageTest, NoBytesAreTooHostile) {
   }
 }
 
+RouteMessage Told(Kind kind, int index, const std::string& name = {}) {
+  RouteMessage message{};
+  message.kind = kind;
+  message.index = index;
+  message.name = name;
+  return message;
+}
+
 TEST(LinkNamesTest, RemembersNamesForMessagesWithoutThem) {
   LinkNames names;
-  // Before anything is known, an address's label is as good as it gets.
-  EXPECT_EQ((Names{}), names.Learn({Kind::kAddress, 3, "", false}));
-  EXPECT_EQ((Names{"label0"}), names.Learn({Kind::kAddress, 3, "label0", false}));
-  EXPECT_EQ((Names{"rmnet_data0"}), names.Learn({Kind::kLink, 3, "rmnet_data0", false}));
-  EXPECT_EQ((Names{"rmnet_data0"}), names.Learn({Kind::kAddress, 3, "label0", false}));
+  EXPECT_EQ((Names{}), names.Learn(Told(Kind::kAddress, 3)));
+  EXPECT_EQ((Names{"rmnet_data0"}), names.Learn(Told(Kind::kLink, 3, "rmnet_data0")));
+  EXPECT_EQ((Names{"rmnet_data0"}), names.Learn(Told(Kind::kAddress, 3)));
 
   // A rename concerns both names; leaving a bridge is not the end; a deleted link is forgotten after its last word.
-  EXPECT_EQ((Names{"wan0", "rmnet_data0"}), names.Learn({Kind::kLink, 3, "wan0", false}));
-  EXPECT_EQ((Names{"wan0"}), names.Learn({Kind::kLinkLeft, 3, "wan0", false}));
-  EXPECT_EQ((Names{"wan0"}), names.Learn({Kind::kAddress, 3, "", false}));
-  EXPECT_EQ((Names{"wan0"}), names.Learn({Kind::kLinkGone, 3, "", false}));
-  EXPECT_EQ((Names{}), names.Learn({Kind::kAddress, 3, "", false}));
+  EXPECT_EQ((Names{"wan0", "rmnet_data0"}), names.Learn(Told(Kind::kLink, 3, "wan0")));
+  EXPECT_EQ((Names{"wan0"}), names.Learn(Told(Kind::kLinkLeft, 3, "wan0")));
+  EXPECT_EQ((Names{"wan0"}), names.Learn(Told(Kind::kAddress, 3)));
+  EXPECT_EQ((Names{"wan0"}), names.Learn(Told(Kind::kLinkGone, 3)));
+  EXPECT_EQ((Names{}), names.Learn(Told(Kind::kAddress, 3)));
 
   // Starting anew concerns what was known and what is.
-  names.Learn({Kind::kLink, 1, "lo", false});
-  names.Learn({Kind::kLink, 7, "gone0", false});
+  names.Learn(Told(Kind::kLink, 1, "lo"));
+  names.Learn(Told(Kind::kLink, 7, "gone0"));
   EXPECT_EQ((std::set<std::string>{"gone0", "lo", "new0"}), names.Replace({{1, "lo"}, {8, "new0"}}));
-  EXPECT_EQ((Names{}), names.Learn({Kind::kAddress, 7, "", false}));
-  EXPECT_EQ((Names{"new0"}), names.Learn({Kind::kAddress, 8, "", false}));
+  EXPECT_EQ((Names{}), names.Learn(Told(Kind::kAddress, 7)));
+  EXPECT_EQ((Names{"new0"}), names.Learn(Told(Kind::kAddress, 8)));
 }
 
 }  // namespace

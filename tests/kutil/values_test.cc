@@ -3,14 +3,21 @@
 
 #include <climits>
 #include <string>
+#include <type_traits>
 #include <utility>
 
+#include "common/util/fd_monitor.h"
 #include "common/util/misc.h"
+#include "common/util/network_manager.h"
 
 namespace kor::util {
 namespace {
 
 using namespace std::string_literals;
+
+// A monitor without a thread to watch on, or two owners of one subscription, are not to be made.
+static_assert(!std::is_default_constructible_v<FdMonitor> && !std::is_copy_constructible_v<FdMonitor>);
+static_assert(!std::is_copy_constructible_v<NetworkManager> && !std::is_copy_assignable_v<NetworkManager>);
 
 TEST(MiscTest, AWholeTextIsANumberOrAnError) {
   const std::pair<const char*, int> numbers[] = {{"0", 0}, {"-5", -5}, {"007", 7}, {"2147483647", INT_MAX}};

@@ -36,7 +36,7 @@ Answers Record(const std::string& operation, Args... args) {
   kor::util::MutexLock lock(g_mutex);
   g_calls.push_back(call.str());
   Answers answers = g_answers;
-  if (answers.refused.count(operation) != 0) answers.ok = false;
+  if (answers.refused.count(operation) + answers.refused.count(call.str()) != 0) answers.ok = false;
   return answers;
 }
 
@@ -76,6 +76,13 @@ Client* Instance() {
 }
 
 }  // namespace
+
+void Vendor::Reset() {
+  kor::util::MutexLock lock(g_mutex);
+  g_answers = Answers();
+  g_calls.clear();
+  g_queries.clear();
+}
 
 void Vendor::Set(const std::function<void(Answers&)>& change) {
   kor::util::MutexLock lock(g_mutex);
@@ -180,7 +187,7 @@ kor::Result QcmapWrapper::GetNetworkConfig(uint32_t index, kor::util::IPFamily i
   const auto found = answers.configs.find({index, ip_family});
   if (found == answers.configs.end()) return kor::Result::kFailure;
   config = found->second;
-  return kor::Result::kSuccess;
+  return answers.request;
 }
 
 bool QcmapWrapper::GetIpv4State(uint32_t index, bool& on) { return Switch("GetIpv4State", index, on); }

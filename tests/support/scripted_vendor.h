@@ -29,7 +29,7 @@ struct Answers {
   std::map<std::pair<uint32_t, IPFamily>, DataManager::NetworkConfig> configs;
   int not_ready = 0;                            // So many configuration queries answer kNotReady first.
   bool ok = true;                               // Result of the operations that return bool.
-  std::set<std::string> refused;                // These of them return false all the same.
+  std::set<std::string> refused;                // These of them ("Operation", or one call) return false all the same.
   bool lists_ok = true;                         // Result of GetWwanPolicies alone.
   bool reachable = true;                        // False: GetInstance throws.
   kor::Result request = kor::Result::kSuccess;  // Result of the others. ConnectBackhaul and DisconnectBackhaul
@@ -43,6 +43,9 @@ struct Answers {
 
 class Vendor {
  public:
+  // Forgets what was scripted and asked.
+  static void Reset();
+
   // Changes the answers; safe while other threads ask.
   static void Set(const std::function<void(Answers&)>& change);
 

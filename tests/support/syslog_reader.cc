@@ -7,11 +7,14 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <utility>
 
 #include "support/secrets.h"
+#include "support/wait.h"
 
 namespace kor::test {
 
@@ -20,8 +23,8 @@ namespace {
 constexpr char kPath[] = "/dev/log";
 constexpr char kAside[] = "/dev/log.aside";  // Where another reader's socket waits meanwhile.
 constexpr char kTag[] = "kwwan_test";
+constexpr int64_t kLimitUs = std::chrono::microseconds(kLongEnough).count();
 constexpr char kFence[] = "=== fence ===";
-constexpr char kEnd[] = "=== end ===";
 
 // "<15>Nov 24 16:00:00 kwwan_test: void f() 12: text" -> "7 void f() #: text". Empty: another program's line.
 std::string Simplify(const std::string& datagram) {
@@ -56,9 +59,9 @@ SyslogReader::SyslogReader() {
 }
 
 SyslogReader::~SyslogReader() {
-  syslog(LOG_DEBUG, "%s", kEnd);
-  thread_.join();
-  close(fd_);  // First: it releases a thread that is blocked in sending, with the log locked.
+  shutdown(fd_, SHUT_RD);  // First: it releases a thread that is blocked in sending, with the log locked.
+  thread_.join();          // It has read what had been sent.
+  close(fd_);
   closelog();
   if (rename(kAside, kPath) != 0) unlink(kPath);
   openlog(nullptr, LOG_NDELAY, LOG_USER);  // The connection to the other reader, as it was.
@@ -72,7 +75,6 @@ void SyslogReader::Read() {
     const std::string datagram(buffer.data(), static_cast<size_t>(n));
     EXPECT_FALSE(HoldsASecret(datagram)) << datagram;
     const std::string line = Simplify(datagram);
-    if (line.find(kEnd) != std::string::npos) return;
     if (line.empty()) continue;
     kor::util::MutexLock lock(mutex_);
     if (line.find(kFence) == std::string::npos) {
@@ -88,7 +90,11 @@ std::vector<std::string> SyslogReader::Take() {
   syslog(LOG_DEBUG, "%s", kFence);
   ++fences_sent_;
   kor::util::MutexLock lock(mutex_);
-  while (fences_seen_ < fences_sent_) cond_.Wait(mutex_);
+  while (fences_seen_ < fences_sent_) {
+    if (cond_.WaitUntil(mutex_, kLimitUs) == kor::Result::kSuccess) continue;
+    ADD_FAILURE() << "the log does not arrive";
+    break;
+  }
   return std::exchange(lines_, {});
 }
 

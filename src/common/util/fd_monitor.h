@@ -23,6 +23,9 @@ enum class FdType : int32_t {
 // process; nobody destroys them.
 class KOR_EXPORT FdMonitor {
  public:
+  FdMonitor(const FdMonitor&) = delete;
+  FdMonitor& operator=(const FdMonitor&) = delete;
+
   // The process's monitor number `index` in order of creation, or null when there are not that many.
   static FdMonitor* Get(unsigned int index);
 
@@ -38,6 +41,8 @@ class KOR_EXPORT FdMonitor {
   void Remove(int fd, FdType type);
 
  private:
+  FdMonitor() = default;
+
   std::shared_ptr<FdLoop> loop_;  // Set by Create().
 };
 

@@ -20,6 +20,8 @@ class InterfaceMonitor;
 class KOR_EXPORT NetworkManager {
  public:
   NetworkManager();
+  NetworkManager(const NetworkManager&) = delete;
+  NetworkManager& operator=(const NetworkManager&) = delete;
 
   // From now on calls `cb` with kEvtNetIface for every change of a link or an address of any interface, the
   // interface's name in kParamIfaceName. The callback runs on this object's own thread, one event at a time; changes
@@ -43,9 +45,10 @@ class KOR_EXPORT NetworkManager {
   // with `address` untouched, when it has none.
   static bool GetIpAddress(std::string ifname, std::string& address, bool ipv6);
 
-  // Gives it one IPv4 address, with the netmask of its first, in place of all it had; with the mask of a single host
-  // when it had none. Its routes stay, but for those to the old addresses' subnets. False, with nothing changed, when
-  // `address` is not the dotted text of an address that a host can have.
+  // Gives it one IPv4 address in place of all it had: with what its first had besides (the netmask, a far end's
+  // address, a label, and whether there is a broadcast address), as a single host when it had none. Its routes stay,
+  // but for those to the old addresses' subnets. False, with nothing changed, when `address` is not the dotted text of
+  // an address that a host can have.
   static bool SetIpAddress(std::string ifname, std::string address);
 
   // The netmask of its first IPv4 address as dotted text. False, with `mask` untouched, when it has no address.
