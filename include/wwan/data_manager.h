@@ -161,9 +161,10 @@ class KOR_EXPORT DataManager {
   // 10 seconds. Results as above; kSuccess at once when the call is down already.
   [[nodiscard]] kor::Result Disconnect(uint32_t index, kor::util::IPFamily ip_family, bool wait);
 
-  // Connects the policy that carries profile number `cid` in the place of `ip_family`. Without one, the first idle
-  // policy is given the profile; without an idle one a PDN is created, which takes the smallest profile number from 1
-  // to 24 that no policy carries until it is given `cid`. Results as Connect's; kFailure too when no policy can be had.
+  // Connects a policy for profile number `cid`: the first one, by index, that carries it in the place of `ip_family` or
+  // is idle (both calls down). One that carries it is connected as it is; an idle one is given the profile, even though
+  // a later one carries it. Without either a PDN is created, which takes the smallest profile number from 1 to 24 that
+  // no policy carries until it is given `cid`. Results as Connect's; kFailure too when no policy can be had.
   [[nodiscard]] kor::Result ConnectWithCid(int cid, kor::util::IPFamily ip_family, bool wait);
 
   // The wait inside the two: takes queued events until the outcome for policy `index` is known or 10 seconds have
@@ -173,7 +174,8 @@ class KOR_EXPORT DataManager {
   // The callback of the wait's own subscriptions: queues a copy of `ev`. Any thread.
   void EventCb(kor::util::EventDic& ev);
 
-  // -- Policies and calls: one request to the modem each; false when it does not answer or `index` has no policy. ----
+  // -- Policies and calls: one request to the modem each, or as many as said -----------------------------------------
+  // False when it does not answer or `index` has no policy.
 
   // Every policy, in index order.
   bool GetWwanPolicies(std::vector<WwanPolicy>& policies);
@@ -184,11 +186,11 @@ class KOR_EXPORT DataManager {
   // The states of a policy's two calls; both are kNone when this returns false.
   bool GetConnectStatus(uint32_t index, ConnectStatus& ipv4, ConnectStatus& ipv6);
 
-  // A policy and the states of its calls; the states are untouched when there is no such policy.
+  // A policy and, by a second request, the states of its calls; these are untouched when there is no such policy.
   bool GetWwanStatus(uint32_t index, WwanStatus& status);
 
-  // The same for all policies, in index order. True with an empty list when there are none; on false the list holds
-  // what had been read.
+  // The same for all policies, in index order: a request for the list and one for each policy. True with an empty list
+  // when there are none; on false the list holds what had been read.
   bool GetWwanStatuses(std::vector<WwanStatus>& statuses);
 
   // Whether the host wants the call kept up.
@@ -206,7 +208,7 @@ class KOR_EXPORT DataManager {
   // What the network assigned to one call. kNotReady: the call is up and its configuration is still incomplete.
   [[nodiscard]] kor::Result GetNetworkConfig(uint32_t index, kor::util::IPFamily ip_family, NetworkConfig& config);
 
-  // The switches of a policy's families; true when both could be read.
+  // The switches of a policy's families, by two requests; true when both could be read.
   bool GetIpvEnabled(uint32_t index, bool& ipv4, bool& ipv6);
 
   // Switches `ip_family` on or off for a policy. kBoth: both are asked for whatever the first answers, and true means
@@ -233,9 +235,10 @@ class KOR_EXPORT DataManager {
   // Its IPv4 address, dotted; false when it is down, is not there or has none.
   bool GetIpAddress(std::string& address);
 
-  // Gives it this address in place of what it had, with the same netmask (255.255.255.255 when it had none). Its routes
-  // stay, but for those to the old address's subnet. False, with nothing changed, when it is down or `address` is not
-  // an address that a host can have. Needs CAP_NET_ADMIN, as SetSubnetMask does.
+  // Gives it this address in place of what it had, with the same netmask (255.255.255.255 when it had none), the same
+  // far end and label. Its routes stay, but for those to the old address's subnet. False, with nothing changed, when it
+  // is down or `address` is not an address that a host can have; false when the kernel refuses, as it does without
+  // CAP_NET_ADMIN. SetSubnetMask likewise.
   bool SetIpAddress(std::string address);
 
   // The netmask of its IPv4 address, dotted; false when it has none. It may be down.

@@ -36,13 +36,10 @@ std::vector<Ipv4Address> ReadIpv4Addresses(int index) {
 }
 
 std::optional<std::string> ReadIpv6Address(int index) {
-  std::optional<in6_addr> best;
-  for (const RouteMessage& message : Read(index, AF_INET6)) {
-    const bool better = best && IN6_IS_ADDR_LINKLOCAL(&*best) && !IN6_IS_ADDR_LINKLOCAL(&message.ipv6);
-    if (!best || better) best = message.ipv6;
-  }
+  const std::vector<RouteMessage> found = Read(index, AF_INET6);
   char text[INET6_ADDRSTRLEN] = {};
-  if (!best || inet_ntop(AF_INET6, &*best, text, sizeof(text)) == nullptr) return std::nullopt;
+  // The kernel lists them with the widest scope first.
+  if (found.empty() || inet_ntop(AF_INET6, &found.front().ipv6, text, sizeof(text)) == nullptr) return std::nullopt;
   return text;
 }
 

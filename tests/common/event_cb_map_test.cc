@@ -12,6 +12,8 @@
 #include <thread>
 #include <vector>
 
+#include "kutil/probes.h"
+
 namespace kor::util {
 namespace {
 
@@ -71,21 +73,21 @@ TEST_F(EventCbMapTest, ACallbackThatThrowsDoesNotKeepTheTableLocked) {
 }
 
 TEST_F(EventCbMapTest, RemoveWaitsForACallbackThatIsRunning) {
-  std::promise<void> inside, leave;
+  test::Happening inside, leave;
   std::atomic<bool> left{false};
   table_.Add(Key(1), [&](EventDic&) {
-    inside.set_value();
-    leave.get_future().wait();
+    inside.Happen();
+    EXPECT_TRUE(leave.Awaited());
     left = true;
   });
   std::thread publisher([this] { Notify(); });
-  inside.get_future().wait();
+  EXPECT_TRUE(inside.Awaited());
   auto removed = std::async(std::launch::async, [&] {
     table_.Remove(Key(1));
     EXPECT_TRUE(left);
   });
   EXPECT_EQ(std::future_status::timeout, removed.wait_for(std::chrono::milliseconds(30)));
-  leave.set_value();
+  leave.Happen();
   publisher.join();
   removed.get();
 }

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "dns/dns_ctrl_service.h"
+#include "kutil/probes.h"
 #include "support/scripted_vendor.h"
 #include "support/syslog_reader.h"
 #include "support/wait.h"
@@ -280,11 +281,11 @@ TEST_F(ConnectTest, DisconnectHearsOnlyItsOwnOutcome) {
 TEST_F(ConnectTest, TheBudgetRunsOverAllPasses) {
   // Events of another call keep the wait awake for longer than its budget.
   DataManagerPeer::SetWaitBudget(data_, 200ms);
-  std::promise<void> requested;
-  OnRequest([&] { requested.set_value(); });
+  Happening requested;
+  OnRequest([&] { requested.Happen(); });
   const auto start = Clock::now();
   auto connect = std::async(std::launch::async, [&] { return data_.Connect(0, kIpv4, true); });
-  ASSERT_EQ(std::future_status::ready, requested.get_future().wait_for(kLongEnough));
+  ASSERT_TRUE(requested.Awaited());
   int published = 0;
   while (connect.wait_for(2ms) != std::future_status::ready && Clock::now() - start < kLongEnough) {
     Vendor::Publish(0x200, "101", "4");
@@ -308,10 +309,10 @@ TEST_F(ConnectTest, TheBudgetRunsOverAllPasses) {
 }
 
 TEST_F(ConnectTest, AWaitThatIsWokenForNothingGoesOn) {
-  std::promise<void> requested;
-  OnRequest([&] { requested.set_value(); });
+  Happening requested;
+  OnRequest([&] { requested.Happen(); });
   auto connect = std::async(std::launch::async, [&] { return data_.Connect(0, kIpv4, true); });
-  ASSERT_EQ(std::future_status::ready, requested.get_future().wait_for(kLongEnough));
+  ASSERT_TRUE(requested.Awaited());
   for (int i = 0; i < 20; ++i) {
     DataManagerPeer::WakeForNothing(data_);
     ASSERT_EQ(std::future_status::timeout, connect.wait_for(2ms));
