@@ -117,7 +117,7 @@ TEST_F(ThreadWithoutMemoryTest, AnAnswerWithoutRoomForItsTextIsAFailure) {
   const std::string text(100, 'x');
   Claim("+LONG", [&](Command&) {
     CmdResponse response = Ok(text);
-    response.after_send_cb = [this](void*) { AtClient::others.Add("after"); };
+    response.after_send_cb = [](void*) { AtClient::others.Add("after"); };
     none_.emplace();
     return response;
   });

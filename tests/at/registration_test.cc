@@ -126,17 +126,18 @@ TEST_F(AtTest, ARefusedNameIsGivenUpAfterSixRequestsAndMayBeClaimedAnew) {
 }
 
 TEST_F(AtTest, AClaimWaitsWhileTheModemIsAsked) {
-  std::future<int> claim;
-  AtClient::on_request = [&](const Names&) {
-    if (claim.valid()) return 0;
-    claim = std::async(std::launch::async, [this] { return at_->RegisterCallback("+B", nullptr, nullptr); });
+  std::promise<std::future<int>> made;
+  AtClient::on_request = [&](const Names& names) {
+    if (names.front() != "+A") return 0;
+    auto claim = std::async(std::launch::async, [this] { return at_->RegisterCallback("+B", nullptr, nullptr); });
     EXPECT_EQ(std::future_status::timeout, claim.wait_for(50ms));
+    made.set_value(std::move(claim));
     return 0;
   };
   Claim("+A");
   at_->StartService();
   EXPECT_EQ((Lines{"+A", "+B"}), AtClient::requests.Take(2));
-  EXPECT_EQ(0, claim.get());
+  EXPECT_EQ(0, made.get_future().get().get());
   at_.reset();
 }
 
