@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-// Registration of the claimed names with the modem: passes in batches, and the timer that spaces them.
+// The registry of claimed names, and their registration with the modem: passes in batches, and the timer that spaces
+// them.
 #include <cinttypes>
 #include <climits>
+#include <list>
 #include <new>
 #include <utility>
 #include <vector>
 
 #include "at/at_service.h"
-#include "at/client_code.h"
+#include "at/run_guarded.h"
 #include "common/log.h"
 #include "common/vendor/ats_qmi_client.h"
 
@@ -30,6 +32,33 @@ void ReportResult(const AtService::CmdSetInfo& info, const std::string& name, bo
 }
 
 }  // namespace
+
+int AtService::RegisterCallback(std::string name, std::function<AtManager::CmdResponse(AtManager::Command&)> cmd_cb,
+                                std::function<void(std::string, bool)> reg_cb) {
+  // What may fail comes before the registry changes: a name is claimed, pending and has its pass, or none of it.
+  std::list<AtServiceMsg> pass(1);
+  pass.front().type = kMsgRegister;
+  Registry claim;
+  const Registry::iterator made = claim.try_emplace(std::move(name)).first;
+  kor::util::MutexLock lock(cmd_mutex_);
+  const auto found = cmd_set_info_m_.find(made->first);
+  const bool is_new = found == cmd_set_info_m_.end();
+  if (is_new) pending_.insert(made);
+  cmd_set_info_m_.merge(claim);  // Takes the node over when it is new. Nothing is allocated, `made` stays good.
+  CmdSetInfo& info = (is_new ? made : found)->second;
+  // Replaced callables are destroyed with the arguments, after the unlock.
+  info.cmd_cb.swap(cmd_cb);
+  info.reg_cb.swap(reg_cb);
+  if (is_new) PushNode(pass);
+  return 0;
+}
+
+int AtService::ReleaseCommands() {
+  std::list<std::string> names;
+  kor::util::MutexLock lock(cmd_mutex_);
+  for (const auto& entry : cmd_set_info_m_) names.push_back(entry.first);
+  return 0;
+}
 
 // One pass. It looks at the names that are not registered and at no others; only those that were refused just now can
 // have become too many refusals.
