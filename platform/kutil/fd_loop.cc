@@ -3,8 +3,6 @@
 
 #include <pthread.h>
 #include <sys/epoll.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -19,19 +17,13 @@ namespace kor::util {
 
 namespace {
 
-constexpr uint64_t kWakeToken = 0;  // Watches count from 1.
-constexpr int kEventsAtOnce = 16;   // What is ready beyond that comes with the next call.
+constexpr int kEventsAtOnce = 16;  // What is ready beyond that comes with the next call.
 
-bool Arm(int epoll_fd, int operation, int fd, uint32_t events, uint64_t token) {
+bool Arm(int epoll_fd, int operation, int fd, uint64_t token) {
   epoll_event event{};
-  event.events = events;
+  event.events = EPOLLIN;
   event.data.u64 = token;
   return epoll_ctl(epoll_fd, operation, fd, &event) == 0;
-}
-
-void CloseIfOpen(int& fd) {
-  if (fd != -1) close(fd);
-  fd = -1;
 }
 
 }  // namespace
@@ -50,72 +42,48 @@ void FdLoop::Add(int fd, Callback cb) {
 
 // On success `watch` becomes the watch that was replaced, if any: its callback is destroyed outside the lock.
 bool FdLoop::WatchLocked(std::shared_ptr<Watch>& watch) {
-  if (run_ == nullptr && !StartLocked()) return false;
+  if (!StartLocked()) return false;
   watch->token = ++last_token_;
-  // From here on a failure needs no clean-up: a thread that finds nothing to watch ends by itself.
-  if (!Arm(run_->epoll_fd, EPOLL_CTL_ADD, watch->fd, EPOLLIN, watch->token) &&
-      (errno != EEXIST || !Arm(run_->epoll_fd, EPOLL_CTL_MOD, watch->fd, EPOLLIN, watch->token))) {
-    return false;
+  // Its place before its arming: a descriptor that is armed and has none would keep the thread busy for ever.
+  std::shared_ptr<Watch>& place = watches_[watch->fd];
+  if (Arm(epoll_fd_, EPOLL_CTL_ADD, watch->fd, watch->token) ||
+      (errno == EEXIST && Arm(epoll_fd_, EPOLL_CTL_MOD, watch->fd, watch->token))) {
+    place.swap(watch);
+    return true;
   }
-  const auto old = std::find_if(watches_.begin(), watches_.end(),
-                                [&watch](const auto& entry) { return entry.second->fd == watch->fd; });
-  std::shared_ptr<Watch> replaced;
-  if (old != watches_.end()) {
-    replaced = std::move(old->second);
-    watches_.erase(old);
-  }
-  watches_.emplace(watch->token, watch);
-  watch = std::move(replaced);
-  run_->may_leave.Signal();
-  return true;
+  if (place == nullptr) watches_.erase(watch->fd);
+  return false;
 }
 
 bool FdLoop::StartLocked() {
-  auto run = std::make_shared<Run>();
-  run->epoll_fd = epoll_create1(EPOLL_CLOEXEC);
-  run->wake_fd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-  // Edge-triggered: a wake-up needs no reading back.
-  if (run->epoll_fd != -1 && run->wake_fd != -1 &&
-      Arm(run->epoll_fd, EPOLL_CTL_ADD, run->wake_fd, EPOLLIN | EPOLLET, kWakeToken)) {
-    try {
-      run->thread = std::thread([self = shared_from_this(), run] { self->Main(run); });
-    } catch (const std::system_error& e) {
-      errno = e.code().value();
-    }
-  }
-  if (!run->thread.joinable()) {
-    const int error = errno;
-    CloseIfOpen(run->epoll_fd);
-    CloseIfOpen(run->wake_fd);
-    errno = error;
+  if (thread_ != std::thread::id()) return true;
+  if (epoll_fd_ == -1) epoll_fd_ = epoll_create1(EPOLL_CLOEXEC);  // Kept for the next try when there is no thread.
+  if (epoll_fd_ == -1) return false;
+  try {
+    std::thread thread([this, epoll_fd = epoll_fd_] { Main(epoll_fd); });
+    thread_ = thread.get_id();
+    thread.detach();
+    return true;
+  } catch (const std::system_error& e) {
+    errno = e.code().value();
     return false;
   }
-  run_ = std::move(run);
-  return true;
 }
 
 void FdLoop::Remove(int fd) {
   std::shared_ptr<Watch> removed;
-  std::thread ended;
   {
     MutexLock lock(mutex_);
-    removed = TakeLocked(fd);
-    if (run_ == nullptr || run_->thread.get_id() == std::this_thread::get_id()) return;
+    const auto found = watches_.find(fd);
+    if (found != watches_.end()) {
+      removed = std::move(found->second);
+      watches_.erase(found);
+      epoll_ctl(epoll_fd_, EPOLL_CTL_DEL, fd, nullptr);
+    }
+    if (thread_ == std::this_thread::get_id()) return;
     AwaitCallbackLocked(fd);
-    ended = AwaitEndLocked();
   }
   if (removed != nullptr) removed->cb = nullptr;  // The thread may hold the watch, but not call it, for a moment more.
-  if (ended.joinable()) ended.join();
-}
-
-std::shared_ptr<FdLoop::Watch> FdLoop::TakeLocked(int fd) {
-  const auto it =
-      std::find_if(watches_.begin(), watches_.end(), [fd](const auto& entry) { return entry.second->fd == fd; });
-  if (it == watches_.end()) return nullptr;
-  std::shared_ptr<Watch> watch = std::move(it->second);
-  watches_.erase(it);
-  epoll_ctl(run_->epoll_fd, EPOLL_CTL_DEL, fd, nullptr);
-  return watch;
 }
 
 void FdLoop::AwaitCallbackLocked(int fd) {
@@ -125,56 +93,34 @@ void FdLoop::AwaitCallbackLocked(int fd) {
   running->finished.Signal();
 }
 
-// The thread to be joined when the last watch is gone. A callback that is still running, of a descriptor that is being
-// removed elsewhere, is not waited for: it may need the caller. The thread ends after it.
-std::thread FdLoop::AwaitEndLocked() {
-  const std::shared_ptr<Run> run = run_;
-  if (run == nullptr || !watches_.empty() || running_ != nullptr) return {};
-  ++run->joiners;
-  eventfd_write(run->wake_fd, 1);
-  while (!run->ended && watches_.empty()) run->may_leave.Wait(mutex_);
-  --run->joiners;
-  run->may_leave.Signal();
-  return run->ended ? std::move(run->thread) : std::thread();
-}
-
-void FdLoop::Main(const std::shared_ptr<Run>& run) {
-  pthread_setname_np(pthread_self(), thread_name_);
-  while (!EndIfIdle(*run)) {
+void FdLoop::Main(int epoll_fd) {
+  pthread_setname_np(pthread_self(), "kutil-fd");
+  for (;;) {
     epoll_event events[kEventsAtOnce];
-    const int count = epoll_wait(run->epoll_fd, events, kEventsAtOnce, -1);  // Interrupted: -1, and once more.
-    for (int i = 0; i < count; ++i) Dispatch(events[i].data.u64);
+    const int count = epoll_wait(epoll_fd, events, kEventsAtOnce, -1);  // Interrupted: -1, and once more.
+    for (int i = 0; i < count; ++i) {
+      const std::shared_ptr<Watch> watch = BeginCallback(events[i].data.u64);
+      if (watch == nullptr) continue;
+      GuardedCall(watch->cb);
+      EndCallback();
+    }
   }
 }
 
-void FdLoop::Dispatch(uint64_t token) {
-  std::shared_ptr<Watch> watch;
-  {
-    MutexLock lock(mutex_);
-    const auto it = watches_.find(token);
-    if (it == watches_.end()) return;
-    watch = it->second;
-    running_ = watch;
-  }
-  GuardedCall(watch->cb);
+// Null when it was removed since the kernel reported it.
+std::shared_ptr<FdLoop::Watch> FdLoop::BeginCallback(uint64_t token) {
   MutexLock lock(mutex_);
+  const auto found = std::find_if(watches_.begin(), watches_.end(),
+                                  [token](const auto& entry) { return entry.second->token == token; });
+  if (found == watches_.end()) return nullptr;
+  running_ = found->second;
+  return running_;
+}
+
+void FdLoop::EndCallback() {
+  MutexLock lock(mutex_);
+  running_->finished.Signal();
   running_ = nullptr;
-  watch->finished.Signal();
-}
-
-bool FdLoop::EndIfIdle(Run& run) {
-  MutexLock lock(mutex_);
-  if (!watches_.empty()) return false;
-  CloseIfOpen(run.epoll_fd);
-  CloseIfOpen(run.wake_fd);
-  run.ended = true;
-  run_ = nullptr;
-  if (run.joiners == 0) {
-    run.thread.detach();
-  } else {
-    run.may_leave.Signal();
-  }
-  return true;
 }
 
 }  // namespace kor::util

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "common/util/fd_monitor.h"
 
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -32,12 +33,12 @@ FdMonitor* FdMonitor::Get(unsigned int index) {
 }
 
 FdMonitor* FdMonitor::Create() {
-  auto* const monitor = new FdMonitor;
-  monitor->loop_ = std::make_shared<FdLoop>("kutil-fd");
+  std::unique_ptr<FdMonitor> monitor(new FdMonitor);
+  monitor->loop_ = std::make_shared<FdLoop>();
   Registry& registry = TheRegistry();
   MutexLock lock(registry.mutex);
-  registry.monitors.push_back(monitor);
-  return monitor;
+  registry.monitors.push_back(monitor.get());
+  return monitor.release();
 }
 
 void FdMonitor::Add(int fd, FdType type, std::function<void(int, FdType)> cb) {

@@ -3,9 +3,15 @@
 
 #include <linux/rtnetlink.h>
 #include <net/if.h>
+#include <poll.h>
+#include <pthread.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
+#include <iterator>
+#include <system_error>
 #include <utility>
 
 #include "common/log.h"
@@ -18,31 +24,65 @@ namespace {
 
 constexpr uint32_t kGroups = RTMGRP_LINK | RTMGRP_IPV4_IFADDR | RTMGRP_IPV6_IFADDR;
 
+void LogCannotWatch(int error) { KOR_LOG(LOG_ERR, "Cannot watch the network interfaces: %s\n", strerror(error)); }
+
 }  // namespace
 
 std::shared_ptr<InterfaceMonitor> InterfaceMonitor::Create(Callback cb, int receive_buffer) {
-  const std::shared_ptr<InterfaceMonitor> monitor(new InterfaceMonitor(std::move(cb), receive_buffer));
+  const std::shared_ptr<InterfaceMonitor> monitor(new InterfaceMonitor(std::move(cb)));
   monitor->self_ = monitor;
-  // The loop's thread is an owner, too, while it is in the callback: so stopping is not left to the destructor.
+  monitor->Subscribe(receive_buffer);
+  // The thread is an owner, too, as long as it runs: so stopping is not left to the destructor.
   return {monitor.get(), [monitor](InterfaceMonitor*) { monitor->Stop(); }};
 }
 
-InterfaceMonitor::InterfaceMonitor(Callback cb, int receive_buffer)
-    : cb_(std::move(cb)), loop_(std::make_shared<FdLoop>("kutil-netif")) {
-  if (socket_.Open(kGroups, receive_buffer)) {
+InterfaceMonitor::InterfaceMonitor(Callback cb) : cb_(std::move(cb)), wake_fd_(eventfd(0, EFD_CLOEXEC)) {}
+
+InterfaceMonitor::~InterfaceMonitor() {
+  if (wake_fd_ != -1) close(wake_fd_);
+}
+
+void InterfaceMonitor::Subscribe(int receive_buffer) {
+  if (wake_fd_ != -1 && socket_.Open(kGroups, receive_buffer)) {
     names_.Replace(LinksNow());
   } else {
-    KOR_LOG(LOG_ERR, "Cannot watch the network interfaces: %s\n", strerror(errno));
+    LogCannotWatch(errno);
   }
 }
 
 void InterfaceMonitor::Start() {
-  if (socket_.fd() != -1) loop_->Add(socket_.fd(), [self = self_.lock()] { self->Read(); });
+  const std::shared_ptr<InterfaceMonitor> self = self_.lock();  // The first callback may let go of it.
+  if (socket_.fd() == -1) return;
+  MutexLock lock(mutex_);
+  try {
+    thread_ = std::thread([self] { self->Main(); });
+  } catch (const std::system_error& e) {
+    LogCannotWatch(e.code().value());
+  }
 }
 
 void InterfaceMonitor::Stop() {
-  stopped_ = true;
-  if (socket_.fd() != -1) loop_->Remove(socket_.fd());
+  std::thread ended;
+  {
+    MutexLock lock(mutex_);
+    stopped_ = true;
+    ended.swap(thread_);
+  }
+  if (!ended.joinable()) return;
+  if (ended.get_id() == std::this_thread::get_id()) {
+    ended.detach();
+  } else {
+    eventfd_write(wake_fd_, 1);
+    ended.join();
+  }
+}
+
+void InterfaceMonitor::Main() {
+  pthread_setname_np(pthread_self(), "kutil-netif");
+  while (!stopped_) {
+    pollfd ready[] = {{socket_.fd(), POLLIN, 0}, {wake_fd_, POLLIN, 0}};
+    if (poll(ready, std::size(ready), -1) > 0 && ready[0].revents != 0) GuardedCall([this] { Read(); });
+  }
 }
 
 // Reads all that waits before the links are read again: an older message must not undo what they say.

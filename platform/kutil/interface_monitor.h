@@ -6,11 +6,13 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "common/event_dic.h"
-#include "kutil/fd_loop.h"
+#include "common/mutex.h"
 #include "kutil/link_names.h"
+#include "kutil/lock_ranks.h"
 #include "kutil/route_socket.h"
 
 namespace kor::util {
@@ -20,7 +22,8 @@ namespace kor::util {
 // after gets an event.
 //
 // Life: subscribed to the kernel from Create() on, so that no change after it is missed; events from Start() to Stop().
-// Where there is no routing socket, that is logged and there are no events.
+// Where there is no routing socket or no thread, that is logged and there are no events. The thread has the signal mask
+// of whoever starts it (a program started from the callback inherits it).
 // Thread safety: one thread at a time; the callback may call Stop() and let go of the object.
 class InterfaceMonitor {
  public:
@@ -28,6 +31,9 @@ class InterfaceMonitor {
 
   // The last owner to let go stops it. `receive_buffer`: see RouteSocket::Open().
   static std::shared_ptr<InterfaceMonitor> Create(Callback cb, int receive_buffer = 0);
+  ~InterfaceMonitor();
+  InterfaceMonitor(const InterfaceMonitor&) = delete;
+  InterfaceMonitor& operator=(const InterfaceMonitor&) = delete;
 
   // Requires: not started yet.
   void Start();
@@ -37,8 +43,10 @@ class InterfaceMonitor {
   void Stop();
 
  private:
-  InterfaceMonitor(Callback cb, int receive_buffer);
+  explicit InterfaceMonitor(Callback cb);
 
+  void Subscribe(int receive_buffer);
+  void Main();
   void Read();
   void Handle(const RouteMessage& message);
   void ReadLinksAgain();
@@ -46,11 +54,14 @@ class InterfaceMonitor {
   void Raise(const std::string& name);
 
   const Callback cb_;
-  const std::shared_ptr<FdLoop> loop_;
+  const int wake_fd_;                     // An eventfd, written to make the thread look at stopped_.
   std::weak_ptr<InterfaceMonitor> self_;  // Set by Create().
-  std::atomic<bool> stopped_{false};      // Read between two events on the loop's thread.
+  std::atomic<bool> stopped_{false};      // Read between two events on the thread.
 
-  // From Start() on used on the loop's thread only.
+  Mutex mutex_{rank::kUtility};
+  std::thread thread_ KOR_GUARDED_BY(mutex_);  // The first callback may come, and stop it, before it stands here.
+
+  // From Start() on used on the thread only.
   RouteSocket socket_;
   LinkNames names_;
   std::vector<RouteMessage> messages_;

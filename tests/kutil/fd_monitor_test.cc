@@ -7,10 +7,12 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <future>
 #include <memory>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -18,6 +20,8 @@
 #include <vector>
 
 #include "kutil/probes.h"
+#include "support/files.h"
+#include "support/no_memory.h"
 #include "support/syslog_reader.h"
 
 namespace kor::util {
@@ -49,8 +53,22 @@ std::string ThreadStatus(pid_t thread, const std::string& key) {
   return "no " + key;
 }
 
+pid_t ThreadNamed(const std::string& name) {
+  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+    if (test::ReadFile(task.path() / "comm") == name + "\n") return std::stoi(task.path().filename());
+  }
+  return 0;
+}
+
 class FdMonitorTest : public testing::Test {
  protected:
+  // With its thread, which stays.
+  FdMonitorTest() {
+    Add(door, [] {});
+    Remove(door);
+    before = ProcessState::Now();
+  }
+
   void Add(const Bell& bell, std::function<void()> cb) {
     monitor.Add(bell.fd, FdType::kRead, [&bell, cb = std::move(cb)](int, FdType) {
       bell.Answer();
@@ -61,7 +79,7 @@ class FdMonitorTest : public testing::Test {
 
   FdMonitor& monitor = *FdMonitor::Create();
   Bell door, phone;
-  const ProcessState before = ProcessState::Now();
+  ProcessState before{};
 };
 
 TEST_F(FdMonitorTest, MonitorsAreFoundByNumber) {
@@ -128,6 +146,36 @@ TEST_F(FdMonitorTest, SurvivesWhatCallbacksThrowAndWhatCannotBeWatched) {
   EXPECT_TRUE(quiet.Returns());
 }
 
+// Regression: a descriptor was armed, then there was no memory for its watch, and the thread never slept again; when
+// there was none for the thread, descriptors were lost.
+TEST(FdMonitorMemoryTest, WhatThereIsNoMemoryForIsNotHalfWatched) {
+  const Bell bell;
+  bell.Ring();
+  Happening rung;
+  const ProcessState before = ProcessState::Now();
+  FdMonitor& monitor = *FdMonitor::Create();
+  bool added = false;
+  int refusals = -1;
+  for (; !added; ++refusals) {
+    try {
+      std::function<void(int, FdType)> cb = [&](int, FdType) {
+        bell.Answer();
+        rung.Happen();
+      };
+      const test::NoMemory none(refusals + 1);
+      monitor.Add(bell.fd, FdType::kRead, std::move(cb));
+      added = true;
+    } catch (const std::bad_alloc&) {
+      const pid_t thread = ThreadNamed("kutil-fd");
+      ASSERT_TRUE(thread == 0 || Eventually([&] { return ThreadStatus(thread, "State") == "S"; })) << refusals;
+    }
+  }
+  EXPECT_LT(2, refusals);
+  EXPECT_TRUE(rung.Awaited());
+  monitor.Remove(bell.fd, FdType::kRead);
+  EXPECT_TRUE((ProcessState{before.threads + 1, before.fds + 1}.Returns()));
+}
+
 TEST_F(FdMonitorTest, RemoveWaitsForItsCallbackAndForNoOther) {
   Happening inside, leave;
   std::atomic<bool> left{false};
@@ -180,7 +228,7 @@ TEST_F(FdMonitorTest, CallbacksMayRemoveThemselvesAndAddOthers) {
   EXPECT_TRUE(answered.Awaited());
   EXPECT_TRUE(before.Returns());
 
-  // And all of it starts again: the door is still ringing.
+  // The door is still ringing: it is heard as soon as it is added again.
   Happening rung;
   Add(door, [&] { rung.Happen(); });
   EXPECT_TRUE(rung.Awaited());

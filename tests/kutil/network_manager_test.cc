@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "common/util/network_manager.h"
 
+#include <linux/rtnetlink.h>
 #include <net/if.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -8,9 +9,12 @@
 
 #include <algorithm>
 #include <atomic>
+#include <fstream>
 #include <memory>
+#include <new>
 #include <optional>
 #include <set>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -20,6 +24,7 @@
 #include "common/condition.h"
 #include "kutil/interface_monitor.h"
 #include "kutil/probes.h"
+#include "support/no_memory.h"
 
 namespace kor::util {
 namespace {
@@ -36,6 +41,11 @@ class Reports {
     EXPECT_EQ(kEvtNetIface, event.event);
     MutexLock lock(mutex_);
     names_.insert(event.GetParam(EventDic::kParamIfaceName));
+  }
+
+  bool Have(const std::string& name) {
+    MutexLock lock(mutex_);
+    return names_.count(name) > 0;
   }
 
   // Waits for all of `names`, and forgets what came until then.
@@ -167,8 +177,79 @@ TEST_F(NetworkManagerTest, NothingComesAfterUnsetOrTheObjectsEnd) {
     if (manager) manager->UnsetEventCb();
     EXPECT_TRUE(busy.Returns());
   }
+  // The first event may come, and end it all, before SetEventCb() has returned.
+  for (int round = 0; round < 30; ++round) {
+    Happening ended;
+    NetworkManager manager;
+    manager.SetEventCb([&](EventDic&) {
+      manager.UnsetEventCb();
+      ended.Happen();
+    });
+    EXPECT_TRUE(ended.Awaited());
+  }
+  EXPECT_TRUE(busy.Returns());
   done = true;
   changes.join();
+}
+
+TEST_F(NetworkManagerTest, WhatThereIsNoMemoryForLeavesNothingBehind) {
+  {
+    NetworkManager manager;
+    bool subscribed = false;
+    for (int left = 0; !subscribed; ++left) {
+      try {
+        std::function<void(EventDic&)> cb = Recorder();
+        const test::NoMemory none(left);
+        manager.SetEventCb(std::move(cb));
+        subscribed = true;
+      } catch (const std::bad_alloc&) {
+      }
+    }
+    Flip("carrier0");
+    EXPECT_TRUE(reports.Bring({"carrier0"}));
+  }
+  EXPECT_TRUE(before.Returns());
+}
+
+// A message about a link from another program, sent to every routing socket.
+void Forge(const std::string& name) {
+  struct {
+    nlmsghdr header{};
+    ifinfomsg link{};
+    rtattr name{};
+    char text[IFNAMSIZ] = {};
+  } message;
+  message.header.nlmsg_len = sizeof(message);
+  message.header.nlmsg_type = RTM_NEWLINK;
+  message.link.ifi_index = 4711;
+  message.name.rta_type = IFLA_IFNAME;
+  message.name.rta_len = static_cast<unsigned short>(RTA_LENGTH(name.size() + 1));
+  name.copy(message.text, sizeof(message.text) - 1);
+  const int fd = socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE);
+  std::ifstream sockets("/proc/net/netlink");
+  std::string line;
+  int sent = 0;
+  while (std::getline(sockets, line)) {
+    std::istringstream fields(line);
+    std::string address;
+    int protocol = -1;
+    sockaddr_nl to{};
+    to.nl_family = AF_NETLINK;
+    if (!(fields >> address >> protocol >> to.nl_pid) || protocol != NETLINK_ROUTE || to.nl_pid == 0) continue;
+    const auto* const receiver = reinterpret_cast<const sockaddr*>(&to);
+    if (sendto(fd, &message, sizeof(message), 0, receiver, sizeof(to)) == sizeof(message)) ++sent;
+  }
+  close(fd);
+  EXPECT_LT(0, sent);
+}
+
+TEST_F(NetworkManagerTest, OnlyTheKernelIsBelieved) {
+  NetworkManager manager;
+  manager.SetEventCb(Recorder());
+  Forge("forged0");
+  Flip("carrier0");
+  EXPECT_TRUE(Eventually([&] { return reports.Have("carrier0"); }));
+  EXPECT_FALSE(reports.Have("forged0"));
 }
 
 TEST_F(NetworkManagerTest, TheCallbackMayEndReplaceAndThrow) {
