@@ -13,7 +13,8 @@ class DnsCtrlService;
 // The device's DNS forwarder: one dnsmasq on 127.0.0.1 that follows the data calls.
 //
 // All managers of a process share one service. The first to be constructed creates it (nothing is started yet), the
-// last to be destroyed stops and destroys it, and with it dnsmasq, whoever started that. While the service runs it
+// last to be destroyed stops and destroys it, and with it dnsmasq, whoever started that, which blocks as StopService()
+// does. While the service runs it
 //   - keeps /etc/resolv.conf at "nameserver 127.0.0.1",
 //   - writes the servers of the calls that are up to /var/run/netctld-dnsmasq/dnsmasq_resolv.conf whenever an
 //     rmnet_data interface changes, or the text of /data/permanent-dns.conf instead when there is one,
@@ -39,8 +40,10 @@ class KOR_EXPORT DnsCtrlManager {
   // throws when the modem cannot be reached; the service runs all the same, and its next event refreshes.
   bool StartService();
 
-  // Stops it for all managers and kills dnsmasq. Returns when no refresh runs any more. False when the pid file holds
-  // no process id.
+  // Stops it for all managers and kills dnsmasq. Blocks until no refresh runs any more, which takes up to two and a
+  // half seconds, five pauses, while a call's configuration is incomplete (and what the vendor's side and the callbacks
+  // take); then for at most a second until the killed dnsmasq is gone, which is mostly at once. False when the pid file
+  // holds no process id.
   bool StopService();
 
   // From now on calls `cb` with kEvtDnsUpdated (no parameters) after every write of the forwarder's server list. A

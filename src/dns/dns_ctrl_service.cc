@@ -2,7 +2,6 @@
 // The service's life: watches, subscriptions, and the two callbacks that turn outside changes into setting changes.
 #include "dns/dns_ctrl_service.h"
 
-#include <fcntl.h>
 #include <libgen.h>
 #include <sys/inotify.h>
 #include <unistd.h>
@@ -38,7 +37,8 @@ std::string TargetPath(const std::string& link, const std::string& target) {
 
 }  // namespace
 
-DnsCtrlService::DnsCtrlService() : fd_monitor_(kor::util::FdMonitor::Get(0)) {
+DnsCtrlService::DnsCtrlService() {
+  fd_monitor_ = kor::util::FdMonitor::Get(0);
   if (fd_monitor_ == nullptr) fd_monitor_ = kor::util::FdMonitor::Create();
 }
 
@@ -50,9 +50,8 @@ bool DnsCtrlService::Start() {
     KOR_LOG(LOG_DEBUG, "DnsCtrlService already started\n");
     return true;
   }
-  inotify_fd_ = inotify_init();
+  inotify_fd_ = inotify_init1(IN_CLOEXEC);  // Not for dnsmasq and the shells.
   if (inotify_fd_ == -1) return false;
-  fcntl(inotify_fd_, F_SETFD, FD_CLOEXEC);  // Not for dnsmasq and the shells.
   resolv_conf_wd_ = AddFileWatcher(inotify_fd_, kResolvConfPath, true);
   if (resolv_conf_wd_ < 0) {
     KOR_LOG(LOG_ERR, "Cannot monitor file %s exit program\n", kResolvConfPath);
@@ -93,7 +92,7 @@ void DnsCtrlService::RemoveWatch(std::atomic<int>& wd) {
   if (wd > 0) inotify_rm_watch(inotify_fd_, wd.exchange(-1));
 }
 
-int DnsCtrlService::AddFileWatcher(int fd, const char* path, bool watch_file) {
+int DnsCtrlService::AddFileWatcher([[maybe_unused]] int fd, const char* path, bool watch_file) {
   std::string current(path);
   char target[kPathSize] = {};
   for (int links = 0; links < kMaxLinks; ++links) {
@@ -123,7 +122,7 @@ int DnsCtrlService::AddFileWatcher(int fd, const char* path, bool watch_file) {
     KOR_LOG_AS(kAddFileWatcher, LOG_DEBUG, "new path set as directory named %s %s\n", final_path, dir_name);
   }
   KOR_LOG_AS(kAddFileWatcher, LOG_DEBUG, "final path %s\n", final_path);
-  return inotify_add_watch(fd, final_path, kWatchMask);
+  return inotify_add_watch(inotify_fd_, final_path, kWatchMask);
 }
 
 void DnsCtrlService::FdCb(int fd, [[maybe_unused]] kor::util::FdType type) {

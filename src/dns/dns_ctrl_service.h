@@ -41,8 +41,9 @@ class KOR_EXPORT DnsCtrlService {
   // Places the watches, subscribes, and refreshes everything once. True when it runs, or ran already.
   bool Start();
 
-  // Undoes that and kills the dnsmasq that the pid file names, also when nothing was started. When it returns no
-  // callback of this object runs. False when the pid file holds no process id.
+  // Undoes that and kills the dnsmasq that the pid file names, also when nothing was started, and also with no memory
+  // left. Waits for a refresh that runs, and then for at most a second until the killed process is gone. When it
+  // returns no callback of this object runs. False when the pid file holds no process id.
   bool Stop();
 
   // Does the work of one setting under the service lock. Always true.
@@ -65,8 +66,8 @@ class KOR_EXPORT DnsCtrlService {
   // released, when a call is not ready.
   bool SetDnsmasqResolvConf(bool retry) KOR_REQUIRES(mutex_);
 
-  // Watches `path` on the inotify descriptor, links followed: the file itself, or with `watch_file` false the folder
-  // that holds it. The watch descriptor, or -1.
+  // Watches `path` on inotify_fd_ (`fd` is the same), links followed: the file itself, or with `watch_file` false the
+  // folder that holds it. The watch descriptor, or -1.
   int AddFileWatcher(int fd, const char* path, bool watch_file);
 
   // Something happened to a watched file.
@@ -82,7 +83,7 @@ class KOR_EXPORT DnsCtrlService {
   void RemoveWatch(std::atomic<int>& wd);
   bool KillDnsmasq();
 
-  kor::util::FdMonitor* fd_monitor_;  // Not owned; monitors live as long as the process.
+  kor::util::FdMonitor* fd_monitor_ = nullptr;  // Not owned; monitors live as long as the process.
   kor::util::NetworkManager network_manager_;
   kor::util::Mutex mutex_{rank::kService};  // The service lock.
   kor::util::Condition cond_;               // For the not-ready wait alone; nothing signals it.

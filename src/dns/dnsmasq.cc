@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -21,33 +22,33 @@ namespace {
 constexpr int kReadFlags = O_RDONLY | O_NONBLOCK | O_CLOEXEC;  // A pipe in the file's place holds nobody up.
 constexpr size_t kPidTextSize = 1024;                          // What is read of the pid file to look for the process,
 constexpr size_t kPidLineSize = 256;                           // and to kill it.
-constexpr int kGonePolls = 200;  // A killed process is gone within a second, or is not waited for any longer.
+constexpr size_t kShortTextSize = 64;                          // Room for a command or a path with a process id.
+constexpr std::chrono::seconds kGoneWait{1};                   // A killed process is not waited for any longer.
 constexpr timespec kGonePollPause{0, 5'000'000};
 
-std::string ProcPath(long pid) { return "/proc/" + std::to_string(pid); }
-
-// The first bytes of a file, for a buffer of zeros; false when it cannot be read.
-bool ReadStart(const char* path, char* text, size_t size) {
-  const int fd = open(path, kReadFlags);
-  if (fd < 0) return false;
+// Reads the first bytes of a file into a buffer of zeros, and closes it: how many, or -1 when it cannot be read.
+ssize_t ReadStart(int fd, char* text, size_t size) {
   const ssize_t n = read(fd, text, size);
   close(fd);
-  return n >= 0;
+  return n;
 }
 
-// Whether it still has its sockets. What has ended and waits for its parent to look after it ("12 (name) Z ...") has
-// none.
-bool IsThere(const std::string& stat_path) {
+// Whether a process still has its sockets. One that has ended and waits for its parent to look after it ("12 (name) Z
+// ...") has none.
+bool IsThere(const char* stat_path) {
   char text[kPidLineSize] = {};
-  if (!ReadStart(stat_path.c_str(), text, sizeof(text) - 1)) return false;
+  const int fd = open(stat_path, kReadFlags);
+  if (fd < 0 || ReadStart(fd, text, sizeof(text) - 1) < 0) return false;
   const char* const name_end = strrchr(text, ')');
   return name_end != nullptr && strncmp(name_end, ") Z", 3) != 0;
 }
 
-// So that the next start can bind the address. A machine that is far too busy takes its time to let a process die.
+// So that the next start can bind the address. By the clock: on a busy machine the pauses are longer than asked for.
 void WaitUntilGone(long pid) {
-  const std::string path = ProcPath(pid) + "/stat";
-  for (int i = 0; i < kGonePolls && IsThere(path); ++i) nanosleep(&kGonePollPause, nullptr);
+  char path[kShortTextSize];
+  snprintf(path, sizeof(path), "/proc/%ld/stat", pid);
+  const auto end = std::chrono::steady_clock::now() + kGoneWait;
+  while (IsThere(path) && std::chrono::steady_clock::now() < end) nanosleep(&kGonePollPause, nullptr);
 }
 
 }  // namespace
@@ -66,36 +67,39 @@ bool DnsCtrlService::StartDnsmasq() {
 
 bool DnsCtrlService::IsDnsmasqAlive() {
   char text[kPidTextSize + 1] = {};
-  if (!ReadStart(kDnsmasqPidPath, text, kPidTextSize)) return false;
+  const int fd = open(kDnsmasqPidPath, kReadFlags);
+  if (fd < 0 || ReadStart(fd, text, kPidTextSize) < 0) return false;
   const long pid = strtol(text, nullptr, 10);
-  return pid >= 1 && access(ProcPath(pid).c_str(), X_OK) == 0;
+  if (pid < 1) return false;
+  char path[kShortTextSize];
+  snprintf(path, sizeof(path), "/proc/%ld", pid);
+  return access(path, X_OK) == 0;
 }
 
+// Allocates nothing: a destructor stops, too, and a forwarder that nobody kills keeps the address from the next one.
 bool DnsCtrlService::KillDnsmasq() {
   constexpr char kStop[] = "bool kor::wwan::DnsCtrlService::Stop()";  // The operation that the log speaks of.
   const int fd = open(kDnsmasqPidPath, kReadFlags);
-  FILE* file = fd < 0 ? nullptr : fdopen(fd, "r");
-  if (file == nullptr) {
+  if (fd < 0) {
     KOR_LOG_AS(kStop, LOG_ERR, "There is no dnsmasq pid file on %s\n", kDnsmasqPidPath);
     return true;
   }
   char line[kPidLineSize] = {};
-  const bool has_line = fgets(line, sizeof(line), file) != nullptr;
-  fclose(file);
-  if (!has_line) {
+  if (ReadStart(fd, line, sizeof(line) - 1) <= 0) {
     KOR_LOG_AS(kStop, LOG_ERR, "Cannot read data from %s\n", kDnsmasqPidPath);
     return false;
   }
+  if (char* const line_end = strchr(line, '\n')) line_end[1] = '\0';
   const long pid = strtol(line, nullptr, 10);
   if (pid < 1) {
     KOR_LOG_AS(kStop, LOG_ERR, "dnsmasq pid has wrong value %s\n", line);
     return false;
   }
-  const std::string cmd = "kill -9 " + std::to_string(pid);
-  KOR_LOG_AS(kStop, LOG_DEBUG, "Try to kill dnsmasq with cmd [%s] and remove file %s\n", cmd.c_str(), kDnsmasqPidPath);
-  [[maybe_unused]] const int status = system(cmd.c_str());  // A process that is gone already is as good.
-  WaitUntilGone(pid);
-  KOR_LOG_AS(kStop, LOG_DEBUG, "after kill dnsmasq with cmd [%s] and remove file %s\n", cmd.c_str(), kDnsmasqPidPath);
+  char cmd[kShortTextSize];
+  snprintf(cmd, sizeof(cmd), "kill -9 %ld", pid);
+  KOR_LOG_AS(kStop, LOG_DEBUG, "Try to kill dnsmasq with cmd [%s] and remove file %s\n", cmd, kDnsmasqPidPath);
+  if (system(cmd) == 0) WaitUntilGone(pid);  // A process that is gone already is as good.
+  KOR_LOG_AS(kStop, LOG_DEBUG, "after kill dnsmasq with cmd [%s] and remove file %s\n", cmd, kDnsmasqPidPath);
   unlink(kDnsmasqPidPath);
   return true;
 }

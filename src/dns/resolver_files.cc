@@ -4,17 +4,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <cstddef>
 #include <cstring>
-#include <functional>
-#include <iterator>
 #include <memory>
-#include <memory_resource>
 #include <new>
 #include <set>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "common/log.h"
@@ -34,8 +29,6 @@ constexpr int kOpenFlags = O_NONBLOCK | O_CLOEXEC;  // A pipe in a file's place 
 constexpr char kNoAddress[] = "0.0.0.0";            // What the modem reports for a server that it was not given.
 constexpr size_t kShortestText = 4;                 // A permanent file of that many characters or fewer is none.
 constexpr mode_t kResolverFileMode = 0777;          // Less the umask.
-constexpr size_t kServersSize = 2048;               // Room for the servers of a dozen calls; more go to the heap.
-constexpr size_t kUsualLine = 32;                   // A server's line, with some room.
 constexpr int kPassesWithRetry = 5;                 // While no server is found.
 constexpr int64_t kNotReadyWaitUs = 500'000;  // Pause before a configuration that is not ready is asked for again.
 
@@ -61,26 +54,21 @@ void Overwrite(int fd, const char* text, size_t size) {
 }
 
 // Sorted and without duplicates, whatever the order of the calls.
-using Servers = std::pmr::set<std::pmr::string, std::less<>>;
+using Servers = std::set<std::string>;
 
-// `last` is where the server stands that came before in the same place of a call of the family: most calls have the
-// same, or the next one.
-void AddServer(std::string_view address, Servers& dns_l, Servers::iterator& last) {
-  if (address.empty() || address == kNoAddress || (last != dns_l.end() && *last == address)) return;
-  last = dns_l.emplace_hint(last == dns_l.end() ? last : std::next(last), address);
+void AddServer(const std::string& address, Servers& dns_l) {
+  if (!address.empty() && address != kNoAddress) dns_l.insert(address);
 }
 
 std::string RenderServers(const Servers& dns_l) {
   std::string lines;
-  lines.reserve(dns_l.size() * kUsualLine);
-  for (const std::pmr::string& address : dns_l) lines.append("nameserver ").append(address).push_back('\n');
+  for (const std::string& address : dns_l) lines.append("nameserver ").append(address).push_back('\n');
   return lines;
 }
 
 // One pass over every policy and family. False when it ended early at a configuration that is not ready.
 bool GatherServers(DataManager& data_manager, size_t policies, Servers& dns_l) {
   DataManager::NetworkConfig config;
-  Servers::iterator last[][2] = {{dns_l.end(), dns_l.end()}, {dns_l.end(), dns_l.end()}};
   for (uint32_t i = 0; i < policies; ++i) {
     for (const IPFamily family : {IPFamily::kIpv4, IPFamily::kIpv6}) {
       config.address.clear();
@@ -91,9 +79,8 @@ bool GatherServers(DataManager& data_manager, size_t policies, Servers& dns_l) {
         return false;
       }
       if (config.ip_family != family) continue;  // The answer is about the other family.
-      auto& [last_1, last_2] = last[family == IPFamily::kIpv4 ? 0 : 1];
-      AddServer(config.dns_1, dns_l, last_1);
-      AddServer(config.dns_2, dns_l, last_2);
+      AddServer(config.dns_1, dns_l);
+      AddServer(config.dns_2, dns_l);
     }
   }
   return true;
@@ -173,9 +160,7 @@ std::string DnsCtrlService::GatherServerLines(bool retry) {
   (void)data_manager_->GetWwanPolicies(policy_v);  // What cannot be read is as good as no policy.
   KOR_LOG_AS(kSetDnsmasqResolvConf, LOG_DEBUG, "policy_v size %zd\n", policy_v.size());
 
-  std::array<std::byte, kServersSize> room;  // Allocating each server would cost more than comparing them.
-  std::pmr::monotonic_buffer_resource memory(room.data(), room.size());
-  Servers dns_l(&memory);
+  Servers dns_l;
   const int passes = retry ? kPassesWithRetry : 1;
   for (int pass = 0; pass < passes && dns_l.empty(); ++pass) {
     if (GatherServers(data_manager, policy_v.size(), dns_l)) continue;

@@ -1,16 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <arpa/inet.h>
+#include <sys/mount.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
+#include <functional>
 
 #include "dns/dns_fixture.h"
+#include "dns/opens.h"
+#include "support/no_memory.h"
 
 namespace kor::test {
 namespace {
+
+using namespace std::chrono_literals;
 
 class DnsmasqTest : public DnsTest {
  protected:
@@ -73,6 +80,7 @@ TEST_F(DnsmasqTest, IsStartedWhenNoneIsAliveAndKilledByItsPidFile) {
   EXPECT_TRUE(other.Stop());
   EXPECT_EQ((Calls{"3" + stop + "There is no dnsmasq pid file on /var/run/netctld-dnsmasq/dnsmasq.pid\n"}),
             log_.TakeWith("Stop()"));
+  EXPECT_TRUE(std::mem_fn(&DnsCtrlService::StartDnsmasq)(other));
 }
 
 TEST_F(DnsmasqTest, APidFileOfAnyContent) {
@@ -97,6 +105,14 @@ TEST_F(DnsmasqTest, APidFileOfAnyContent) {
   EXPECT_EQ(4, TakeUpdates());
   EXPECT_EQ(kRepaired, ReadFile(kResolvConf));
 
+  // A number too long for a short string, and no memory left: killed as any other.
+  WritePidFile("70707070707070\n");
+  {
+    const NoMemory none;
+    EXPECT_TRUE(service_.Stop());
+  }
+  EXPECT_EQ(1u, log_.TakeWith("after kill dnsmasq with cmd [kill -9 70707070707070] and").size());
+
   // A live process is believed to be dnsmasq, whatever it is, and killed as such.
   const pid_t child = fork();
   if (child == 0) {
@@ -111,6 +127,44 @@ TEST_F(DnsmasqTest, APidFileOfAnyContent) {
   ASSERT_EQ(child, waitpid(child, &status, 0));
   EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
   EXPECT_NE(0, access(kPidFile, F_OK));
+}
+
+TEST_F(DnsmasqTest, AKilledProcessIsWaitedForByTheClock) {
+  // One that has ended already, and that nobody has looked after, has no sockets: the first look says so.
+  pid_t child = fork();
+  if (child == 0) _exit(0);
+  siginfo_t ended{};
+  ASSERT_EQ(0, waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT));
+  WritePidFile(std::to_string(child));
+  EXPECT_TRUE(service_.Stop());
+  EXPECT_EQ(1, Opens::TakeLooksAtProcesses());
+  waitpid(child, nullptr, 0);
+
+  child = fork();
+  if (child == 0) {
+    pause();
+    _exit(0);
+  }
+  // A kill that fails: nobody waits.
+  WritePidFile(std::to_string(child));
+  ASSERT_EQ(0, mount("/usr/bin/false", "/bin/sh", nullptr, MS_BIND, nullptr));
+  EXPECT_TRUE(service_.Stop());
+  EXPECT_EQ(0, Opens::TakeLooksAtProcesses());
+  EXPECT_NE(0, access(kPidFile, F_OK));
+  EXPECT_EQ(0, umount2("/bin/sh", 0));
+
+  // One that does not go: for a second, however long the looks take on a busy machine.
+  WritePidFile(std::to_string(child));
+  ASSERT_EQ(0, mount("/usr/bin/true", "/bin/sh", nullptr, MS_BIND, nullptr));
+  Opens::Delay(20ms);
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_TRUE(service_.Stop());
+  const auto took = std::chrono::steady_clock::now() - start;
+  EXPECT_GE(took, 1s);
+  EXPECT_LT(took, 3s);
+  EXPECT_EQ(0, umount2("/bin/sh", 0));
+  kill(child, SIGKILL);
+  waitpid(child, nullptr, 0);
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <filesystem>
+#include <functional>
 #include <thread>
 
 #include "dns/dns_fixture.h"
@@ -87,13 +89,17 @@ TEST_F(DnsTest, ServersComeOutSortedOnceEachAndTheAbsentOnesDropped) {
   const std::string signature = "7 bool kor::wwan::DnsCtrlService::SetDnsmasqResolvConf(bool) #: ";
   EXPECT_EQ((Calls{signature + "\n", signature + "policy_v size 2\n", signature + "dns_l size 4\n"}),
             log_.TakeWith("SetDnsmasqResolvConf"));
+  EXPECT_EQ((Calls{"GetWwanPolicies", "GetNetworkConfig 0 1", "GetNetworkConfig 0 2", "GetNetworkConfig 1 1",
+                   "GetNetworkConfig 1 2"}),
+            Vendor::Take());
 
-  // An answer about the other family contributes nothing.
-  SetServers(0, kIpv6, "2001:db8::2", "");
-  Vendor::Set([](Answers& a) { a.configs[{0, kIpv6}].ip_family = kIpv4; });
-  // A call that is down has none; its earlier neighbour's are not taken for its own.
-  Vendor::Set([](Answers& a) { a.configs.erase({1, kIpv6}); });
-  EXPECT_EQ("nameserver 10.0.0.1\nnameserver 8.8.8.8\n", After(DnsCtrlService::kDnsmasqResolvConf));
+  // An answer about the other family contributes nothing, and what it left is not taken for the next one's.
+  Vendor::Set([](Answers& a) {
+    a.configs[{1, kIpv4}] = {kIpv6, "", "192.0.2.1", ""};
+    a.configs[{1, kIpv6}] = {kIpv6, "", "", ""};
+  });
+  EXPECT_EQ("nameserver 10.0.0.1\nnameserver 2001:db8::1\nnameserver 8.8.8.8\n",
+            After(DnsCtrlService::kDnsmasqResolvConf));
 
   // No call up: an empty list, and still word of it. The same again is written again, on the same inode.
   Vendor::Set([](Answers& a) { a.configs.clear(); });
@@ -160,6 +166,17 @@ TEST_F(DnsTest, ACallThatIsNotReadyIsWaitedFor) {
   EXPECT_GE(std::chrono::steady_clock::now() - start, 2500ms);
   EXPECT_EQ(4u, log_.TakeWith("Not ready").size());
   EXPECT_EQ(3, TakeUpdates());
+}
+
+TEST_F(DnsTest, EverybodyMayWriteWhereTheMaskAllowsIt) {
+  setenv("PATH", "/nonexistent", 1);  // No dnsmasq.
+  umask(0);
+  service_.ChangeDnsSetting(DnsCtrlService::kDnsmasqResolvConf);
+  EXPECT_EQ(0777u, StatOf(kServerFile).st_mode & 07777);
+  EXPECT_EQ(0777u, StatOf(kRunDir).st_mode & 07777);
+  std::filesystem::remove_all(kRunDir);
+  EXPECT_FALSE(std::mem_fn(&DnsCtrlService::StartDnsmasq)(service_));
+  EXPECT_EQ(0777u, StatOf(kRunDir).st_mode & 07777);
 }
 
 TEST_F(DnsTest, AResolverFileThatCannotBeWritten) {

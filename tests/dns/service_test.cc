@@ -3,6 +3,7 @@
 #include <sys/inotify.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <memory>
 #include <set>
 #include <stdexcept>
@@ -69,6 +70,8 @@ TEST_F(ServiceTest, FollowsFilesAndDataInterfaces) {
   EXPECT_TRUE(Eventually([] { return ReadFile(kServerFile) == "nameserver 9.9.9.9\n"; }));
   Shell("echo nameserver 9.9.9.10 > /data/new && mv /data/new /data/permanent-dns.conf");  // As editors save.
   EXPECT_TRUE(Eventually([] { return ReadFile(kServerFile) == "nameserver 9.9.9.10\n"; }));
+  Shell("rm /data/permanent-dns.conf && ln /data/other.conf /data/permanent-dns.conf");  // Made with its text.
+  EXPECT_TRUE(Eventually([] { return ReadFile(kServerFile) == "nameserver 6.6.6.6\n"; }));
   unlink(kPermanentFile);
   EXPECT_TRUE(Eventually([] { return ReadFile(kServerFile) == "nameserver 8.8.8.8\n"; }));
   EXPECT_EQ(std::string::npos, TakeChanges().find('3'));
@@ -79,6 +82,40 @@ TEST_F(ServiceTest, FollowsFilesAndDataInterfaces) {
   Shell("ip link add rmnet_data0 type veth peer name far0");
   EXPECT_TRUE(Eventually([] { return ReadFile(kServerFile) == "nameserver 8.8.4.4\n"; }));
   EXPECT_TRUE(ChangesEndWith('3'));
+
+  // resolv.conf is moved away: nothing to repair, which is said.
+  (void)log_.Take();
+  Shell("mv /etc/resolv.conf /etc/aside");
+  EXPECT_TRUE(Eventually([&] { return !log_.TakeWith("Cannot find [/etc/resolv.conf]").empty(); }));
+}
+
+// A stop waits for the refresh that runs, then kills dnsmasq, which the refresh would have started again.
+TEST_F(ServiceTest, DnsmasqIsKilledWhenNoRefreshRunsAnyMore) {
+  SetServers(0, IPFamily::kIpv4, "8.8.8.8", "");
+  Vendor::Set([](Answers& a) { a.not_ready = 1000; });
+  ASSERT_TRUE(service_.Start());
+  EXPECT_EQ(1u, log_.TakeWith("Not ready").size());  // A start asks the calls once.
+  ASSERT_TRUE(Eventually([] { return !ReadFile(kPidFile).empty(); }));
+
+  Shell("ip link add rmnet_data0 type veth peer name far0");
+  ASSERT_TRUE(Eventually([&] { return !log_.TakeWith("Not ready").empty(); }));
+  Vendor::Set([](Answers& a) { a.not_ready = 1; });
+  EXPECT_TRUE(service_.Stop());
+  const Calls lines = log_.TakeWith("kor::wwan::DnsCtrlService::S");
+  ASSERT_LE(3u, lines.size());
+  EXPECT_NE(std::string::npos, lines.end()[-3].find("dns_l size 1"));
+  EXPECT_NE(std::string::npos, lines.end()[-2].find("Try to kill"));
+}
+
+TEST_F(ServiceTest, NothingIsLeftToTheProgramsThatItStarts) {
+  WriteFile("/tmp/dnsmasq", "#!/bin/sh\nls /proc/self/fd > /tmp/inherited\n");
+  Shell("chmod +x /tmp/dnsmasq");
+  setenv("PATH", "/tmp:/usr/sbin:/usr/bin:/sbin:/bin", 1);
+  Shell("dnsmasq");
+  const std::string before = ReadFile("/tmp/inherited");
+  unlink("/tmp/inherited");
+  ASSERT_TRUE(service_.Start());  // Everything is open when it starts dnsmasq.
+  EXPECT_EQ(before, ReadFile("/tmp/inherited"));
 }
 
 TEST_F(ServiceTest, InterfaceEventsAreToldByCodeAndName) {
@@ -169,11 +206,19 @@ TEST_F(ServiceTest, LinksAreFollowedToTheWatchedFile) {
   (void)log_.Take();
   Shell("ln -sf /etc/loop /etc/resolv.conf && ln -s resolv.conf /etc/loop");
   EXPECT_FALSE(service_.Start());
-  EXPECT_EQ((Calls{"3 bool kor::wwan::DnsCtrlService::Start() #: Cannot monitor file /etc/resolv.conf exit program\n"}),
-            log_.TakeWith("Cannot monitor"));
+  const Calls lines = log_.TakeWith("DnsCtrlService::");
+  EXPECT_EQ(40, std::count_if(lines.begin(), lines.end(), [](const std::string& line) {
+              return line.find(" file is symbolic linked to ") != std::string::npos;
+            }));
+  EXPECT_EQ("3 bool kor::wwan::DnsCtrlService::Start() #: Cannot monitor file /etc/resolv.conf exit program\n",
+            lines.back());
 }
 
 TEST_F(ServiceTest, AnIncompleteStartCountsAsStartedUntilStopped) {
+  ASSERT_TRUE(service_.Start());                                 // The file monitor's thread and its descriptor stay.
+  EXPECT_LT(0, service_.AddFileWatcher(-1, kResolvConf, true));  // The descriptor of the service is meant.
+  ASSERT_TRUE(Eventually([] { return !ReadFile(kPidFile).empty(); }));
+  ASSERT_TRUE(service_.Stop());
   const size_t descriptors = Entries("/proc/self/fd");
   const size_t threads = Entries("/proc/self/task");
   Shell("mv /etc/resolv.conf /tmp/kept");
@@ -202,9 +247,6 @@ TEST_F(ServiceTest, AnIncompleteStartCountsAsStartedUntilStopped) {
   }
   EXPECT_EQ(descriptors, Entries("/proc/self/fd"));
   EXPECT_EQ(threads, Entries("/proc/self/task"));
-  WriteFile(kResolvConf, "nameserver 1.2.3.4\n");
-  (void)log_.Take();
-  EXPECT_EQ("", TakeChanges());
 }
 
 // A refresh that fails on the monitor's thread is reported there; the service lives on.

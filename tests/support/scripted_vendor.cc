@@ -186,7 +186,8 @@ kor::Result QcmapWrapper::GetNetworkConfig(uint32_t index, kor::util::IPFamily i
   }
   const auto found = answers.configs.find({index, ip_family});
   if (found == answers.configs.end()) return kor::Result::kFailure;
-  config = found->second;
+  const NetworkConfig before = std::exchange(config, found->second);
+  if (config.dns_1.empty()) config.dns_1 = before.dns_1;  // What the answer does not hold is not touched.
   return answers.request;
 }
 
