@@ -40,10 +40,9 @@ class KOR_EXPORT DnsCtrlManager {
   // throws when the modem cannot be reached; the service runs all the same, and its next event refreshes.
   bool StartService();
 
-  // Stops it for all managers and kills dnsmasq. Blocks until no refresh runs any more, which takes up to two and a
-  // half seconds, five pauses, while a call's configuration is incomplete (and what the vendor's side and the callbacks
-  // take); then for at most a second until the killed dnsmasq is gone, which is mostly at once. False when the pid file
-  // holds no process id.
+  // Stops it for all managers and kills dnsmasq. Blocks until no refresh runs any more, which takes up to three seconds
+  // while a call's configuration is incomplete (and what the vendor's side and the callbacks take); then for at most a
+  // second until the killed dnsmasq is gone, which is mostly at once. False when the pid file holds no process id.
   bool StopService();
 
   // From now on calls `cb` with kEvtDnsUpdated (no parameters) after every write of the forwarder's server list. A

@@ -224,6 +224,24 @@ TEST(LifeTest, ASignalInTheMiddleOfACallEndsTheHostInOrder) {
   EXPECT_FALSE(IsThere(kPidFile) || IsThere(kSocket) || IsThere(std::string(kSocket) + ".lock"));
 }
 
+TEST(LifeTest, ASignalInTheMiddleOfARefreshLeavesNoForwarder) {
+  // The refresh asks a call for its configuration for two and a half seconds, and a stop waits for it.
+  HostProcess host;
+  ASSERT_TRUE(host.ready());
+  const std::string dnsmasq = ProcessOf(kDnsmasqPidFile);
+  Client client;
+  Client other;
+  ASSERT_TRUE(other.Modem("not-ready 1000000"));
+  ASSERT_TRUE(client.SendRequest("up", "call.up", {{"index", 0}, {"family", "ipv4"}}));
+  ASSERT_TRUE(Eventually([&] {
+    return other.Ask("call.show", {{"index", 0}})["calls"]["ipv4"]["state"] == "connected";
+  }));
+  host.Signal(SIGTERM);
+  const Ending ending = host.AwaitEnd();
+  EXPECT_EQ(0, ending.status) << ending.said;
+  EXPECT_FALSE(IsThere(dnsmasq) || IsThere(kDnsmasqPidFile));
+}
+
 TEST(LifeTest, EachOfTheSignalsEndsAnIdleHostAndABrokenPipeDoesNot) {
   for (const int signal_number : {SIGTERM, SIGINT, SIGHUP}) {
     HostProcess host;

@@ -28,7 +28,7 @@ constexpr char kFooter[] = R"(Examples:
   kwwand --group wwan                               members of the group wwan may change things
   kwwand --scenario bench.txt --stderr              the simulated modem plays a story
 
-SIGTERM, SIGINT and SIGHUP end it in order within 2 seconds.
+SIGTERM, SIGINT and SIGHUP end it in order within 5 seconds.
 Exit status: 0 ended in order, 1 failed (standard error and the log say why), 2 usage.)";
 
 // What a value must be. CLI11 puts the option's name before the text.

@@ -11,7 +11,9 @@ namespace kor::host {
 
 namespace {
 
-constexpr timespec kPatience{1, 800'000'000};
+// A request of the moment has half a second, a refresh that runs up to three while a call is not ready, a killed
+// dnsmasq one: a host that is ended before leaves that dnsmasq to nobody.
+constexpr timespec kPatience{4, 800'000'000};
 
 // Of the process, for the handlers; set once, before they are in place.
 int g_write_end = -1;

@@ -6,7 +6,7 @@
 namespace kor::host {
 
 // SIGTERM, SIGINT and SIGHUP as a descriptor, and the promise that the process ends soon after the first of them: when
-// it is still there after 1.8 s, whatever it does, it is ended with status 1.
+// it is still there after 4.8 s, whatever it does, it is ended with status 1.
 //
 // Signals are caught, not blocked or ignored: what the library starts, such as dnsmasq, would inherit that. SIGPIPE is
 // caught and forgotten for the same reason. While the library runs a shell command, a few milliseconds at the start and
