@@ -54,9 +54,10 @@ Finding JudgeResolvConf(const Facts& facts) {
   if (!file.text->empty() && file.text->front() == '\0')
     return Problem(name, "it begins with a NUL byte", "Such a text is taken for none and not repaired.",
                    std::string(": > ") + kResolvConf);
-  return Problem(name, "not our text; " + NameServers(*file.text), why,
-                 std::string("Find who writes it (see other-manager and resolv-conf-watch); ls -l ") + kResolvConf +
-                     " shows a file that cannot be written. Then: " + kRestart);
+  return Problem(
+      name, "not our text; " + NameServers(*file.text), why,
+      std::string("Find who writes it (see other-manager and resolv-conf-watch); ls -l ") + kResolvConf +
+          " shows a file that cannot be written. A change among thousands at once goes unnoticed. Then: " + kRestart);
 }
 
 Finding JudgeWatch(const Facts& facts) {

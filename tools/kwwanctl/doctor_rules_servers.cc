@@ -71,7 +71,11 @@ Finding JudgeServerList(const Facts& facts) {
   const std::string permanent = PermanentText(facts);
   if (!permanent.empty()) {
     if (*file.text == permanent) return Ok(name, "is the permanent file's text");
-    return Problem(name, "is not the permanent file's text", "dnsmasq asks others than it was told.", kRestart);
+    return Problem(
+        name, "is not the permanent file's text",
+        "dnsmasq asks others than it was told: the file's change was not noticed, as that of a link's target, "
+        "or one among thousands at once.",
+        kRestart);
   }
   if (!facts.host.answered())
     return Unknown(name, "has " + Join(ServersOf(*file.text)) + "; nobody tells which calls are up");
