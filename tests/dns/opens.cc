@@ -26,20 +26,20 @@ int Opens::TakeLooksAtProcesses() { return g_looks.exchange(0); }
 
 void Opens::Delay(std::chrono::milliseconds delay) { g_delay = delay; }
 
-// The names that the linker's option --wrap asks for; open64 where files' sizes have 64 bits beside a 32 bit system's.
-extern "C" {
-int __real_open(const char* path, int flags, ...);
-int __real_open64(const char* path, int flags, ...);
+// Under the names that the linker's option --wrap asks for; open64 where sizes of files have 64 bits on 32 bit systems.
+int RealOpen(const char* path, int flags, ...) __asm__("__real_open");
+int RealOpen64(const char* path, int flags, ...) __asm__("__real_open64");
+int WrappedOpen(const char* path, int flags, mode_t mode) __asm__("__wrap_open");
+int WrappedOpen64(const char* path, int flags, mode_t mode) __asm__("__wrap_open64");
 
-int __wrap_open(const char* path, int flags, mode_t mode) {
+int WrappedOpen(const char* path, int flags, mode_t mode) {
   Note(path, flags);
-  return __real_open(path, flags, mode);
+  return RealOpen(path, flags, mode);
 }
 
-int __wrap_open64(const char* path, int flags, mode_t mode) {
+int WrappedOpen64(const char* path, int flags, mode_t mode) {
   Note(path, flags);
-  return __real_open64(path, flags, mode);
-}
+  return RealOpen64(path, flags, mode);
 }
 
 }  // namespace kor::test

@@ -196,7 +196,8 @@ TEST_F(NetworkManagerTest, WhatThereIsNoMemoryForLeavesNothingBehind) {
   {
     NetworkManager manager;
     bool subscribed = false;
-    for (int left = 0; !subscribed; ++left) {
+    int left = 0;
+    for (; !subscribed; ++left) {
       try {
         std::function<void(EventDic&)> cb = Recorder();
         const test::NoMemory none(left);
@@ -205,6 +206,7 @@ TEST_F(NetworkManagerTest, WhatThereIsNoMemoryForLeavesNothingBehind) {
       } catch (const std::bad_alloc&) {
       }
     }
+    EXPECT_EQ(test::NoMemory::kRefuses, left > 5);
     Flip("carrier0");
     EXPECT_TRUE(reports.Bring({"carrier0"}));
   }
