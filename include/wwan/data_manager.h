@@ -47,7 +47,7 @@ enum class Tech : uint32_t {
 // Callbacks run on the modem's event threads with the publisher's table locked. A callback must not call SetEventCb,
 // UnsetEventCb, Connect, Disconnect or ConnectWithCid on any object, nor destroy one, nor use a DnsCtrlManager (a
 // refresh takes this table's lock); it may take its owner's lock, briefly, and hand work to another thread. While it
-// runs, every waiting Connect is held up; what it throws keeps later subscribers from the event.
+// runs, every waiting Connect is held up; what it throws is logged and goes no further.
 //
 // A waiting Connect counts as done when the modem has confirmed the call and the DNS forwarder's list has been written
 // since the request (for this call, or for another that came up meanwhile: its own servers then follow at once), so the

@@ -6,7 +6,6 @@
 
 #include "common/log.h"
 #include "vendor/operation.h"
-#include "vendor/publish.h"
 
 namespace kor::vendor::qcom::qmi {
 
@@ -23,7 +22,7 @@ AtsQmiClient* CreateClient() {
     kor::util::EventDic ev;
     ev.event = kor::util::kEvtAtCommand;
     ev.data = &command;
-    Publish(client->event_cbs, ev);
+    client->event_cbs.Notify(ev);
   });
   return client;
 }

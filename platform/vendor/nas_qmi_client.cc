@@ -2,17 +2,16 @@
 #include "common/vendor/nas_qmi_client.h"
 
 #include <chrono>
-#include <exception>
 #include <memory>
 #include <stdexcept>
 #include <utility>
 
+#include "common/catch_all.h"
 #include "common/condition.h"
 #include "common/log.h"
 #include "common/mutex.h"
 #include "common/vendor/lock_ranks.h"
 #include "vendor/operation.h"
-#include "vendor/publish.h"
 
 namespace kor::vendor::qcom::qmi {
 
@@ -24,7 +23,7 @@ constexpr std::chrono::seconds kAnswerLimit{10};  // Longer than the modem takes
 
 NasQmiClient* CreateClient() {
   auto* const client = new NasQmiClient;
-  ModemPort::Get().SetRadioReport([client](kor::util::EventDic& ev) { Publish(client->event_cbs, ev); });
+  ModemPort::Get().SetRadioReport([client](kor::util::EventDic& ev) { client->event_cbs.Notify(ev); });
   return client;
 }
 
@@ -34,13 +33,9 @@ using Callback = std::function<void(Record&, void*)>;
 // On the modem's thread, which a callback that throws does not end.
 template <typename Record>
 void CallBack(const char* query, const Callback<Record>& callback, Record& record, void* user_data) {
-  try {
-    if (callback) callback(record, user_data);
-  } catch (const std::exception& error) {
-    KOR_LOG(LOG_ERR, "the callback of %s threw: %s\n", query, error.what());
-  } catch (...) {
-    KOR_LOG(LOG_ERR, "the callback of %s threw\n", query);
-  }
+  if (!callback) return;
+  kor::util::CatchAll([&] { callback(record, user_data); },
+                      [&](const char* text) { KOR_LOG(LOG_ERR, "the callback of %s threw: %s\n", query, text); });
 }
 
 template <typename Record>

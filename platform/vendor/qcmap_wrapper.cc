@@ -8,7 +8,6 @@
 #include "common/log.h"
 #include "vendor/operation.h"
 #include "vendor/policy_table.h"
-#include "vendor/publish.h"
 
 namespace kor::vendor::qcom::qcmap {
 
@@ -41,7 +40,7 @@ void PublishCall(kor::util::EventCbMap& event_cbs, int32_t handle, IPFamily fami
   ev.event = EventCode(event);
   ev.params[EventDic::kParamHandle] = std::to_string(handle);
   ev.params[EventDic::kParamIpFamily] = ArgumentText(family);
-  Publish(event_cbs, ev);
+  event_cbs.Notify(ev);
 }
 
 QcmapWrapper* CreateWrapper() {

@@ -4,7 +4,6 @@
 #include <stdexcept>
 
 #include "vendor/operation.h"
-#include "vendor/publish.h"
 
 namespace kor::vendor::qcom::qmi {
 
@@ -15,7 +14,7 @@ using RouteList = std::list<kor::wwan::SmsManager::RouteInfo>;
 
 WmsQmiClient* CreateClient() {
   auto* const client = new WmsQmiClient;
-  ModemPort::Get().SetSmsReport([client](kor::util::EventDic& ev) { Publish(client->event_cbs, ev); });
+  ModemPort::Get().SetSmsReport([client](kor::util::EventDic& ev) { client->event_cbs.Notify(ev); });
   return client;
 }
 

@@ -6,7 +6,9 @@
 #include <utility>
 #include <vector>
 
+#include "common/catch_all.h"
 #include "common/event_dic.h"
+#include "common/log.h"
 #include "common/mutex.h"
 
 namespace kor::util {
@@ -46,18 +48,25 @@ class EventCbMap {
     RebuildOrderLocked();
   }
 
-  // Calls every non-empty callback with `ev`, in ascending key order.
+  // Calls every non-empty callback with `ev`, in ascending key order. What one throws is logged, and the next is
+  // called.
   void Notify(EventDic& ev) KOR_EXCLUDES(mutex_) {
     lock_order::RefuseHolding(mutex_, "a callback publishes to its own table: do it when the callback has returned");
     MutexLock lock(mutex_);
     const lock_order::Notifying notifying;
     for (const Callback* cb : order_) {
-      if (*cb) (*cb)(ev);
+      if (*cb) Call(*cb, ev);
     }
   }
 
  private:
   friend struct EventCbMapPeer;  // Tests count through it.
+
+  static void Call(const Callback& cb, EventDic& ev) {
+    const uint32_t event = ev.event;  // As it was published: the callback may change it.
+    CatchAll([&] { cb(ev); },
+             [event](const char* text) { KOR_LOG(LOG_ERR, "a subscriber of event 0x%x threw: %s\n", event, text); });
+  }
 
   void RebuildOrderLocked() KOR_REQUIRES(mutex_) {
     order_.clear();
