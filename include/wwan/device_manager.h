@@ -42,6 +42,7 @@ class KOR_EXPORT DeviceManager {
   // Switches the lock that asks for the PIN when the card starts. `pin_id`: 1 for PIN1 (the card), 2 for PIN2. `pin`: 4
   // to 8 digits. kSuccess also when the lock was so already and the PIN is right; else kPinIncorrect, kPinBlocked,
   // kPinPermanentlyBlocked or kSimNotReady; kFailure when the modem does not answer or an argument is none.
+  // A PIN that is wanted (kPinNotVerified) is entered with it: `enable` true leaves the lock on, false switches it off.
   [[nodiscard]] kor::Result SetPinLock(int pin_id, bool enable, std::string pin);
 
   // Gives the PIN a new value, which the card takes only while its lock is on (else kPreconditionFailed). Results as

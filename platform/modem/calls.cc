@@ -49,11 +49,13 @@ void Calls::SetDnsServers(int32_t handle, Family family, DnsServers servers) {
 }
 
 kor::Result Calls::Start(const CallRequest& request) {
-  if (!IsOneFamily(request.family)) return kor::Result::kFailure;
+  if (!IsOneFamily(request.family) || !in_service_()) return kor::Result::kFailure;
   const Key key(request.handle, request.family);
   kor::util::MutexLock lock(mutex_);
-  Call& call = GetOrMakeLocked(key);
+  Call& call = calls_[key];
   if (call.pending == Pending::kStop) return kor::Result::kFailure;
+  if (call.life == 0) call.life = request.serial;
+  call.serial = request.serial;
   if (!call.up) call.pending = Pending::kStart;
   if (faults_.Take(Faults::kIgnoredRequest)) return kor::Result::kSuccess;
   const bool fails = !call.up && faults_.Take(Faults::kConnectFails);
@@ -61,20 +63,21 @@ kor::Result Calls::Start(const CallRequest& request) {
   return kor::Result::kSuccess;
 }
 
-kor::Result Calls::Stop(int32_t handle, Family family) {
+kor::Result Calls::Stop(int32_t handle, Family family, uint64_t serial) {
   if (!IsOneFamily(family)) return kor::Result::kFailure;
   const Key key(handle, family);
   kor::util::MutexLock lock(mutex_);
   const bool ignored = faults_.Take(Faults::kIgnoredRequest);
   if (!ignored && faults_.Take(Faults::kDisconnectFails)) {
-    events_.Post(disconnect_delay_, [this, key] { Report(key, CallEvent::kDisconnectFailed); });
+    events_.Post(disconnect_delay_, [this, key, serial] { Report(key, CallEvent::kDisconnectFailed, serial); });
     return kor::Result::kSuccess;
   }
-  Call& call = GetOrMakeLocked(key);
+  Call& call = calls_[key];
+  call.serial = serial;
   if (call.pending != Pending::kStop) {
     call.gave_up = call.pending == Pending::kStart;
     call.pending = Pending::kStop;
-    call.life = ++last_life_;
+    call.life = serial;
   }
   if (ignored) return kor::Result::kSuccess;
   events_.Post(disconnect_delay_, [this, key, life = call.life] { FinishStop(key, life); });
@@ -106,35 +109,36 @@ bool Calls::Drop(int32_t handle, Family family) {
 void Calls::DropAll() {
   kor::util::MutexLock lock(mutex_);
   for (const auto& [key, call] : calls_) {
-    if (call.up) {
-      events_.Post(Milliseconds(0), [this, dropped = key, life = call.life] { FinishStop(dropped, life); });
-    } else if (call.pending == Pending::kStart) {
-      events_.Post(Milliseconds(0), [this, dropped = key, life = call.life] { FinishStart(dropped, life, true); });
-    }
+    events_.Post(Milliseconds(0), [this, lost = key, life = call.life] { FinishByLoss(lost, life); });
   }
 }
 
 void Calls::FinishStart(const Key& key, uint64_t life, bool fails) {
+  // Asked once more: service may have gone while the request was on its way, before there was a call to drop.
+  const bool comes = !fails && in_service_();
   bool up = true;
-  bool comes_up = false;
+  bool came_up = false;
   int link = -1;
+  uint64_t serial = 0;
   {
     kor::util::MutexLock lock(mutex_);
     Call* const call = FindLocked(key, life);
     if (call == nullptr) return;
-    if (!call->up) up = comes_up = !fails && BringUpLocked(key, *call);
+    if (!call->up) up = came_up = comes && BringUpLocked(key, *call);
     link = call->link;
+    serial = call->serial;
     if (!up) calls_.erase(key);
   }
   // Without the lock: the configuration answers already, and `ip` takes its time.
-  if (comes_up) links_.Up(link, key.second);
-  Report(key, up ? CallEvent::kConnected : CallEvent::kConnectFailed);
+  if (came_up) links_.Up(link, key.second);
+  Report(key, up ? CallEvent::kConnected : CallEvent::kConnectFailed, serial);
 }
 
 void Calls::FinishStop(const Key& key, uint64_t life) {
   bool was_up = false;
   bool gave_up = false;
   int link = -1;
+  uint64_t serial = 0;
   {
     kor::util::MutexLock lock(mutex_);
     Call* const call = FindLocked(key, life);
@@ -142,31 +146,43 @@ void Calls::FinishStop(const Key& key, uint64_t life) {
     was_up = std::exchange(call->up, false);
     gave_up = call->gave_up;
     link = call->link;
+    serial = call->serial;
     call->pending = Pending::kStop;  // Starts are refused until the last report but one is out.
   }
   if (was_up) links_.Down(link, key.second);
-  if (gave_up) Report(key, CallEvent::kConnectFailed);
+  if (gave_up) Report(key, CallEvent::kConnectFailed, serial);
   {
     kor::util::MutexLock lock(mutex_);
-    if (FindLocked(key, life) != nullptr) calls_.erase(key);
+    if (const Call* const call = FindLocked(key, life)) {
+      serial = call->serial;
+      calls_.erase(key);
+    }
   }
-  Report(key, CallEvent::kDisconnected);
+  Report(key, CallEvent::kDisconnected, serial);
 }
 
-void Calls::Report(const Key& key, CallEvent event) {
+void Calls::FinishByLoss(const Key& key, uint64_t life) {
+  bool starts = false;
+  {
+    kor::util::MutexLock lock(mutex_);
+    const Call* const call = FindLocked(key, life);
+    starts = call != nullptr && call->pending == Pending::kStart;
+  }
+  if (starts) {
+    FinishStart(key, life, true);
+  } else {
+    FinishStop(key, life);
+  }
+}
+
+void Calls::Report(const Key& key, CallEvent event, uint64_t serial) {
   if (faults_.Take(Faults::kLostReport)) return;
   ModemPort::CallReport report;
   {
     kor::util::MutexLock lock(mutex_);
     report = report_;
   }
-  if (report) report(key.first, key.second, event);
-}
-
-Calls::Call& Calls::GetOrMakeLocked(const Key& key) {
-  Call& call = calls_[key];
-  if (call.life == 0) call.life = ++last_life_;
-  return call;
+  if (report) report(key.first, key.second, event, serial);
 }
 
 Calls::Call* Calls::FindLocked(const Key& key, uint64_t life) {

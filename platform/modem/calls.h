@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <utility>
@@ -35,8 +36,9 @@ class Calls {
     std::string dns_2;
   };
 
-  // The three must outlive this object.
-  Calls(EventThread& events, Links& links, Faults& faults) : events_(events), links_(links), faults_(faults) {}
+  // `in_service`: whether there can be calls; asked without a lock held. The three others must outlive this object.
+  Calls(EventThread& events, Links& links, Faults& faults, std::function<bool()> in_service)
+      : events_(events), links_(links), faults_(faults), in_service_(std::move(in_service)) {}
 
   void SetReport(ModemPort::CallReport report) KOR_EXCLUDES(mutex_);
   void SetConnectDelay(Milliseconds delay) KOR_EXCLUDES(mutex_);
@@ -47,13 +49,13 @@ class Calls {
 
   // As ModemPort has them.
   kor::Result Start(const CallRequest& request) KOR_EXCLUDES(mutex_);
-  kor::Result Stop(int32_t handle, Family family) KOR_EXCLUDES(mutex_);
+  kor::Result Stop(int32_t handle, Family family, uint64_t serial) KOR_EXCLUDES(mutex_);
   kor::Result GetConfig(int32_t handle, Family family, CallConfig& config) KOR_EXCLUDES(mutex_);
 
   // The network takes an up call down. False when it is not up.
   bool Drop(int32_t handle, Family family) KOR_EXCLUDES(mutex_);
 
-  // The network is gone: up calls go down, those that are coming up fail.
+  // The network is gone: calls go down, those that are coming up fail. To be called when `in_service` has become false.
   void DropAll() KOR_EXCLUDES(mutex_);
 
  private:
@@ -63,7 +65,8 @@ class Calls {
 
   // A call that is not plainly down.
   struct Call {
-    uint64_t life = 0;  // Requests made in an earlier life of the call have lost their meaning.
+    uint64_t serial = 0;  // The latest request.
+    uint64_t life = 0;    // The request that began this life; those made in an earlier one have lost their meaning.
     Pending pending = Pending::kNone;
     bool gave_up = false;  // The stop that is pending found it coming up.
     bool up = false;
@@ -75,9 +78,9 @@ class Calls {
   // What happens when a request's time has come; on the event thread.
   void FinishStart(const Key& key, uint64_t life, bool fails) KOR_EXCLUDES(mutex_);
   void FinishStop(const Key& key, uint64_t life) KOR_EXCLUDES(mutex_);
-  void Report(const Key& key, CallEvent event) KOR_EXCLUDES(mutex_);
+  void FinishByLoss(const Key& key, uint64_t life) KOR_EXCLUDES(mutex_);
+  void Report(const Key& key, CallEvent event, uint64_t serial) KOR_EXCLUDES(mutex_);
 
-  Call& GetOrMakeLocked(const Key& key) KOR_REQUIRES(mutex_);
   Call* FindLocked(const Key& key, uint64_t life) KOR_REQUIRES(mutex_);
   const Call* FindUpLocked(const Key& key) const KOR_REQUIRES(mutex_);
   bool BringUpLocked(const Key& key, Call& call) KOR_REQUIRES(mutex_);
@@ -88,6 +91,7 @@ class Calls {
   EventThread& events_;
   Links& links_;
   Faults& faults_;
+  const std::function<bool()> in_service_;
 
   kor::util::Mutex mutex_{rank::kModem};
   ModemPort::CallReport report_ KOR_GUARDED_BY(mutex_);
@@ -98,7 +102,6 @@ class Calls {
                                                               {Family::kIpv6, {"fd64:ffff::53", ""}}};
   std::map<Key, DnsServers> call_dns_ KOR_GUARDED_BY(mutex_);
   std::map<Key, Call> calls_ KOR_GUARDED_BY(mutex_);
-  uint64_t last_life_ KOR_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace kor::modem

@@ -25,6 +25,7 @@ struct CallRequest {
   int32_t handle = 0;
   kor::util::IPFamily family = kor::util::IPFamily::kIpv4;  // kIpv4 or kIpv6.
   int profile = 0;                                          // Profile number (cid) to connect with.
+  uint64_t serial = 0;  // The request's own number, from 1 on: higher than that of every start and stop before it.
 };
 
 // What the network assigned to a call, as it came: a network may send a text that is no address, so whoever hands it on
@@ -45,7 +46,9 @@ struct CallConfig {
 // Ownership: the modem lives until the process ends and is never destroyed, so exit() may find its thread at work.
 class KOR_EXPORT ModemPort {
  public:
-  using CallReport = std::function<void(int32_t handle, kor::util::IPFamily family, CallEvent event)>;
+  // `serial`: that of the latest request for this call that the modem had taken when the event happened. A report may
+  // come late: what happened before a newer request does not undo that one.
+  using CallReport = std::function<void(int32_t handle, kor::util::IPFamily family, CallEvent event, uint64_t serial)>;
   using EventReport = std::function<void(kor::util::EventDic& ev)>;
   template <typename Record>
   using Answer = std::function<void(Record& record)>;
@@ -63,12 +66,12 @@ class KOR_EXPORT ModemPort {
   virtual void SetCallReport(CallReport report) = 0;
 
   // kSuccess: accepted, a report follows. Starting a call that is up or coming up is accepted and reported again when
-  // it is up. kFailure: refused; a call that is going down is, until it is down.
+  // it is up. kFailure: refused; a call that is going down is, until it is down. One report may answer several starts.
   virtual kor::Result StartCall(const CallRequest& request) = 0;
 
   // kSuccess: accepted, a report follows. A call that is still coming up is given up: kConnectFailed, then
-  // kDisconnected. Stopping a call that is down is accepted and reported again.
-  virtual kor::Result StopCall(int32_t handle, kor::util::IPFamily family) = 0;
+  // kDisconnected. Stopping a call that is down is accepted and reported again. `serial`: as in CallRequest.
+  virtual kor::Result StopCall(int32_t handle, kor::util::IPFamily family, uint64_t serial) = 0;
 
   // kSuccess with `config` filled; kNotReady while the call is up and its configuration incomplete; kFailure when it is
   // not up. A call answers before its interface appears, and no longer when its interface goes.

@@ -31,6 +31,13 @@ kor::Result Profiles::Get(DataManager::ProfileType type, int index, Setting& set
   return kor::Result::kFailure;
 }
 
+bool Profiles::Serves(int index, kor::util::IPFamily family) const {
+  Setting profile;
+  if (Get(DataManager::ProfileType::k3gpp, index, profile) != kor::Result::kSuccess) return false;
+  const auto only = family == kor::util::IPFamily::kIpv4 ? DataManager::PdpType::kIpv4 : DataManager::PdpType::kIpv6;
+  return profile.pdp_type == only || profile.pdp_type == DataManager::PdpType::kIpv4v6;
+}
+
 std::list<DataManager::ProfileInfo> Profiles::List() const {
   std::list<DataManager::ProfileInfo> list;
   for (const Setting& profile : profiles_) list.push_back({profile.type, profile.index, profile.name});

@@ -4,6 +4,7 @@
 #include <list>
 #include <vector>
 
+#include "common/ip_family.h"
 #include "common/result.h"
 #include "wwan/data_manager.h"
 
@@ -21,6 +22,9 @@ class Profiles {
   kor::Result Get(kor::wwan::DataManager::ProfileType type, int index, Setting& setting) const;
 
   std::list<kor::wwan::DataManager::ProfileInfo> List() const;
+
+  // Whether there is such a profile and its PDP type has the family.
+  bool Serves(int index, kor::util::IPFamily family) const;
 
  private:
   static Setting Make(int index, const char* name, const char* apn);

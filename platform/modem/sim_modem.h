@@ -58,6 +58,9 @@ constexpr kor::util::EventDic::Param kParamSmsIndex{0x54};    // Its place there
 // Service. The modem is registered at home on LTE. Without service - no usable SIM, not registered, no technology -
 // calls go down and new ones are refused, and no message arrives; it is there again as soon as its reason has gone.
 //
+// Profiles. 1 "internet", 2 "ims", 3 "private", which has IPv4 only. A call with another profile, or of a family that its
+// profile does not have, is refused.
+//
 // SIM. There is one slot, number 1, and a card in it, ready, its locks off. PIN1 and PIN2 are 1234 with 3 tries, their
 // PUKs 12345678 with 10. A card that is put in or gets power is ready 100 ms later, and a PIN whose lock is on is
 // wanted again then: SetPinLock() with the right PIN gives it.

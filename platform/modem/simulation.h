@@ -31,9 +31,11 @@ class Simulation final : public ModemPort {
   kor::Result Admit(const std::string& operation) override { return faults.Admit(operation); }
   void SetCallReport(CallReport report) override { calls.SetReport(std::move(report)); }
   kor::Result StartCall(const CallRequest& request) override {
-    return radio.IsInService() ? calls.Start(request) : kor::Result::kFailure;
+    return profiles.Serves(request.profile, request.family) ? calls.Start(request) : kor::Result::kFailure;
   }
-  kor::Result StopCall(int32_t handle, kor::util::IPFamily family) override { return calls.Stop(handle, family); }
+  kor::Result StopCall(int32_t handle, kor::util::IPFamily family, uint64_t serial) override {
+    return calls.Stop(handle, family, serial);
+  }
   kor::Result GetCallConfig(int32_t handle, kor::util::IPFamily family, CallConfig& config) override {
     return calls.GetConfig(handle, family, config);
   }
@@ -119,7 +121,7 @@ class Simulation final : public ModemPort {
   Faults faults;
   Links links;
   EventThread events;
-  Calls calls{events, links, faults};
+  Calls calls{events, links, faults, [this] { return radio.IsInService(); }};
   Profiles profiles;
   Lan lan;
   AtModem at{events, [this](const AtCommand& command) {

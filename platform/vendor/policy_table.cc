@@ -22,6 +22,12 @@ PolicyTable::CallState& PolicyTable::StateOf(Entry& entry, IPFamily family) {
   return family == IPFamily::kIpv4 ? entry.ipv4 : entry.ipv6;
 }
 
+PolicyTable::ConnectStatus PolicyTable::StatusOf(const CallState& state) {
+  if (state.stop != 0) return ConnectStatus::kDisconnecting;
+  if (state.up) return ConnectStatus::kConnected;
+  return state.start != 0 ? ConnectStatus::kConnecting : ConnectStatus::kDisconnected;
+}
+
 PolicyTable::Entry* PolicyTable::FindLocked(uint32_t index) {
   return index < entries_.size() ? &entries_[index] : nullptr;
 }
@@ -55,8 +61,8 @@ bool PolicyTable::GetStatus(uint32_t index, ConnectStatus& ipv4, ConnectStatus& 
   kor::util::MutexLock lock(mutex_);
   const Entry* const entry = FindLocked(index);
   if (entry == nullptr) return false;
-  ipv4 = entry->ipv4.now;
-  ipv6 = entry->ipv6.now;
+  ipv4 = StatusOf(entry->ipv4);
+  ipv6 = StatusOf(entry->ipv6);
   return true;
 }
 
@@ -93,7 +99,7 @@ bool PolicyTable::SetEnabled(uint32_t index, IPFamily family, bool enable) {
   Entry* const entry = FindLocked(index);
   if (entry == nullptr) return false;
   CallState& state = StateOf(*entry, family);
-  const bool stops = !enable && (state.now == ConnectStatus::kConnecting || state.now == ConnectStatus::kConnected);
+  const bool stops = !enable && state.stop == 0 && (state.up || state.start != 0);
   if (stops && StopLocked(*entry, family) != kor::Result::kSuccess) return false;
   state.enabled = enable;
   return true;
@@ -121,7 +127,7 @@ bool PolicyTable::Delete(uint32_t index) {
   const Entry* const entry = FindLocked(index);
   if (entry == nullptr) return false;
   const auto idle = ConnectStatus::kDisconnected;
-  if (entry->ipv4.now != idle || entry->ipv6.now != idle) return false;
+  if (StatusOf(entry->ipv4) != idle || StatusOf(entry->ipv6) != idle) return false;
   entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(index));
   return true;
 }
@@ -136,9 +142,12 @@ kor::Result PolicyTable::Connect(uint32_t index, IPFamily family) {
   if (roams && !entry->roaming) return kor::Result::kFailure;
   if (!StateOf(*entry, family).enabled) return kor::Result::kFailure;
   const int profile = family == IPFamily::kIpv4 ? policy.profile_1 : policy.profile_2;
-  const kor::Result result = port_.StartCall({policy.handle, family, profile});
+  const uint64_t serial = ++last_serial_;
+  const kor::Result result = port_.StartCall({policy.handle, family, profile, serial});
+  if (result != kor::Result::kSuccess) return result;
   CallState& state = StateOf(*entry, family);
-  if (result == kor::Result::kSuccess && state.now != ConnectStatus::kConnected) state.now = ConnectStatus::kConnecting;
+  state.start = serial;
+  state.stop = 0;  // The modem has given that one up: it starts no call that is going down.
   return result;
 }
 
@@ -150,35 +159,37 @@ kor::Result PolicyTable::Disconnect(uint32_t index, IPFamily family) {
 }
 
 kor::Result PolicyTable::StopLocked(Entry& entry, IPFamily family) {
-  const kor::Result result = port_.StopCall(entry.policy.handle, family);
-  CallState& state = StateOf(entry, family);
-  if (result == kor::Result::kSuccess && state.now != ConnectStatus::kDisconnecting) {
-    state.before = state.now;
-    state.now = ConnectStatus::kDisconnecting;
-  }
+  const uint64_t serial = ++last_serial_;
+  const kor::Result result = port_.StopCall(entry.policy.handle, family, serial);
+  if (result == kor::Result::kSuccess) StateOf(entry, family).stop = serial;
   return result;
 }
 
-void PolicyTable::Apply(int32_t handle, IPFamily family, CallEvent event) {
+void PolicyTable::Apply(int32_t handle, IPFamily family, CallEvent event, uint64_t serial) {
   kor::util::MutexLock lock(mutex_);
   for (Entry& entry : entries_) {
-    if (entry.policy.handle != handle) continue;
-    CallState& state = StateOf(entry, family);
-    switch (event) {
-      case CallEvent::kConnected:
-        // A disconnect that is under way stays so.
-        (state.now == ConnectStatus::kDisconnecting ? state.before : state.now) = ConnectStatus::kConnected;
-        break;
-      case CallEvent::kConnectFailed:
-        (state.now == ConnectStatus::kDisconnecting ? state.before : state.now) = ConnectStatus::kDisconnected;
-        break;
-      case CallEvent::kDisconnected:
-        state.now = ConnectStatus::kDisconnected;
-        break;
-      case CallEvent::kDisconnectFailed:
-        if (state.now == ConnectStatus::kDisconnecting) state.now = state.before;
-        break;
-    }
+    if (entry.policy.handle == handle) Take(StateOf(entry, family), event, serial);
+  }
+}
+
+void PolicyTable::Take(CallState& state, CallEvent event, uint64_t serial) {
+  const auto answer = [serial](uint64_t& request) { request = request <= serial ? 0 : request; };
+  switch (event) {
+    case CallEvent::kConnected:
+    case CallEvent::kConnectFailed:
+      state.up = event == CallEvent::kConnected;
+      answer(state.start);
+      break;
+    case CallEvent::kDisconnected:
+      state.up = false;
+      answer(state.start);
+      answer(state.stop);
+      break;
+    case CallEvent::kDisconnectFailed:
+      answer(state.stop);
+      // The call lives on, so its family is not off.
+      if (state.stop == 0 && (state.up || state.start != 0)) state.enabled = true;
+      break;
   }
 }
 

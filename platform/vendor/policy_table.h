@@ -19,6 +19,9 @@ namespace kor::vendor::qcom::qcmap {
 //   disconnected --Connect--> connecting --kConnected--> connected --Disconnect--> disconnecting --kDisconnected-->
 //   disconnected. A failed connect leads to disconnected; a failed disconnect back to what was before it.
 //
+// A report tells whether the call is up, and answers the requests that the modem had taken by then. A request that came
+// after it stays unanswered, however late the report is.
+//
 // Thread safety: all operations may be called from any thread. The table's lock is held while a request is handed to
 // the modem, so that its outcome finds the state that the request has set; a report comes without it.
 class PolicyTable {
@@ -44,8 +47,8 @@ class PolicyTable {
   bool SetRoaming(uint32_t index, bool enable) KOR_EXCLUDES(mutex_);
   bool GetRoaming(uint32_t index, bool& enabled) KOR_EXCLUDES(mutex_);
 
-  // The switch of one family. A call that is up or coming up when its family is switched off is taken down; when the
-  // modem refuses that, the result is false and the family stays on.
+  // The switch of one family. A call that is up or coming up when its family is switched off is taken down. When the
+  // modem refuses that, the result is false and the family stays on; when it fails later, the family is on again.
   bool SetEnabled(uint32_t index, kor::util::IPFamily family, bool enable) KOR_EXCLUDES(mutex_);
   bool GetEnabled(uint32_t index, kor::util::IPFamily family, bool& enabled) KOR_EXCLUDES(mutex_);
 
@@ -61,8 +64,9 @@ class PolicyTable {
   kor::Result Connect(uint32_t index, kor::util::IPFamily family) KOR_EXCLUDES(mutex_);
   kor::Result Disconnect(uint32_t index, kor::util::IPFamily family) KOR_EXCLUDES(mutex_);
 
-  // The state that an outcome leads to; an unknown handle changes nothing.
-  void Apply(int32_t handle, kor::util::IPFamily family, kor::modem::CallEvent event) KOR_EXCLUDES(mutex_);
+  // Takes a report of the modem in; an unknown handle changes nothing.
+  void Apply(int32_t handle, kor::util::IPFamily family, kor::modem::CallEvent event, uint64_t serial)
+      KOR_EXCLUDES(mutex_);
 
   static constexpr size_t kMaxPolicies = 256;  // As many as DeleteWwanPolicy can name.
 
@@ -71,8 +75,9 @@ class PolicyTable {
 
   struct CallState {
     bool enabled = true;
-    ConnectStatus now = ConnectStatus::kDisconnected;
-    ConnectStatus before = ConnectStatus::kDisconnected;  // Where a failed disconnect leads back to.
+    bool up = false;     // As last reported.
+    uint64_t start = 0;  // The serials of the start and of the stop that are not answered yet; 0: none.
+    uint64_t stop = 0;
   };
 
   struct Entry {
@@ -84,6 +89,8 @@ class PolicyTable {
   };
 
   static CallState& StateOf(Entry& entry, kor::util::IPFamily family);
+  static ConnectStatus StatusOf(const CallState& state);
+  static void Take(CallState& state, kor::modem::CallEvent event, uint64_t serial);
   Entry* FindLocked(uint32_t index) KOR_REQUIRES(mutex_);
   kor::Result StopLocked(Entry& entry, kor::util::IPFamily family) KOR_REQUIRES(mutex_);
 
@@ -92,6 +99,7 @@ class PolicyTable {
   kor::util::Mutex mutex_{rank::kVendor};
   std::vector<Entry> entries_ KOR_GUARDED_BY(mutex_);
   int32_t next_handle_ KOR_GUARDED_BY(mutex_) = kFirstHandle + 1;
+  uint64_t last_serial_ KOR_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace kor::vendor::qcom::qcmap

@@ -33,9 +33,9 @@ uint32_t EventCode(CallEvent event) {
   return 0;
 }
 
-// On the modem's thread. Subscribers see the state that belongs to the event.
-void PublishCall(kor::util::EventCbMap& event_cbs, int32_t handle, IPFamily family, CallEvent event) {
-  Table().Apply(handle, family, event);
+// On the modem's thread. Subscribers see the state that belongs to the event, or to a newer request.
+void PublishCall(kor::util::EventCbMap& event_cbs, int32_t handle, IPFamily family, CallEvent event, uint64_t serial) {
+  Table().Apply(handle, family, event, serial);
   EventDic ev;
   ev.event = EventCode(event);
   ev.params[EventDic::kParamHandle] = std::to_string(handle);
@@ -45,9 +45,10 @@ void PublishCall(kor::util::EventCbMap& event_cbs, int32_t handle, IPFamily fami
 
 QcmapWrapper* CreateWrapper() {
   auto* const wrapper = new QcmapWrapper;
-  kor::modem::ModemPort::Get().SetCallReport([wrapper](int32_t handle, IPFamily family, CallEvent event) {
-    PublishCall(wrapper->event_cbs, handle, family, event);
-  });
+  kor::modem::ModemPort::Get().SetCallReport(
+      [wrapper](int32_t handle, IPFamily family, CallEvent event, uint64_t serial) {
+        PublishCall(wrapper->event_cbs, handle, family, event, serial);
+      });
   return wrapper;
 }
 

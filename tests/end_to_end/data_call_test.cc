@@ -129,8 +129,7 @@ TEST_F(DataCallTest, ADisconnectEndsACallThatIsStillConnecting) {
 TEST_F(DataCallTest, SeveralThreadsConnectTheirOwnPoliciesAtOnce) {
   constexpr uint32_t kPolicies = 3;
   for (uint32_t n = 1; n < kPolicies; ++n) {
-    const auto profile = static_cast<uint8_t>(n + 1);
-    ASSERT_TRUE(data_.CreatePdn(kor::wwan::Tech::kAny, IPFamily::kBoth, profile, profile));
+    ASSERT_TRUE(data_.CreatePdn(kor::wwan::Tech::kAny, IPFamily::kBoth, 2, 2));
   }
   for (int round = 0; round < 2; ++round) {
     std::vector<std::thread> threads;

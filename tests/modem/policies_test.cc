@@ -35,8 +35,8 @@ class PoliciesTest : public BenchTest {
 TEST_F(PoliciesTest, PoliciesComeAndGoAndHandlesAreNeverUsedTwice) {
   EXPECT_EQ((std::vector<std::string>{"1 1 7 3 100"}), Policies());
   EXPECT_TRUE(qcmap->CreateWwanPolicy(Tech::kLte, kIpv4, 2, 3));
-  EXPECT_TRUE(qcmap->CreateWwanPolicy(Tech::kAny, kBoth, 4, 4));
-  EXPECT_EQ((std::vector<std::string>{"1 1 7 3 100", "2 3 2 1 101", "4 4 7 3 102"}), Policies());
+  EXPECT_TRUE(qcmap->CreateWwanPolicy(Tech::kAny, kBoth, 2, 2));
+  EXPECT_EQ((std::vector<std::string>{"1 1 7 3 100", "2 3 2 1 101", "2 2 7 3 102"}), Policies());
 
   // One with a call stays; the later ones move down and keep their handles and calls.
   BringUp(2, kIpv6);
