@@ -87,8 +87,8 @@ class KOR_EXPORT MobileapManager {
 
   // -- The LAN: true when written and, where it is asked for or not said otherwise, in force -------------------------
 
-  // What is recorded, which is in force unless it was written without activation. `valid` is false when the mobile-AP
-  // side does not answer.
+  // What is recorded. It is in force once an activation has succeeded after it was written. `valid` is false when the
+  // mobile-AP side does not answer.
   LanConfig GetLanConfig();
 
   // Writes everything at once; with `activate`, puts it into force. No value is checked here. False when the write is

@@ -96,7 +96,7 @@ class PolicyTable {
 
   kor::modem::ModemPort& port_;
 
-  kor::util::Mutex mutex_{rank::kVendor};
+  kor::util::Mutex mutex_{rank::kPolicies};
   std::vector<Entry> entries_ KOR_GUARDED_BY(mutex_);
   int32_t next_handle_ KOR_GUARDED_BY(mutex_) = kFirstHandle + 1;
   uint64_t last_serial_ KOR_GUARDED_BY(mutex_) = 0;

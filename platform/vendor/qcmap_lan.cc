@@ -3,24 +3,13 @@
 #include "common/vendor/qcmap_wrapper.h"
 #include "vendor/lan_table.h"
 #include "vendor/operation.h"
-#include "vendor/policy_table.h"
 
 namespace kor::vendor::qcom::qcmap {
-
-namespace {
-
-// Leaked on purpose, as the wrapper is: threads may be at work while exit() destroys what is static.
-LanTable& Lan() {
-  static LanTable* const lan = new LanTable(kor::modem::ModemPort::Get());
-  return *lan;
-}
-
-}  // namespace
 
 bool QcmapWrapper::GetLanConfig(std::string& gw, std::string& nm, bool& enable_dhcp, std::string& start,
                                 std::string& end, int& lease) {
   if (!Admitted("GetLanConfig")) return false;
-  const LanTable::LanConfig config = Lan().Get();
+  const LanTable::LanConfig config = LanTable::Get().Config();
   gw = config.gw;
   nm = config.nm;
   enable_dhcp = config.enable_dhcp;
@@ -33,48 +22,50 @@ bool QcmapWrapper::GetLanConfig(std::string& gw, std::string& nm, bool& enable_d
 bool QcmapWrapper::SetLanConfig(std::string gw, std::string nm, bool enable_dhcp, std::string start, std::string end,
                                 unsigned int lease) {
   return Admitted("SetLanConfig", gw, nm, enable_dhcp, start, end, lease) &&
-         Lan().Set({true, gw, nm, enable_dhcp, start, end, static_cast<int32_t>(lease)});
+         LanTable::Get().Set({true, gw, nm, enable_dhcp, start, end, static_cast<int32_t>(lease)});
 }
 
-bool QcmapWrapper::ActivateLan() { return Admitted("ActivateLan") && Lan().Activate() == kor::Result::kSuccess; }
+bool QcmapWrapper::ActivateLan() {
+  return Admitted("ActivateLan") && LanTable::Get().Activate() == kor::Result::kSuccess;
+}
 
 bool QcmapWrapper::SetVlanConfig(VlanConfig& config) {
-  return Admitted("SetVlanConfig", config.interface, config.vlan_id, config.pdn) && Lan().SetVlan(config);
+  return Admitted("SetVlanConfig", config.interface, config.vlan_id, config.pdn) && LanTable::Get().SetVlan(config);
 }
 
 bool QcmapWrapper::DeleteVlanConfig(VlanConfig& config) {
-  return Admitted("DeleteVlanConfig", config.vlan_id) && Lan().DeleteVlan(config.vlan_id);
+  return Admitted("DeleteVlanConfig", config.vlan_id) && LanTable::Get().DeleteVlan(config.vlan_id);
 }
 
 bool QcmapWrapper::GetVlanConfigs(std::vector<VlanConfig>& configs) {
   if (!Admitted("GetVlanConfigs")) return false;
-  configs = Lan().Vlans();
+  configs = LanTable::Get().Vlans();
   return true;
 }
 
 bool QcmapWrapper::SetPdnToVlanMapping(VlanConfig& config) {
-  WwanPolicy policy;
-  return Admitted("SetPdnToVlanMapping", config.vlan_id, config.pdn) && config.pdn > 0 &&
-         PolicyTable::Get().Get(static_cast<uint32_t>(config.pdn), policy) && Lan().MapVlan(config.vlan_id, config.pdn);
+  return Admitted("SetPdnToVlanMapping", config.vlan_id, config.pdn) &&
+         LanTable::Get().MapVlan(config.vlan_id, config.pdn);
 }
 
 bool QcmapWrapper::DeletePdnToVlanMapping(VlanConfig& config) {
-  return Admitted("DeletePdnToVlanMapping", config.vlan_id) && Lan().UnmapVlan(config.vlan_id);
+  return Admitted("DeletePdnToVlanMapping", config.vlan_id) && LanTable::Get().UnmapVlan(config.vlan_id);
 }
 
 bool QcmapWrapper::GetPdnToVlanMapping(std::vector<VlanMapping>& mappings) {
   if (!Admitted("GetPdnToVlanMapping")) return false;
-  mappings = Lan().Mappings();
+  mappings = LanTable::Get().Mappings();
   return true;
 }
 
 bool QcmapWrapper::SetIpPassthrough(bool enable, IpPassthroughConfig& config) {
-  return Admitted("SetIpPassthrough", enable, config.mode, config.target) && Lan().SetPassthrough(enable, config);
+  return Admitted("SetIpPassthrough", enable, config.mode, config.target) &&
+         LanTable::Get().SetPassthrough(enable, config);
 }
 
 bool QcmapWrapper::GetIpPassthrough(bool& enabled, IpPassthroughConfig& config) {
   if (!Admitted("GetIpPassthrough")) return false;
-  enabled = Lan().GetPassthrough(config);
+  enabled = LanTable::Get().GetPassthrough(config);
   return true;
 }
 

@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "common/log.h"
+#include "vendor/lan_table.h"
 #include "vendor/operation.h"
 #include "vendor/policy_table.h"
 
@@ -92,7 +93,7 @@ bool QcmapWrapper::CreateWwanPolicy(kor::wwan::Tech tech, IPFamily ip_family, ui
 }
 
 bool QcmapWrapper::DeleteWwanPolicy(uint8_t index) {
-  return Admitted("DeleteWwanPolicy", index) && Table().Delete(index);
+  return Admitted("DeleteWwanPolicy", index) && LanTable::Get().DeletePdn(index);
 }
 
 bool QcmapWrapper::GetWwanConnectStatus(uint32_t index, ConnectStatus& ipv4, ConnectStatus& ipv6) {

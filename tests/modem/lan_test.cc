@@ -56,12 +56,22 @@ TEST_F(LanTest, ARouterOutOfTheBoxIsConfiguredAndActivated) {
   for (const char* mask : {"0.0.0.0", "255.0.255.0", "24", ""}) {
     EXPECT_FALSE(qcmap->SetLanConfig("10.0.0.1", mask, true, "10.0.0.2", "10.0.0.9", 1)) << mask;
   }
-  for (const std::string& gateway : {std::string("10.0.0.256"), std::string("10.0.0.1\nnameserver 6.6.6.6"),
-                                     std::string("10.0.0.1\0", 9), std::string(10'000, '1')}) {
+  for (const std::string& gateway :
+       {std::string("10.0.0.256"), std::string("10.0.0.1\nnameserver 6.6.6.6"), std::string("10.0.0.1\0", 9),
+        std::string(10'000, '1'), std::string("0.0.0.0"), std::string("0.0.0.1"), std::string("127.0.0.1"),
+        std::string("224.0.0.1"), std::string("255.255.255.255"), std::string("10.0.0.0"), std::string("10.0.0.255")}) {
     EXPECT_FALSE(qcmap->SetLanConfig(gateway, "255.255.255.0", true, "10.0.0.2", "10.0.0.9", 1)) << gateway;
   }
+  EXPECT_TRUE(qcmap->SetLanConfig("223.0.0.255", "255.255.254.0", true, "10.0.0.2", "10.0.0.9", 1));
+  EXPECT_TRUE(qcmap->SetLanConfig("10.0.0.0", "255.255.255.254", true, "10.0.0.2", "10.0.0.9", 1));
   EXPECT_FALSE(qcmap->SetLanConfig("10.0.0.1", "255.255.255.0", true, "10.0.1.0", "10.0.0.255", 1));
   EXPECT_FALSE(qcmap->SetLanConfig("10.0.0.1", "255.255.255.0", true, "10.0.0.2", std::string("10.0.0.9\0x", 10), 1));
+
+  // Without DHCP there need be no pool; half a one is none, and a server needs one.
+  EXPECT_FALSE(qcmap->SetLanConfig("10.9.0.1", "255.255.255.0", true, "", "", 1));
+  EXPECT_FALSE(qcmap->SetLanConfig("10.9.0.1", "255.255.255.0", false, "", "10.0.0.9", 1));
+  EXPECT_TRUE(qcmap->SetLanConfig("10.9.0.1", "255.255.255.0", false, "", "", 1));
+  EXPECT_EQ("10.9.0.1 255.255.255.0 off   1", Lan());
   EXPECT_TRUE(qcmap->SetLanConfig("10.9.0.1", "255.255.255.255", false, "10.0.0.9", "10.0.0.9", 1));
   EXPECT_TRUE(qcmap->ActivateLan());
   EXPECT_EQ("10.9.0.1 255.255.255.255 - -", modem.LanInForce());
@@ -93,13 +103,30 @@ TEST_F(LanTest, VlansAreMappedToPdnsAndPassthroughIsKept) {
   EXPECT_TRUE(qcmap->SetPdnToVlanMapping(vlan) && qcmap->DeleteVlanConfig(vlan));
   EXPECT_FALSE(qcmap->DeleteVlanConfig(vlan));
   EXPECT_EQ("", Vlans());
+}
 
-  // Passthrough settings outlive its being off; a target must be one of the mode.
+TEST_F(LanTest, AVlanFollowsItsPdnAndKeepsIt) {
+  for (int i = 0; i < 3; ++i) ASSERT_TRUE(qcmap->CreateWwanPolicy(kor::wwan::Tech::kAny, kBoth, 2, 2));
+  MobileapManager::VlanConfig guests{LanInterface::kEthernet, 20, 3};
+  ASSERT_TRUE(qcmap->SetVlanConfig(guests) && qcmap->SetPdnToVlanMapping(guests));
+  EXPECT_TRUE(qcmap->DeleteWwanPolicy(1));
+  EXPECT_EQ("20/0 20>2", Vlans());
+  EXPECT_FALSE(qcmap->DeleteWwanPolicy(2));
+  EXPECT_TRUE(qcmap->DeleteWwanPolicy(1));
+  EXPECT_EQ("20/0 20>1", Vlans());
+  EXPECT_TRUE(qcmap->DeletePdnToVlanMapping(guests) && qcmap->DeleteWwanPolicy(1));
+  EXPECT_EQ("20/0 ", Vlans());
+}
+
+TEST_F(LanTest, PassthroughHasATargetAndKeepsIt) {
+  // The settings outlive its being off, which needs none; a target must be one of the mode.
   MobileapManager::IpPassthroughConfig config{Mode::kMacAddress, "02:00:5E:10:00:01"};
-  EXPECT_TRUE(qcmap->SetIpPassthrough(false, config));
+  EXPECT_TRUE(qcmap->SetIpPassthrough(true, config));
   const std::pair<Mode, const char*> kBad[] = {{Mode::kFirstClient, "x"},
                                                {Mode::kMacAddress, "02:00:5E:10:00:0"},
                                                {Mode::kMacAddress, "02-00-5E-10-00-01"},
+                                               {Mode::kMacAddress, "03:00:5E:10:00:01"},
+                                               {Mode::kMacAddress, "00:00:00:00:00:00"},
                                                {Mode::kHostName, ""},
                                                {Mode::kHostName, "a b"},
                                                {Mode{3}, ""}};
@@ -107,6 +134,10 @@ TEST_F(LanTest, VlansAreMappedToPdnsAndPassthroughIsKept) {
     config = {mode, target};
     EXPECT_FALSE(qcmap->SetIpPassthrough(true, config)) << target;
   }
+  config = {Mode::kMacAddress, "x"};
+  EXPECT_FALSE(qcmap->SetIpPassthrough(false, config));
+  config = {Mode::kMacAddress, ""};
+  EXPECT_TRUE(qcmap->SetIpPassthrough(false, config));
   bool enabled = true;
   EXPECT_TRUE(qcmap->GetIpPassthrough(enabled, config) && !enabled);
   EXPECT_EQ("02:00:5E:10:00:01", config.target);

@@ -12,7 +12,8 @@ using kor::util::LockRank;
 inline constexpr LockRank kRadioTables{120, "kRadioTables"};
 inline constexpr LockRank kDataTables{150, "kDataTables"};
 inline constexpr LockRank kAtTable{190, "kAtTable"};
-inline constexpr LockRank kVendor{300, "kVendor"};
-inline constexpr LockRank kQueryAnswer{310, "kQueryAnswer"};
+inline constexpr LockRank kLan{300, "kLan"};
+inline constexpr LockRank kPolicies{310, "kPolicies"};
+inline constexpr LockRank kQueryAnswer{320, "kQueryAnswer"};
 
 }  // namespace kor::vendor::qcom::rank

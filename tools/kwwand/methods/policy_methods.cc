@@ -58,7 +58,8 @@ Json Delete(Core& core, const Request& request) {
   const Statuses statuses = ReadStatuses(*core.data);
   const uint32_t index = PolicyIndex(params, statuses.size());
   Json policy = PolicyJson(*core.data, index, statuses[index]);
-  Check(core.data->DeletePdn(static_cast<uint8_t>(index)), "deleting the policy (its calls must be down)");
+  Check(core.data->DeletePdn(static_cast<uint8_t>(index)),
+        "deleting the policy (its calls must be down, and no VLAN on it)");
   // The modem may give the handle away again.
   ResumeBoth(core, statuses[index].policy.handle);
   return policy;
