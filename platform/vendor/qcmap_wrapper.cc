@@ -3,6 +3,7 @@
 
 #include <arpa/inet.h>
 
+#include <algorithm>
 #include <stdexcept>
 
 #include "common/log.h"
@@ -17,6 +18,8 @@ namespace {
 using kor::modem::CallEvent;
 using kor::util::EventDic;
 using kor::util::IPFamily;
+
+constexpr int kNoProfile = -1;
 
 PolicyTable& Table() { return PolicyTable::Get(); }
 
@@ -53,6 +56,15 @@ QcmapWrapper* CreateWrapper() {
   return wrapper;
 }
 
+// A profile that is given alone, with kNoProfile for the other, serves the families that the policy has and no other:
+// who looks for a family's profile finds it, and one policy may carry it for IPv4, another for IPv6.
+void GiveOneProfile(QcmapWrapper::WwanPolicy& policy) {
+  if (policy.profile_1 != kNoProfile && policy.profile_2 != kNoProfile) return;
+  const int given = std::max(policy.profile_1, policy.profile_2);
+  policy.profile_1 = policy.ip_family == IPFamily::kIpv6 ? kNoProfile : given;
+  policy.profile_2 = policy.ip_family == IPFamily::kIpv4 ? kNoProfile : given;
+}
+
 // `text` when it is an address of the family, otherwise empty: these texts become lines of files.
 std::string Checked(IPFamily family, const std::string& text) {
   in6_addr address;  // Room for either family.
@@ -82,9 +94,9 @@ bool QcmapWrapper::GetWwanPolicy(uint32_t index, WwanPolicy& policy) {
 
 bool QcmapWrapper::SetWwanPolicy(uint32_t index, kor::wwan::Tech tech, IPFamily ip_family, int profile_1,
                                  int profile_2) {
-  const int profile_ipv6 = profile_2 == -1 ? profile_1 : profile_2;
-  return Admitted("SetWwanPolicy", index, tech, ip_family, profile_1, profile_2) &&
-         Table().Set(index, {profile_1, profile_ipv6, tech, ip_family, 0});
+  WwanPolicy policy{profile_1, profile_2, tech, ip_family, 0};
+  GiveOneProfile(policy);
+  return Admitted("SetWwanPolicy", index, tech, ip_family, profile_1, profile_2) && Table().Set(index, policy);
 }
 
 bool QcmapWrapper::CreateWwanPolicy(kor::wwan::Tech tech, IPFamily ip_family, uint8_t profile_1, uint8_t profile_2) {

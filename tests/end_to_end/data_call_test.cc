@@ -159,6 +159,13 @@ TEST_F(DataCallTest, ConnectWithCidBringsUpWhatTheProfileNeeds) {
   EXPECT_EQ(kOk, data_.ConnectWithCid(2, IPFamily::kIpv6, true));  // Up already.
   ASSERT_TRUE(data_.GetWwanStatuses(statuses));
   EXPECT_EQ(2u, statuses.size());
+
+  // The same profile for the other family, while the first is up and when it is down.
+  ASSERT_EQ(kOk, data_.ConnectWithCid(2, IPFamily::kIpv4, true));
+  ASSERT_EQ(kOk, data_.Disconnect(1, IPFamily::kIpv6, true));
+  ASSERT_EQ(kOk, data_.Disconnect(2, IPFamily::kIpv4, true));
+  EXPECT_EQ(kOk, data_.ConnectWithCid(2, IPFamily::kIpv4, true));
+  EXPECT_EQ(kOk, data_.ConnectWithCid(2, IPFamily::kIpv6, true));
 }
 
 // Leaves the process by exit() while calls come and go, the forwarder is refreshed and subscribers are called.

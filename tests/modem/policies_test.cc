@@ -45,7 +45,7 @@ TEST_F(PoliciesTest, PoliciesComeAndGoAndHandlesAreNeverUsedTwice) {
   EXPECT_EQ("disconnected connected", States(1));
   EXPECT_TRUE(qcmap->CreateWwanPolicy(Tech::kAny, kBoth, 5, 5));
   EXPECT_TRUE(qcmap->SetWwanPolicy(1, Tech::kNr5g, kIpv6, 6, -1));
-  EXPECT_EQ((std::vector<std::string>{"1 1 7 3 100", "6 6 4 2 102", "5 5 7 3 103"}), Policies());
+  EXPECT_EQ((std::vector<std::string>{"1 1 7 3 100", "-1 6 4 2 102", "5 5 7 3 103"}), Policies());
   EXPECT_EQ(kSuccess, qcmap->DisconnectBackhaul(1, kIpv6));
   EXPECT_FALSE(qcmap->DeleteWwanPolicy(1));
   EXPECT_EQ("disconnected 102 6", listener.Next());
@@ -57,6 +57,21 @@ TEST_F(PoliciesTest, PoliciesComeAndGoAndHandlesAreNeverUsedTwice) {
   int made = 0;
   while (made < 300 && qcmap->CreateWwanPolicy(Tech::kAny, kBoth, 1, 1)) ++made;
   EXPECT_EQ(256, made);
+}
+
+TEST_F(PoliciesTest, OneProfileMayServeBothFamiliesFromTwoPolicies) {
+  // Given alone it is that of the policy's families only: a search by family does not find the other's.
+  ASSERT_TRUE(qcmap->CreateWwanPolicy(Tech::kAny, kBoth, 4, 4) && qcmap->CreateWwanPolicy(Tech::kAny, kBoth, 5, 5));
+  EXPECT_TRUE(qcmap->SetWwanPolicy(0, Tech::kAny, kIpv4, 2, -1));
+  EXPECT_TRUE(qcmap->SetWwanPolicy(1, Tech::kAny, kIpv6, 2, -1));
+  EXPECT_TRUE(qcmap->SetWwanPolicy(2, Tech::kAny, kBoth, 2, -1));
+  EXPECT_EQ((std::vector<std::string>{"2 -1 7 1 100", "-1 2 7 2 101", "2 2 7 3 102"}), Policies());
+  BringUp(0, kIpv4);
+  BringUp(1, kIpv6);
+
+  // A policy that is widened takes along what it has.
+  EXPECT_TRUE(qcmap->SetWwanPolicy(1, Tech::kAny, kBoth, -1, 2));
+  EXPECT_EQ("2 2 7 3 101", Policies()[1]);
 }
 
 TEST_F(PoliciesTest, AnUnknownIndexChangesNothing) {

@@ -66,6 +66,9 @@ Json CallJson(const Call& call) {
           {"dns", call.dns}};
 }
 
+// None for a family that the policy has not, when it was given one alone.
+Json ProfileJson(int number) { return number < 0 ? Json() : Json(number); }
+
 }  // namespace
 
 Statuses ReadStatuses(DataManager& data) {
@@ -108,7 +111,7 @@ Json PolicyJson(DataManager& data, uint32_t index, const DataManager::WwanStatus
           {"handle", policy.handle},
           {"technology", TechnologyText(policy.tech)},
           {"family", TextOf(kFamilies, policy.ip_family)},
-          {"profiles", {{"ipv4", policy.profile_1}, {"ipv6", policy.profile_2}}},
+          {"profiles", {{"ipv4", ProfileJson(policy.profile_1)}, {"ipv6", ProfileJson(policy.profile_2)}}},
           {"auto_connect", auto_connect},
           {"roaming", roaming},
           {"interface", InterfaceOf(ipv4, ipv6)},
