@@ -15,9 +15,9 @@ build=$1
 peers=("${@:2}")
 processes=31
 probe=$build/bench/load_probe
-library=$build/src/libkwwan.so.0
+library=$build/lib/libkwwan.so.0
 floor=$build/bench/libload_floor.so
-platform=("$build"/platform/{kutil/libkutil,vendor/libtzm_qcmap,vendor/libtzm_qmi}.so)
+platform=("$build"/lib/lib{kutil,tzm_qcmap,tzm_qmi}.so)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 

@@ -14,7 +14,7 @@
 #include <string>
 #include <thread>
 
-#include "modem/sim_modem.h"
+#include "simulator/sim_modem.h"
 #include "wwan/at_manager.h"
 #include "wwan/data_manager.h"
 #include "wwan/device_manager.h"

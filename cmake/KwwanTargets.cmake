@@ -62,7 +62,7 @@ function(kwwan_install_package)
   set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME devel)
   install(DIRECTORY include/wwan DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kwwan FILES_MATCHING PATTERN "*.h")
   install(DIRECTORY src/common DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kwwan FILES_MATCHING PATTERN "*.h")
-  install(FILES platform/modem/scenario.h platform/modem/sim_modem.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kwwan/modem)
+  install(FILES platform/simulator/scenario.h platform/simulator/sim_modem.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kwwan/simulator)
   configure_package_config_file(cmake/kwwanConfig.cmake.in kwwanConfig.cmake
     INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kwwan)
   write_basic_package_version_file(kwwanConfigVersion.cmake COMPATIBILITY SameMinorVersion)

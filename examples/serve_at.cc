@@ -4,7 +4,7 @@
 #include <future>
 #include <string>
 
-#include "modem/sim_modem.h"
+#include "simulator/sim_modem.h"
 #include "wwan/at_manager.h"
 
 using kor::wwan::AtManager;

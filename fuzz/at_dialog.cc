@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What is said at an AT terminal, by all sides: typing, answers of the library's service, unsolicited texts, a slow or
 // leaving terminal program.
-#include "modem/at_dialog.h"
+#include "at/at_dialog.h"
 
 #include <fuzzer/FuzzedDataProvider.h>
 

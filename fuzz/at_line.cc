@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // An AT command line: names and parameters.
-#include "modem/at_line.h"
+#include "at/at_line.h"
 
 #include <algorithm>
 #include <cctype>

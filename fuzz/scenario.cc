@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // A scenario line: what reaches the modem is in range. In the modem's place stands one that only looks.
-#include "modem/scenario.h"
+#include "simulator/scenario.h"
 
 #include <arpa/inet.h>
 

@@ -20,10 +20,10 @@ do_install:append() {
 
 # The device's own platform libraries take the simulator's place.
 PACKAGE_BEFORE_PN = "${PN}-simulator ${PN}-tools"
-FILES:${PN}-simulator = "${libdir}/libkutil.so ${libdir}/libtzm_*.so ${libdir}/libkwwan_modem.so.*"
+FILES:${PN}-simulator = "${libdir}/libkutil.so ${libdir}/libtzm_*.so ${libdir}/libkwwan_modem*.so.*"
 FILES:${PN}-tools = "${sbindir}/kwwand ${bindir}/kwwanctl ${systemd_system_unitdir} ${datadir}/kwwan \
                      ${datadir}/bash-completion"
-FILES:${PN}-dev += "${libdir}/libkwwan.so ${libdir}/libkwwan_modem.so"
+FILES:${PN}-dev += "${libdir}/libkwwan.so ${libdir}/libkwwan_modem*.so"
 FILES_SOLIBSDEV = ""
 RDEPENDS:${PN} = "dnsmasq"
 RDEPENDS:${PN}-simulator = "iproute2 util-linux-nsenter"

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "modem/sim_modem.h"
+#include "simulator/sim_modem.h"
 #include "support/syslog_reader.h"
 #include "support/terminal.h"
 #include "wwan/at_manager.h"

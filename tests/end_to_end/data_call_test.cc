@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "modem/sim_modem.h"
+#include "simulator/sim_modem.h"
 #include "support/files.h"
 #include "support/wait.h"
 #include "wwan/data_manager.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "modem/sim_modem.h"
+#include "simulator/sim_modem.h"
 #include "support/secrets.h"
 #include "support/wait.h"
 #include "wwan/data_manager.h"

@@ -9,7 +9,7 @@
 #include <functional>
 #include <string>
 
-#include "modem/sim_modem.h"
+#include "simulator/sim_modem.h"
 #include "support/files.h"
 #include "support/footprint.h"
 #include "support/story.h"

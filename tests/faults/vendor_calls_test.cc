@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "dns/dns_ctrl_service.h"
-#include "modem/sim_modem.h"
+#include "simulator/sim_modem.h"
 #include "support/files.h"
 #include "support/footprint.h"
 #include "support/secrets.h"

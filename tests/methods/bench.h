@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "kwwand/host.h"
-#include "modem/sim_modem.h"
+#include "simulator/sim_modem.h"
 #include "support/wait.h"
 
 namespace kor::test {

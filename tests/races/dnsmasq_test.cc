@@ -17,7 +17,7 @@
 #include <string>
 #include <thread>
 
-#include "modem/sim_modem.h"
+#include "simulator/sim_modem.h"
 #include "support/files.h"
 #include "support/story.h"
 #include "support/wait.h"

@@ -11,7 +11,7 @@
 
 #include "common/util/thread.h"
 #include "common/vendor/qcmap_wrapper.h"
-#include "modem/sim_modem.h"
+#include "simulator/sim_modem.h"
 #include "support/wait.h"
 #include "wwan/at_manager.h"
 #include "wwan/data_manager.h"

@@ -13,7 +13,7 @@
 #include "common/vendor/qcmap_wrapper.h"
 #include "common/vendor/wds_qmi_client.h"
 #include "common/vendor/wms_qmi_client.h"
-#include "modem/sim_modem.h"
+#include "simulator/sim_modem.h"
 #include "support/footprint.h"
 #include "support/story.h"
 #include "support/wait.h"

@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "common/vendor/qcmap_wrapper.h"
-#include "modem/sim_modem.h"
+#include "simulator/sim_modem.h"
 #include "support/files.h"
 #include "support/footprint.h"
 #include "support/story.h"

@@ -10,12 +10,12 @@
 #include "kwwand/host.h"
 #include "kwwand/listen_socket.h"
 #include "kwwand/mailbox.h"
+#include "kwwand/methods/simulated_modem.h"
 #include "kwwand/options.h"
 #include "kwwand/pid_file.h"
 #include "kwwand/readiness.h"
 #include "kwwand/server.h"
 #include "kwwand/stop_signals.h"
-#include "modem/scenario.h"
 
 namespace kor::host {
 
@@ -24,12 +24,6 @@ namespace {
 void OpenLog(const Options& options) {
   openlog("kwwand", LOG_PID | (options.log_to_stderr ? LOG_PERROR : 0), LOG_DAEMON);
   setlogmask(LOG_UPTO(options.log_level));
-}
-
-void RunScenario(const std::string& path) {
-  std::string error;
-  if (path.empty() || kor::modem::RunScenarioFile(kor::modem::SimModem::Get(), path, error)) return;
-  throw std::runtime_error(error);
 }
 
 void StartHost(Host& host) {
@@ -43,7 +37,7 @@ void Live(const Options& options, Readiness& readiness) {
   const StopSignals signals;
   ListenSocket listener(options.socket, options.mode, options.groups.change);
   PidFile pid_file(options.pid_file);
-  RunScenario(options.scenario);
+  if (!options.scenario.empty()) RunModemScenario(options.scenario);
   Mailbox mailbox;
   Host host({options.backoff_min, options.backoff_max, options.socket + ".lan"}, [&mailbox](const Json& event) {
     mailbox.Post({Mail::Kind::kEvent, FormatNotification("event", event)});
@@ -72,6 +66,8 @@ int Main(int argc, char** argv) {
   const std::optional<Options> options = ParseOptions(argc, argv, status);
   if (!options) return status;
   OpenLog(*options);
+  // Before there is a thread or a client that reads it.
+  if (!options->modem.empty()) setenv("KWWAN_MODEM", options->modem.c_str(), 1);
   Readiness readiness;
   try {
     if (options->daemon) readiness.Detach();

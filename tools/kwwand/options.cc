@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <filesystem>
 #include <map>
@@ -26,7 +28,7 @@ constexpr char kFooter[] = R"(Examples:
   kwwand --stderr --log-level debug                 in the foreground, the log on the terminal too
   kwwand --daemon --pid-file /run/kwwand.pid        return when the host can be reached
   kwwand --group wwan                               members of the group wwan may change things
-  kwwand --scenario bench.txt --stderr              the simulated modem plays a story
+  kwwand --modem simulated --scenario bench.txt     the simulated modem plays a story
 
 SIGTERM, SIGINT and SIGHUP end it in order within 5 seconds.
 Exit status: 0 ended in order, 1 failed (standard error and the log say why), 2 usage.)";
@@ -62,6 +64,12 @@ std::optional<gid_t> GroupNamed(const std::string& name) {
   const group* entry = getgrnam(name.c_str());
   if (entry == nullptr) return std::nullopt;
   return entry->gr_gid;
+}
+
+// The name is of letters: it becomes a part of a library's.
+bool IsModem(const std::string& text) {
+  const std::string name = text.substr(0, text.find(':'));
+  return !name.empty() && std::all_of(name.begin(), name.end(), [](unsigned char c) { return isalpha(c) != 0; });
 }
 
 const std::map<std::string, int> kLogLevels = {
@@ -137,6 +145,10 @@ class CommandLine {
   }
 
   void AddModemOptions() {
+    app_.add_option("--modem", options_.modem,
+                    "The modem: simulated, or another NAME[:ARGUMENT] of a backend that is installed")
+        ->type_name("MODEM")
+        ->check(Takes("NAME or NAME:ARGUMENT, such as simulated", IsModem));
     app_.add_option("--scenario", options_.scenario, "A file of commands for the simulated modem, run before the start")
         ->type_name("FILE")
         ->check(

@@ -21,6 +21,7 @@ struct Options {
   std::string pid_file;  // Empty: none.
   int log_level = LOG_INFO;
   bool log_to_stderr = false;
+  std::string modem;     // NAME or NAME:ARGUMENT; empty: what the environment says.
   std::string scenario;  // Empty: none.
   std::chrono::milliseconds backoff_min{1000};
   std::chrono::milliseconds backoff_max{60000};

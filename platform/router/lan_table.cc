@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "router/lan_table.h"
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <cctype>
+#include <optional>
+#include <string>
+
+namespace kor::vendor::qcom::qcmap {
+
+namespace {
+
+using Mode = kor::wwan::MobileapManager::IpPassthroughMode;
+
+constexpr int32_t kMaxVlan = 4094;       // 802.1Q: 0 and 4095 are reserved.
+constexpr uint32_t kMulticast = 224;     // The first byte of 224.0.0.0/4.
+constexpr size_t kMaxHostName = 63;      // A DNS label.
+constexpr size_t kMacText = 17;          // "02:00:5e:10:00:01"
+constexpr size_t kMacDigitsAndMark = 3;  // "02:"
+
+std::optional<uint32_t> ParseAddress(const std::string& text) {
+  in_addr address;
+  // A NUL would end the text for inet_pton but not for us.
+  if (text.find('\0') != std::string::npos || inet_pton(AF_INET, text.c_str(), &address) != 1) return std::nullopt;
+  return ntohl(address.s_addr);
+}
+
+bool IsNetmask(uint32_t mask) { return mask != 0 && (~mask & (~mask + 1)) == 0; }
+
+// An address that a host can have in a subnet of that mask: not of "this" network, loopback, multicast or above, nor
+// the subnet's own or its broadcast address, which /31 and /32 do not have.
+bool IsHostAddress(uint32_t address, uint32_t mask) {
+  const uint32_t network = address >> 24;
+  const uint32_t host_bits = ~mask;
+  const uint32_t host = address & host_bits;
+  return network != 0 && network != IN_LOOPBACKNET && network < kMulticast &&
+         (host_bits <= 1 || (host != 0 && host != host_bits));
+}
+
+// Of one station: a group's has the lowest bit of its first byte set.
+bool IsMac(const std::string& text) {
+  if (text.size() != kMacText || text.find_first_not_of("0:") == std::string::npos) return false;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const bool mark = i % kMacDigitsAndMark == kMacDigitsAndMark - 1;
+    if (mark ? text[i] != ':' : isxdigit(static_cast<unsigned char>(text[i])) == 0) return false;
+  }
+  return std::stoi(text.substr(0, 2), nullptr, 16) % 2 == 0;
+}
+
+bool IsHostName(const std::string& text) {
+  return !text.empty() && text.size() <= kMaxHostName &&
+         std::all_of(text.begin(), text.end(), [](unsigned char c) { return isalnum(c) != 0 || c == '-' || c == '_'; });
+}
+
+bool IsTarget(Mode mode, const std::string& target) {
+  switch (mode) {
+    case Mode::kFirstClient:
+      return target.empty();
+    case Mode::kMacAddress:
+      return IsMac(target);
+    case Mode::kHostName:
+      return IsHostName(target);
+  }
+  return false;
+}
+
+bool IsPool(const LanTable::LanConfig& config) {
+  const auto start = ParseAddress(config.dhcp_start_ip);
+  const auto end = ParseAddress(config.dhcp_end_ip);
+  if (!config.enable_dhcp && config.dhcp_start_ip.empty() && config.dhcp_end_ip.empty()) return true;
+  return start && end && *start <= *end;
+}
+
+}  // namespace
+
+// Leaked on purpose, as the wrapper is: threads may be at work while exit() destroys what is static.
+LanTable& LanTable::Get() {
+  static LanTable* const lan = new LanTable(kor::modem::ModemPort::Get(), PolicyTable::Get());
+  return *lan;
+}
+
+LanTable::LanConfig LanTable::Defaults() {
+  return {true, "192.168.225.1", "255.255.255.0", true, "192.168.225.20", "192.168.225.60", 43200};
+}
+
+LanTable::LanConfig LanTable::Config() {
+  kor::util::MutexLock lock(mutex_);
+  return lan_;
+}
+
+bool LanTable::Set(const LanConfig& config) {
+  const auto gateway = ParseAddress(config.gw);
+  const auto mask = ParseAddress(config.nm);
+  if (!gateway || !mask || !IsNetmask(*mask) || !IsHostAddress(*gateway, *mask) || !IsPool(config)) return false;
+  kor::util::MutexLock lock(mutex_);
+  lan_ = config;
+  lan_.valid = true;
+  return true;
+}
+
+kor::Result LanTable::Activate() {
+  kor::util::MutexLock lock(mutex_);
+  return port_.ApplyLan(lan_);
+}
+
+bool LanTable::SetVlan(const VlanConfig& config) {
+  if (config.vlan_id < 1 || config.vlan_id > kMaxVlan) return false;
+  kor::util::MutexLock lock(mutex_);
+  vlans_[config.vlan_id] = {config.interface, config.vlan_id, -1};
+  return true;
+}
+
+bool LanTable::DeleteVlan(int32_t vlan_id) {
+  kor::util::MutexLock lock(mutex_);
+  mappings_.erase(vlan_id);
+  return vlans_.erase(vlan_id) != 0;
+}
+
+bool LanTable::MapVlan(int32_t vlan_id, int32_t pdn) {
+  PolicyTable::WwanPolicy policy;
+  kor::util::MutexLock lock(mutex_);
+  if (vlans_.count(vlan_id) == 0 || pdn <= 0 || !policies_.Get(static_cast<uint32_t>(pdn), policy)) return false;
+  mappings_[vlan_id] = policy.handle;
+  return true;
+}
+
+bool LanTable::UnmapVlan(int32_t vlan_id) {
+  kor::util::MutexLock lock(mutex_);
+  return mappings_.erase(vlan_id) != 0;
+}
+
+std::vector<LanTable::VlanConfig> LanTable::Vlans() {
+  kor::util::MutexLock lock(mutex_);
+  std::vector<VlanConfig> configs;
+  for (const auto& entry : vlans_) configs.push_back(entry.second);
+  return configs;
+}
+
+std::vector<LanTable::VlanMapping> LanTable::Mappings() {
+  kor::util::MutexLock lock(mutex_);
+  std::map<int32_t, int32_t> index_of;
+  for (const auto& policy : policies_.List()) index_of.emplace(policy.handle, static_cast<int32_t>(index_of.size()));
+  std::vector<VlanMapping> mappings;
+  for (const auto& [vlan_id, handle] : mappings_) mappings.push_back({vlan_id, index_of.at(handle)});
+  return mappings;
+}
+
+bool LanTable::DeletePdn(uint32_t pdn) {
+  PolicyTable::WwanPolicy policy;
+  kor::util::MutexLock lock(mutex_);
+  if (!policies_.Get(pdn, policy)) return false;
+  const auto serves = [&policy](const auto& mapping) { return mapping.second == policy.handle; };
+  return std::none_of(mappings_.begin(), mappings_.end(), serves) && policies_.Delete(pdn);
+}
+
+bool LanTable::SetPassthrough(bool enable, const IpPassthroughConfig& config) {
+  const bool sets = IsTarget(config.mode, config.target);
+  if (!sets && (enable || !config.target.empty())) return false;
+  kor::util::MutexLock lock(mutex_);
+  passes_through_ = enable;
+  if (sets) passthrough_ = config;
+  return true;
+}
+
+bool LanTable::GetPassthrough(IpPassthroughConfig& config) {
+  kor::util::MutexLock lock(mutex_);
+  config = passthrough_;
+  return passes_through_;
+}
+
+}  // namespace kor::vendor::qcom::qcmap

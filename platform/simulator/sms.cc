@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "simulator/sms.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "simulator/sim_modem.h"
+
+namespace kor::modem {
+
+namespace {
+
+using kor::util::EventDic;
+using Storage = kor::wwan::SmsManager::MessageStorage;
+using Action = kor::wwan::SmsManager::ReceiptAction;
+
+// What is stored needs a storage; what is not stored needs none, and may name one.
+bool IsRoute(const kor::wwan::SmsManager::RouteInfo& route) {
+  const bool stores = route.storage == Storage::kSim || route.storage == Storage::kDevice;
+  return route.action == Action::kStoreAndNotify
+             ? stores
+             : (stores || route.storage == Storage::kNone) && route.action <= Action::kTransferAndAck;
+}
+
+std::string Number(Storage storage) { return std::to_string(static_cast<uint32_t>(storage)); }
+
+}  // namespace
+
+void Sms::SetReport(ModemPort::EventReport report) {
+  kor::util::MutexLock lock(mutex_);
+  report_ = std::move(report);
+}
+
+std::list<Sms::Route> Sms::Routes() {
+  kor::util::MutexLock lock(mutex_);
+  return {routes_.begin(), routes_.end()};
+}
+
+kor::Result Sms::SetRoutes(const std::list<Route>& routes) {
+  kor::util::MutexLock lock(mutex_);
+  auto changed = routes_;
+  for (const Route& route : routes) {
+    const auto index = static_cast<size_t>(route.message_class);
+    if (index >= changed.size() || !IsRoute(route)) return kor::Result::kFailure;
+    changed[index] = route;
+  }
+  routes_ = changed;
+  return kor::Result::kSuccess;
+}
+
+void Sms::ModifyTags() {
+  EventDic ev;
+  ev.event = kEvtSmsTagsModified;
+  Post(ev);
+}
+
+bool Sms::Receive(Class message_class, const std::string& sender, const std::string& text) {
+  const auto index = static_cast<size_t>(message_class);
+  kor::util::MutexLock lock(mutex_);
+  if (index >= routes_.size()) return false;
+  const Route& route = routes_[index];
+  if (route.action == Action::kDiscard) return true;
+  EventDic ev;
+  if (route.action == Action::kStoreAndNotify) {
+    ev = StoreLocked(route.storage);
+  } else {
+    ev.event = kEvtSmsReceived;
+    ev.params[kParamSmsText] = text;
+  }
+  ev.params[kParamSmsSender] = sender;
+  Post(ev);
+  return true;
+}
+
+void Sms::SetCapacity(Storage storage, uint32_t messages) {
+  kor::util::MutexLock lock(mutex_);
+  rooms_[storage].capacity = messages;
+}
+
+void Sms::Clear() {
+  kor::util::MutexLock lock(mutex_);
+  for (auto& room : rooms_) room.second.used = 0;
+}
+
+EventDic Sms::StoreLocked(Storage storage) {
+  Room& room = rooms_[storage];
+  EventDic ev;
+  ev.params[kParamSmsStorage] = Number(storage);
+  if (room.used >= room.capacity) {
+    ev.event = kEvtSmsStorageFull;
+    return ev;
+  }
+  ev.event = kEvtSmsStored;
+  ev.params[kParamSmsIndex] = std::to_string(room.used++);
+  return ev;
+}
+
+void Sms::Post(const EventDic& ev) {
+  events_.Post(std::chrono::milliseconds(0), [this, posted = EventDic(ev)]() mutable {
+    ModemPort::EventReport report;
+    {
+      kor::util::MutexLock lock(mutex_);
+      report = report_;
+    }
+    if (report) report(posted);
+  });
+}
+
+}  // namespace kor::modem

@@ -1,0 +1,196 @@
+// SPDX-License-Identifier: Apache-2.0
+// The life of a call as the vendor's client sees it.
+#include "simulator/calls.h"
+
+#include <atomic>
+#include <future>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "simulator/bench.h"
+#include "support/wait.h"
+
+namespace kor::test {
+
+class CallsTest : public BenchTest {};
+
+TEST_F(CallsTest, ACallComesUpAndGoesDown) {
+  EXPECT_EQ("disconnected disconnected", States(0));
+  EXPECT_EQ("failure", Config(0, kIpv4));
+
+  // Events come from the modem's thread, which shows them the state that belongs to them.
+  const auto caller = std::this_thread::get_id();
+  listener.Observe([this, caller] {
+    return (std::this_thread::get_id() == caller ? "inside, " : "outside, ") + States(0) + ", " + Config(0, kIpv4);
+  });
+  EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv4));
+  EXPECT_EQ("connecting disconnected", States(0));
+  EXPECT_EQ("connected 100 4, outside, connected disconnected, success 10.64.0.2 10.255.0.53 -", listener.Next());
+
+  // The IPv6 call is another one; it shares the link's number.
+  EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv6));
+  EXPECT_EQ("connected 100 6, outside, connected connected, success 10.64.0.2 10.255.0.53 -", listener.Next());
+  EXPECT_EQ("success fd64:0::2 fd64:ffff::53 -", Config(0, kIpv6));
+
+  EXPECT_EQ(kSuccess, qcmap->DisconnectBackhaul(0, kIpv4));
+  EXPECT_EQ("disconnecting connected", States(0));
+  EXPECT_EQ("disconnected 100 4, outside, disconnected connected, failure", listener.Next());
+  listener.Observe(nullptr);
+  ExpectQuiet();
+}
+
+TEST_F(CallsTest, WhatIsAskedTwiceIsReportedTwice) {
+  // Up already, twice on the way up, and down already.
+  BringUp(0, kIpv4);
+  EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv4));
+  EXPECT_EQ("connected disconnected", States(0));
+  EXPECT_EQ("connected 100 4", listener.Next());
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv6));
+  for (int i = 0; i < 2; ++i) EXPECT_EQ("connected 100 6", listener.Next());
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(kSuccess, qcmap->DisconnectBackhaul(0, kIpv6));
+    EXPECT_EQ("disconnected 100 6", listener.Next());
+  }
+
+  // Going down it takes no connect and, asked twice, goes down once, also when the network drops it meanwhile.
+  modem.SetDisconnectDelay(Milliseconds(100));
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(kSuccess, qcmap->DisconnectBackhaul(0, kIpv4));
+  EXPECT_EQ(kFailure, qcmap->ConnectBackhaul(0, kIpv4));
+  EXPECT_EQ("disconnecting disconnected", States(0));
+  EXPECT_EQ("disconnected 100 4", listener.Next());
+  BringUp(0, kIpv4);
+  EXPECT_EQ(kSuccess, qcmap->DisconnectBackhaul(0, kIpv4));
+  EXPECT_TRUE(modem.Drop(100, kIpv4));
+  EXPECT_EQ("disconnected 100 4", listener.Next());
+  EXPECT_FALSE(modem.Drop(100, kIpv4) || modem.Drop(101, kIpv4));
+  ExpectQuiet();
+}
+
+TEST_F(CallsTest, ACallThatIsComingUpIsGivenUp) {
+  // Whether its own time would come after the end of the disconnect or before, it never comes up.
+  modem.SetConnectDelay(Milliseconds(300));
+  for (const Milliseconds delay : {Milliseconds(0), Milliseconds(600)}) {
+    modem.SetDisconnectDelay(delay);
+    EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv4));
+    EXPECT_EQ(kSuccess, qcmap->DisconnectBackhaul(0, kIpv4));
+    EXPECT_EQ("connect-failed 100 4", listener.Next());
+    EXPECT_EQ("disconnected 100 4", listener.Next());
+    EXPECT_EQ("disconnected disconnected", States(0));
+  }
+  ExpectQuiet();
+}
+
+TEST_F(CallsTest, ACallUsesItsFamilysProfile) {
+  // The third profile is for IPv4 alone, and there is no fourth.
+  ASSERT_TRUE(qcmap->SetWwanPolicy(0, kor::wwan::Tech::kAny, kBoth, 3, 1));
+  BringUp(0, kIpv4);
+  BringUp(0, kIpv6);
+  ASSERT_TRUE(qcmap->CreateWwanPolicy(kor::wwan::Tech::kAny, kBoth, 4, 3));
+  EXPECT_EQ(kFailure, qcmap->ConnectBackhaul(1, kIpv4));
+  EXPECT_EQ(kFailure, qcmap->ConnectBackhaul(1, kIpv6));
+  EXPECT_EQ("disconnected disconnected", States(1));
+  ExpectQuiet();
+}
+
+TEST_F(CallsTest, NameServersAreTheNetworksButOnlyAddressesArriveHere) {
+  // By family, by call, and whatever the network sends.
+  ASSERT_TRUE(qcmap->CreateWwanPolicy(kor::wwan::Tech::kAny, kBoth, 2, 2));
+  modem.SetDnsServers(kIpv4, "8.8.8.8", "0.0.0.0");
+  modem.SetDnsServers(kIpv6, "10.0.0.1", "2001:db8::1");
+  modem.SetDnsServers(101, kIpv4, "9.9.9.9\nnameserver 6.6.6.6", "9.9.9.9 ");
+  modem.SetDnsServers(101, kIpv6, "", std::string("2001:db8::2\0x", 13));
+  for (const IPFamily family : {kIpv4, kIpv6}) {
+    BringUp(0, family);
+    BringUp(1, family);
+  }
+  EXPECT_EQ("success 10.64.0.2 8.8.8.8 0.0.0.0", Config(0, kIpv4));
+  EXPECT_EQ("success fd64:0::2 - 2001:db8::1", Config(0, kIpv6));
+  EXPECT_EQ("success 10.64.1.2 - -", Config(1, kIpv4));
+  EXPECT_EQ("success fd64:1::2 - -", Config(1, kIpv6));
+}
+
+// The modem's calls alone, with a service that comes and goes as the test has it.
+class CallsAloneTest : public testing::Test {
+ protected:
+  using CallEvent = kor::modem::CallEvent;
+
+  CallsAloneTest() {
+    links.SetEnabled(false);
+    calls.SetReport([this](int32_t, IPFamily, CallEvent event, uint64_t serial) {
+      heard += "+f-F"[static_cast<size_t>(event)] + std::to_string(serial) + " ";
+      if (event == CallEvent::kDisconnected && again != 0) Start(std::exchange(again, 0));
+    });
+  }
+
+  void Start(uint64_t serial) { EXPECT_EQ(kSuccess, calls.Start({100, kIpv4, 1, serial})); }
+  void Stop(uint64_t serial) { EXPECT_EQ(kSuccess, calls.Stop(100, kIpv4, serial)); }
+
+  // The reports since the last time, each with its serial: "+1" connected, "f1" connect failed, "-1" disconnected, "F1"
+  // disconnect failed.
+  std::string Heard() {
+    EXPECT_TRUE(events.WaitIdle(kLongEnough));
+    return std::exchange(heard, "");
+  }
+
+  // The thread lives as long as the process, and so does what it uses.
+  static inline kor::modem::EventThread& events = *new kor::modem::EventThread;
+  kor::modem::Links links;
+  kor::modem::Faults faults;
+  std::atomic<bool> service{true};
+  std::string heard;
+  uint64_t again = 0;  // The serial of a start that follows on the next disconnect, from inside its report.
+  kor::modem::Calls calls{events, links, faults, [this] { return service.load(); }};
+};
+
+TEST_F(CallsAloneTest, AReportCarriesTheLatestRequestThatItAnswers) {
+  Start(1);
+  Start(2);
+  EXPECT_EQ("+2 +2 ", Heard());
+  again = 4;
+  Stop(3);
+  EXPECT_EQ("-3 +4 ", Heard());
+  EXPECT_TRUE(calls.Drop(100, kIpv4));
+  EXPECT_EQ("-4 ", Heard());
+  faults.Set(kor::modem::Faults::kConnectFails, 1);
+  Start(5);
+  EXPECT_EQ("f5 ", Heard());
+  Start(6);
+  Stop(7);
+  EXPECT_EQ("f7 -7 ", Heard());
+  faults.Set(kor::modem::Faults::kDisconnectFails, 1);
+  Stop(8);
+  EXPECT_EQ("F8 ", Heard());
+}
+
+TEST_F(CallsAloneTest, NoCallIsUpWithoutService) {
+  // Service is lost when a start has been checked and there is no call yet that could be dropped.
+  Start(1);
+  service = false;
+  EXPECT_EQ("f1 ", Heard());
+  EXPECT_EQ(kFailure, calls.Start({100, kIpv4, 1, 2}));
+
+  // It was lost for a moment, and the call comes up before the loss is seen to: it goes down again.
+  service = true;
+  calls.SetConnectDelay(Milliseconds(0));
+  std::promise<void> gate;
+  events.Post(Milliseconds(0), [opens = gate.get_future().share()] { opens.wait(); });
+  Start(3);
+  calls.DropAll();
+  gate.set_value();
+  EXPECT_EQ("+3 -3 ", Heard());
+
+  // A call whose connect is never answered fails; one whose disconnect is not, ends.
+  faults.Set(kor::modem::Faults::kIgnoredRequest, 1);
+  Start(4);
+  calls.DropAll();
+  EXPECT_EQ("f4 ", Heard());
+  Start(5);
+  EXPECT_EQ("+5 ", Heard());
+  faults.Set(kor::modem::Faults::kIgnoredRequest, 1);
+  Stop(6);
+  calls.DropAll();
+  EXPECT_EQ("-6 ", Heard());
+}
+
+}  // namespace kor::test

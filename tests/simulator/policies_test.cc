@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: Apache-2.0
+// The policy table, the host's wishes, and the stored profiles.
+#include <list>
+#include <string>
+#include <vector>
+
+#include "common/vendor/wds_qmi_client.h"
+#include "simulator/bench.h"
+#include "support/secrets.h"
+
+namespace kor::test {
+
+using kor::vendor::qcom::qmi::WdsQmiClient;
+using kor::wwan::DataManager;
+using kor::wwan::Tech;
+
+class PoliciesTest : public BenchTest {
+ protected:
+  // One text per policy: "PROFILE_1 PROFILE_2 TECH FAMILY HANDLE".
+  std::vector<std::string> Policies() {
+    std::vector<QcmapWrapper::WwanPolicy> policies;
+    std::vector<std::string> texts;
+    EXPECT_TRUE(qcmap->GetWwanPolicies(policies));
+    for (const auto& policy : policies) texts.push_back(Text(policy));
+    return texts;
+  }
+
+  static std::string Text(const QcmapWrapper::WwanPolicy& policy) {
+    return std::to_string(policy.profile_1) + " " + std::to_string(policy.profile_2) + " " +
+           std::to_string(static_cast<int>(policy.tech)) + " " + std::to_string(static_cast<int>(policy.ip_family)) +
+           " " + std::to_string(policy.handle);
+  }
+};
+
+TEST_F(PoliciesTest, PoliciesComeAndGoAndHandlesAreNeverUsedTwice) {
+  EXPECT_EQ((std::vector<std::string>{"1 1 7 3 100"}), Policies());
+  EXPECT_TRUE(qcmap->CreateWwanPolicy(Tech::kLte, kIpv4, 2, 3));
+  EXPECT_TRUE(qcmap->CreateWwanPolicy(Tech::kAny, kBoth, 2, 2));
+  EXPECT_EQ((std::vector<std::string>{"1 1 7 3 100", "2 3 2 1 101", "2 2 7 3 102"}), Policies());
+
+  // One with a call stays; the later ones move down and keep their handles and calls.
+  BringUp(2, kIpv6);
+  EXPECT_FALSE(qcmap->DeleteWwanPolicy(2));
+  EXPECT_TRUE(qcmap->DeleteWwanPolicy(1));
+  EXPECT_EQ("disconnected connected", States(1));
+  EXPECT_TRUE(qcmap->CreateWwanPolicy(Tech::kAny, kBoth, 5, 5));
+  EXPECT_TRUE(qcmap->SetWwanPolicy(1, Tech::kNr5g, kIpv6, 6, -1));
+  EXPECT_EQ((std::vector<std::string>{"1 1 7 3 100", "-1 6 4 2 102", "5 5 7 3 103"}), Policies());
+  EXPECT_EQ(kSuccess, qcmap->DisconnectBackhaul(1, kIpv6));
+  EXPECT_FALSE(qcmap->DeleteWwanPolicy(1));
+  EXPECT_EQ("disconnected 102 6", listener.Next());
+  EXPECT_TRUE(qcmap->DeleteWwanPolicy(1));
+
+  // None at all is a list, too, and there is an end to making them.
+  EXPECT_TRUE(qcmap->DeleteWwanPolicy(1) && qcmap->DeleteWwanPolicy(0));
+  EXPECT_EQ(std::vector<std::string>{}, Policies());
+  int made = 0;
+  while (made < 300 && qcmap->CreateWwanPolicy(Tech::kAny, kBoth, 1, 1)) ++made;
+  EXPECT_EQ(256, made);
+}
+
+TEST_F(PoliciesTest, OneProfileMayServeBothFamiliesFromTwoPolicies) {
+  // Given alone it is that of the policy's families only: a search by family does not find the other's.
+  ASSERT_TRUE(qcmap->CreateWwanPolicy(Tech::kAny, kBoth, 4, 4) && qcmap->CreateWwanPolicy(Tech::kAny, kBoth, 5, 5));
+  EXPECT_TRUE(qcmap->SetWwanPolicy(0, Tech::kAny, kIpv4, 2, -1));
+  EXPECT_TRUE(qcmap->SetWwanPolicy(1, Tech::kAny, kIpv6, 2, -1));
+  EXPECT_TRUE(qcmap->SetWwanPolicy(2, Tech::kAny, kBoth, 2, -1));
+  EXPECT_EQ((std::vector<std::string>{"2 -1 7 1 100", "-1 2 7 2 101", "2 2 7 3 102"}), Policies());
+  BringUp(0, kIpv4);
+  BringUp(1, kIpv6);
+
+  // A policy that is widened takes along what it has.
+  EXPECT_TRUE(qcmap->SetWwanPolicy(1, Tech::kAny, kBoth, -1, 2));
+  EXPECT_EQ("2 2 7 3 101", Policies()[1]);
+}
+
+TEST_F(PoliciesTest, AnUnknownIndexChangesNothing) {
+  QcmapWrapper::WwanPolicy policy{8, 8, Tech::kUmts, kIpv6, 8};
+  bool enabled = true;
+  EXPECT_FALSE(qcmap->GetWwanPolicy(1, policy));
+  EXPECT_EQ("8 8 1 2 8", Text(policy));
+  EXPECT_FALSE(qcmap->GetAutoConnect(1, enabled) || qcmap->GetRoaming(4294967295, enabled));
+  EXPECT_TRUE(enabled);
+  EXPECT_FALSE(qcmap->SetWwanPolicy(1, Tech::kAny, kBoth, 1, 1) || qcmap->DeleteWwanPolicy(1));
+  EXPECT_FALSE(qcmap->SetAutoConnect(1, true) || qcmap->SetRoaming(1, true));
+  EXPECT_EQ("unknown failure", States(1) + " " + Config(1, kIpv4));
+  EXPECT_EQ(kFailure, qcmap->ConnectBackhaul(1, kIpv4));
+  EXPECT_EQ(kFailure, qcmap->DisconnectBackhaul(1, kIpv4));
+  EXPECT_EQ((std::vector<std::string>{"1 1 7 3 100"}), Policies());
+  ExpectQuiet();
+}
+
+TEST_F(PoliciesTest, OnlyAFamilyOfThePolicyConnects) {
+  EXPECT_EQ(kFailure, qcmap->ConnectBackhaul(0, kBoth));
+  EXPECT_EQ(kFailure, qcmap->ConnectBackhaul(0, IPFamily{0}));
+  EXPECT_EQ(kFailure, qcmap->DisconnectBackhaul(0, kBoth));
+  EXPECT_TRUE(qcmap->SetWwanPolicy(0, Tech::kAny, kIpv6, 1, 1));
+  EXPECT_EQ(kFailure, qcmap->ConnectBackhaul(0, kIpv4));
+  BringUp(0, kIpv6);
+  EXPECT_TRUE(qcmap->SetWwanPolicy(0, Tech::kAny, IPFamily{7}, 1, 1));
+  EXPECT_EQ(kFailure, qcmap->ConnectBackhaul(0, kIpv6));
+
+  // What is up can be taken down whatever the policy has become.
+  EXPECT_EQ(kSuccess, qcmap->DisconnectBackhaul(0, kIpv6));
+  EXPECT_EQ("disconnected 100 6", listener.Next());
+  ExpectQuiet();
+}
+
+TEST_F(PoliciesTest, WishesAreKeptAndTheRoamingGateHolds) {
+  bool auto_connect = true;
+  bool roaming = false;
+  EXPECT_TRUE(qcmap->GetAutoConnect(0, auto_connect) && qcmap->GetRoaming(0, roaming));
+  EXPECT_TRUE(!auto_connect && roaming);
+  EXPECT_TRUE(qcmap->SetAutoConnect(0, true) && qcmap->GetAutoConnect(0, auto_connect));
+  EXPECT_TRUE(qcmap->SetRoaming(0, false) && qcmap->GetRoaming(0, roaming));
+  EXPECT_TRUE(auto_connect && !roaming);
+
+  // A visited network needs leave; a call that is up stays.
+  BringUp(0, kIpv4);
+  modem.SetRoaming(true);
+  EXPECT_EQ(kFailure, qcmap->ConnectBackhaul(0, kIpv6));
+  EXPECT_EQ("connected disconnected", States(0));
+  EXPECT_TRUE(qcmap->SetRoaming(0, true));
+  BringUp(0, kIpv6);
+}
+
+TEST_F(PoliciesTest, ProfilesAreStored) {
+  WdsQmiClient* const wds = WdsQmiClient::GetInstance();
+  std::list<DataManager::ProfileInfo> profiles;
+  EXPECT_EQ(kSuccess, wds->GetProfileList(profiles));
+  std::string list;
+  for (const auto& profile : profiles) list += std::to_string(profile.index) + " " + profile.name + "\n";
+  EXPECT_EQ("1 internet\n2 ims\n3 private\n", list);
+
+  DataManager::ProfileSetting setting;
+  EXPECT_EQ(kSuccess, wds->GetProfileSetting(DataManager::ProfileType::k3gpp, 3, setting));
+  EXPECT_EQ("m2m.example router " + std::string(kPassword),
+            setting.apn + " " + setting.user_name + " " + setting.password);
+
+  // What is not there leaves the record alone.
+  EXPECT_EQ(kFailure, wds->GetProfileSetting(DataManager::ProfileType::k3gpp, 4, setting));
+  EXPECT_EQ(kFailure, wds->GetProfileSetting(DataManager::ProfileType::k3gpp2, 1, setting));
+  modem.FailNext("GetProfileSetting", 1, kor::Result{44});
+  EXPECT_EQ(kor::Result{44}, wds->GetProfileSetting(DataManager::ProfileType::k3gpp, 1, setting));
+  EXPECT_EQ(3, setting.index);
+}
+
+}  // namespace kor::test

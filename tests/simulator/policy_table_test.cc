@@ -1,0 +1,155 @@
+// SPDX-License-Identifier: Apache-2.0
+// The policy table over a modem that answers when the test says so: reports that come late, requests that are refused.
+#include "router/policy_table.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace kor::test {
+
+using kor::modem::CallEvent;
+using kor::util::IPFamily;
+using kor::vendor::qcom::qcmap::PolicyTable;
+using Network = kor::wwan::NetworkManager;
+using Sms = kor::wwan::SmsManager;
+
+// Knows calls only, and of those no more than whether it takes them.
+class ScriptedPort final : public kor::modem::ModemPort {
+ public:
+  kor::Result StartCall(const kor::modem::CallRequest& request) override { return Take(request.serial); }
+  kor::Result StopCall(int32_t, IPFamily, uint64_t serial) override { return Take(serial); }
+
+  bool takes = true;
+  uint64_t asked = 0;  // The serial of the latest request.
+
+  kor::Result Admit(const std::string&) override { return kor::Result::kSuccess; }
+  void SetCallReport(CallReport) override {}
+  kor::Result GetCallConfig(int32_t, IPFamily, kor::modem::CallConfig&) override { return kNone; }
+  bool IsRoaming() override { return false; }
+  kor::Result GetProfile(kor::wwan::DataManager::ProfileType, int, kor::wwan::DataManager::ProfileSetting&) override {
+    return kNone;
+  }
+  kor::Result GetProfiles(std::list<kor::wwan::DataManager::ProfileInfo>&) override { return kNone; }
+  void SetAtReport(AtReport) override {}
+  kor::Result RegisterAtNames(const std::list<std::string>&) override { return kNone; }
+  kor::Result AnswerAtCommand(const kor::wwan::AtManager::Command&, bool, const std::string&) override { return kNone; }
+  kor::Result ShowAtText(const std::string&) override { return kNone; }
+  kor::Result SetSoftwareReady() override { return kNone; }
+  kor::Result ApplyLan(const kor::wwan::MobileapManager::LanConfig&) override { return kNone; }
+  kor::Result GetModelId(std::string&) override { return kNone; }
+  kor::Result SetPinLock(int, bool, const std::string&) override { return kNone; }
+  kor::Result ChangePin(int, const std::string&, const std::string&) override { return kNone; }
+  kor::Result GetPinStatus() override { return kNone; }
+  kor::Result SetSimPower(int, bool) override { return kNone; }
+  void SetSmsReport(EventReport) override {}
+  kor::Result GetSmsRoutes(std::list<Sms::RouteInfo>&) override { return kNone; }
+  kor::Result SetSmsRoutes(const std::list<Sms::RouteInfo>&) override { return kNone; }
+  kor::Result ModifySmsTags() override { return kNone; }
+  void SetRadioReport(EventReport) override {}
+  kor::Result StartScan(Answer<Network::ScanResult>) override { return kNone; }
+  kor::Result GetSignalInfo(Answer<Network::SignalInfo>) override { return kNone; }
+  kor::Result GetErrorRate(Answer<Network::ErrorRate>) override { return kNone; }
+  kor::Result GetCellLocation(Answer<Network::CellLocationInfo>) override { return kNone; }
+  kor::Result GetSystemInfo(Answer<Network::SystemInfo>) override { return kNone; }
+
+ private:
+  static constexpr kor::Result kNone = kor::Result::kNotSupported;
+
+  kor::Result Take(uint64_t serial) {
+    EXPECT_GT(serial, asked);
+    asked = serial;
+    return takes ? kor::Result::kSuccess : kor::Result::kFailure;
+  }
+};
+
+class PolicyTableTest : public testing::Test {
+ protected:
+  // A request that the modem takes; its serial.
+  uint64_t Connect() {
+    EXPECT_EQ(kor::Result::kSuccess, table.Connect(0, IPFamily::kIpv4));
+    return port.asked;
+  }
+  uint64_t Disconnect() {
+    EXPECT_EQ(kor::Result::kSuccess, table.Disconnect(0, IPFamily::kIpv4));
+    return port.asked;
+  }
+
+  // The state that a report leads to, with "off" when the family is switched off: "connected", "disconnecting off".
+  std::string After(CallEvent event, uint64_t serial) {
+    table.Apply(100, IPFamily::kIpv4, event, serial);
+    return State();
+  }
+
+  std::string State() {
+    constexpr const char* kNames[] = {"none", "connecting", "connected", "disconnecting", "disconnected"};
+    PolicyTable::ConnectStatus ipv4{}, ipv6{};
+    bool enabled = false;
+    EXPECT_TRUE(table.GetStatus(0, ipv4, ipv6) && table.GetEnabled(0, IPFamily::kIpv4, enabled));
+    return std::string(kNames[static_cast<size_t>(ipv4)]) + (enabled ? "" : " off");
+  }
+
+  ScriptedPort port;
+  PolicyTable table{port};
+};
+
+TEST_F(PolicyTableTest, ALateReportOfThePastDoesNotUndoANewerRequest) {
+  // The network drops a call, or a connect fails; the next one is accepted before the table knows.
+  const uint64_t first = Connect();
+  EXPECT_EQ("connected", After(CallEvent::kConnected, first));
+  const uint64_t second = Connect();
+  EXPECT_EQ("connecting", After(CallEvent::kDisconnected, first));
+  const uint64_t third = Connect();
+  EXPECT_EQ("connecting", After(CallEvent::kConnectFailed, second));
+  EXPECT_EQ("connected", After(CallEvent::kConnected, third));
+
+  // The same with a disconnect that is over, and with one that has failed.
+  const uint64_t fourth = Disconnect();
+  const uint64_t fifth = Connect();
+  EXPECT_EQ("connecting", After(CallEvent::kDisconnected, fourth));
+  EXPECT_EQ("connected", After(CallEvent::kConnected, fifth));
+  const uint64_t sixth = Disconnect();
+  const uint64_t seventh = Disconnect();
+  EXPECT_EQ("disconnecting", After(CallEvent::kDisconnectFailed, sixth));
+  EXPECT_EQ("disconnected", After(CallEvent::kDisconnected, seventh));
+}
+
+TEST_F(PolicyTableTest, AConnectMayEndWhileItIsTakenBack) {
+  // It has come up, so the call is up when the disconnect fails; it has failed, so it is down.
+  const uint64_t start = Connect();
+  const uint64_t stop = Disconnect();
+  EXPECT_EQ("disconnecting", After(CallEvent::kConnected, start));
+  EXPECT_EQ("connected", After(CallEvent::kDisconnectFailed, stop));
+  EXPECT_EQ("disconnected", After(CallEvent::kDisconnected, stop));
+  Connect();
+  const uint64_t last = Disconnect();
+  EXPECT_EQ("disconnecting", After(CallEvent::kConnectFailed, last));
+  EXPECT_EQ("disconnected", After(CallEvent::kDisconnectFailed, last));
+
+  // Neither yet: it is on its way again.
+  Connect();
+  EXPECT_EQ("connecting", After(CallEvent::kDisconnectFailed, Disconnect()));
+}
+
+TEST_F(PolicyTableTest, AFamilyIsNotOffWhileItsCallIsUp) {
+  const uint64_t start = Connect();
+  EXPECT_EQ("connected", After(CallEvent::kConnected, start));
+  port.takes = false;
+  EXPECT_FALSE(table.SetEnabled(0, IPFamily::kIpv4, false));
+  EXPECT_EQ("connected", State());
+  port.takes = true;
+  EXPECT_TRUE(table.SetEnabled(0, IPFamily::kIpv4, false));
+  EXPECT_EQ("disconnecting off", State());
+  EXPECT_EQ("connected", After(CallEvent::kDisconnectFailed, port.asked));
+
+  // Switched off while a disconnect is under way already, which then fails; and for good, though a report comes late.
+  const uint64_t stop = Disconnect();
+  EXPECT_TRUE(table.SetEnabled(0, IPFamily::kIpv4, false));
+  EXPECT_EQ(stop, port.asked);
+  EXPECT_EQ("connected", After(CallEvent::kDisconnectFailed, stop));
+  EXPECT_TRUE(table.SetEnabled(0, IPFamily::kIpv4, false));
+  EXPECT_EQ("disconnecting off", After(CallEvent::kDisconnectFailed, stop));
+  EXPECT_EQ("disconnected off", After(CallEvent::kDisconnected, port.asked));
+}
+
+}  // namespace kor::test
