@@ -13,6 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   for (const auto& message : kor::util::ParseRouteMessages({reinterpret_cast<const char*>(bytes), size})) {
     kor::fuzz::Require(message.name.size() < IFNAMSIZ, "a name that an interface can have");
     kor::fuzz::Require(message.name.find('\0') == std::string::npos, "without a NUL");
+    kor::fuzz::Require(0 <= message.ipv4.prefix && message.ipv4.prefix <= 32, "a prefix that a netmask has");
     const auto concerned = names.Learn(message);
     kor::fuzz::Require(concerned.size() <= 2, "a message concerns one link");
     for (const auto& name : concerned) kor::fuzz::Require(!name.empty(), "an event names its interface");

@@ -139,7 +139,7 @@ class KOR_EXPORT MobileapManager {
   bool GetIpPassthrough(bool& enabled, IpPassthroughConfig& config);
 
  private:
-  bool WriteDhcpPool(LanConfig& config, const std::string& start, const std::string& end);
+  KOR_HIDDEN bool WriteDhcpPool(LanConfig& config, const std::string& start, const std::string& end);
 
   kor::vendor::qcom::qcmap::QcmapWrapper* const qcmap_;  // Not owned.
 };

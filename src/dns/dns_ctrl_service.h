@@ -79,9 +79,9 @@ class KOR_EXPORT DnsCtrlService {
   kor::util::EventCbMap callbacks_{rank::kDnsTable};  // Subscribers to kEvtDnsUpdated.
 
  private:
-  std::string GatherServerLines(bool retry) KOR_REQUIRES(mutex_);
-  void RemoveWatch(std::atomic<int>& wd);
-  bool KillDnsmasq();
+  KOR_HIDDEN std::string GatherServerLines(bool retry) KOR_REQUIRES(mutex_);
+  KOR_HIDDEN void RemoveWatch(std::atomic<int>& wd);
+  KOR_HIDDEN bool KillDnsmasq();
 
   kor::util::FdMonitor* fd_monitor_ = nullptr;  // Not owned; monitors live as long as the process.
   kor::util::NetworkManager network_manager_;

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <string>
 
 #include "dns/dns_ctrl_service.h"
@@ -23,8 +25,25 @@ constexpr char kServerFile[] = "/var/run/netctld-dnsmasq/dnsmasq_resolv.conf";
 constexpr char kPidFile[] = "/var/run/netctld-dnsmasq/dnsmasq.pid";
 constexpr char kRepaired[] = "#AUTOMATICALLY EDITED BY NETCTLD\nnameserver 127.0.0.1\n";
 
+// Runs a command line of the test's own; what it mounts or makes ends with the sandbox, or before the next test.
+inline void Shell(const std::string& command) { ASSERT_EQ(0, system(command.c_str())) << command; }
+
+// The sandbox as it was, whatever an earlier test in the same process has left in it.
+class CleanTest : public testing::Test {
+ protected:
+  CleanTest() {
+    setenv("PATH", "/usr/sbin:/usr/bin:/sbin:/bin", 1);
+    (void)umount2(kRunDir, MNT_DETACH);
+    Shell(
+        "for process in /proc/[0-9]*; do [ \"$(cat $process/comm)\" != dnsmasq ] || kill -9 ${process#/proc/}; done;"
+        "for link in rmnet_data0 eth7; do [ ! -e /proc/sys/net/ipv4/conf/$link ] || ip link del $link; done;"
+        "rm -rf /data/permanent-dns.conf /tmp/dnsmasq /tmp/target /run/netctld-dnsmasq /etc/resolv.conf /etc/loop;"
+        "echo 'nameserver 192.0.2.1' > /etc/resolv.conf");
+  }
+};
+
 // A service over scripted calls, on the sandbox's real files.
-class DnsTest : public testing::Test {
+class DnsTest : public CleanTest {
  protected:
   DnsTest() {
     service_.callbacks_.Add(this, [this](kor::util::EventDic& ev) {
@@ -54,8 +73,5 @@ class DnsTest : public testing::Test {
   DnsCtrlService service_;
   std::atomic<int> updates_{0};
 };
-
-// Runs a command line of the test's own; what it mounts or makes ends with the sandbox.
-inline void Shell(const std::string& command) { ASSERT_EQ(0, system(command.c_str())) << command; }
 
 }  // namespace kor::test

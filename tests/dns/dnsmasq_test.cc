@@ -130,6 +130,7 @@ TEST_F(DnsmasqTest, APidFileOfAnyContent) {
 }
 
 TEST_F(DnsmasqTest, AKilledProcessIsWaitedForByTheClock) {
+  (void)Opens::TakeLooksAtProcesses();
   // One that has ended already, and that nobody has looked after, has no sockets: the first look says so.
   pid_t child = fork();
   if (child == 0) _exit(0);

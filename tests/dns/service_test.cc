@@ -31,7 +31,6 @@ size_t Entries(const char* folder) {
 
 class ServiceTest : public DnsTest {
  protected:
-  ServiceTest() { setenv("PATH", "/usr/sbin:/usr/bin:/sbin:/bin", 1); }
   ~ServiceTest() override { service_.Stop(); }
 
   // The settings that were changed since the last call, in order, as "13".
@@ -263,7 +262,9 @@ TEST_F(ServiceTest, AModemThatCannotBeReachedDuringARefresh) {
   EXPECT_TRUE(Eventually([] { return ReadFile(kServerFile) == "nameserver 8.8.4.4\n"; }));
 }
 
-TEST(DnsCtrlManagerTest, ManagersShareOneServiceUntilTheLastGoes) {
+class DnsCtrlManagerTest : public CleanTest {};
+
+TEST_F(DnsCtrlManagerTest, ManagersShareOneServiceUntilTheLastGoes) {
   SyslogReader log;
   auto a = std::make_unique<DnsCtrlManager>();
   auto b = std::make_unique<DnsCtrlManager>();
@@ -298,7 +299,7 @@ TEST(DnsCtrlManagerTest, ManagersShareOneServiceUntilTheLastGoes) {
   EXPECT_EQ(nullptr, DnsCtrlManager::s_dns_ctrl_service_);
 }
 
-TEST(DnsCtrlManagerTest, ManagersComeAndGoOnSeveralThreads) {
+TEST_F(DnsCtrlManagerTest, ManagersComeAndGoOnSeveralThreads) {
   std::vector<std::thread> threads;
   for (int n = 0; n < 4; ++n) {
     threads.emplace_back([] {
