@@ -70,6 +70,28 @@ TEST_F(AtClaimsTest, WhoMayOnlyChangeThingsHasNothingRunAndThereIsALimit) {
   Claim("+KW63", "answer", "another");
 }
 
+TEST_F(AtClaimsTest, AClaimIsTakenBackAndTheNameStaysWithTheModem) {
+  Claim("!KWX", "answer", "one");
+  EXPECT_EQ("one\nOK", modem.Type("AT!kwx"));
+  EXPECT_EQ(0, ErrorOf("at.release", R"({"name":"!kwx"})"));
+  EXPECT_EQ("ERROR", modem.Type("AT!KWX"));
+  EXPECT_EQ(nullptr, EntryOf("!KWX"));
+  EXPECT_EQ(kor::host::kInvalidParams, ErrorOf("at.release", R"({"name":"!KWX"})"));
+
+  // Claimed anew it is registered already: the modem is not asked again.
+  modem.TakeRecord();
+  EXPECT_EQ("registered", Call("at.claim", R"({"name":"!KWX","answer":"two"})")["state"]);
+  EXPECT_EQ("two\nOK", modem.Type("AT!KWX"));
+  EXPECT_EQ(1, EntryOf("!KWX")["served"]);
+  for (const std::string& line : modem.TakeRecord()) EXPECT_NE(0u, line.find("RegisterCommands")) << line;
+
+  // What the modem answers itself, and what is secret, is nobody's to claim.
+  for (const char* name : {"+CGMI", "+CGMM", "+CGMR", "+CGSN", "+CMEE", "+COPS", "+CREG", "+CSQ", "+GMI", "+GMM",
+                           "+GMR", "+GSN", "+CGAUTH", "+CLCK", "+CPIN", "+CPWD"}) {
+    EXPECT_EQ(kor::host::kInvalidParams, ErrorOf("at.claim", Json{{"name", name}, {"answer", "x"}}.dump())) << name;
+  }
+}
+
 TEST_F(AtClaimsTest, ACommandThatHangsIsKilledWithAllItsChildren) {
   // Its own pid, then children of its own.
   Claim("+KWHANG", "run", "echo $$ > /tmp/pid; sleep 600 | sleep 601; true");

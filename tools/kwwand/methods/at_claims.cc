@@ -47,6 +47,8 @@ std::string WithoutLineEnd(std::string text) {
   return text;
 }
 
+bool IsHeld(const AtClaims::Entry& entry) { return entry.run || entry.answer; }
+
 const char* HowText(CommandEnd::How how) {
   switch (how) {
     case CommandEnd::kExited:
@@ -97,10 +99,24 @@ AtClaims::Entry AtClaims::Claim(AtManager& at, const Entry& entry) {
   return table_->entries[entry.name];
 }
 
+bool AtClaims::Release(const std::string& name) {
+  kor::util::MutexLock lock(table_->mutex);
+  const auto found = table_->entries.find(name);
+  if (found == table_->entries.end() || !IsHeld(found->second)) return false;
+  // What the modem has made of the name is needed when it is claimed anew: it is not registered twice.
+  Entry released;
+  released.name = name;
+  released.state = found->second.state;
+  found->second = released;
+  return true;
+}
+
 std::vector<AtClaims::Entry> AtClaims::List() const {
   kor::util::MutexLock lock(table_->mutex);
   std::vector<Entry> entries;
-  for (const auto& [name, entry] : table_->entries) entries.push_back(entry);
+  for (const auto& [name, entry] : table_->entries) {
+    if (IsHeld(entry)) entries.push_back(entry);
+  }
   return entries;
 }
 
@@ -111,7 +127,10 @@ AtManager::CmdResponse AtClaims::Serve(Table& table, const AtManager::Command& c
   {
     kor::util::MutexLock lock(table.mutex);
     const auto found = table.entries.find(command.name);
-    if (found == table.entries.end()) return {};
+    if (found == table.entries.end() || !IsHeld(found->second)) {
+      syslog(LOG_WARNING, "nobody serves AT%s any more\n", command.name.c_str());
+      return {};
+    }
     ++found->second.served;
     entry = found->second;
   }

@@ -24,7 +24,7 @@ class AtClaims {
   struct Entry {
     std::string name;  // "+KWPING"
     enum State { kPending, kRegistered, kRefused } state = kPending;
-    std::optional<std::string> run;  // Exactly one of these two.
+    std::optional<std::string> run;  // One of these two; neither: the claim was released.
     std::optional<std::string> answer;
     uint64_t served = 0;
   };
@@ -37,7 +37,10 @@ class AtClaims {
   // Throws RequestError when there are kMaxClaims others.
   Entry Claim(kor::wwan::AtManager& at, const Entry& entry);
 
-  // In the order of their names.
+  // Takes a claim back: the name stays registered with the modem, and its commands fail. False when there is none.
+  bool Release(const std::string& name);
+
+  // Those that are not released, in the order of their names.
   std::vector<Entry> List() const;
 
   // Kills the command that runs, and every later one at once.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // at.*: AT commands that clients claim, unsolicited texts.
+#include <algorithm>
 #include <cctype>
+#include <iterator>
 
 #include "kwwand/methods/params.h"
 #include "kwwand/methods/registry.h"
@@ -16,9 +18,21 @@ constexpr Word<AtClaims::Entry::State> kClaimStates[] = {{AtClaims::Entry::kPend
                                                          {AtClaims::Entry::kRegistered, "registered"},
                                                          {AtClaims::Entry::kRefused, "refused"}};
 
+// What every modem answers itself (ITU-T V.250, 3GPP TS 27.007); a terminal is lost when +CMEE says something else.
+constexpr const char* kModemsOwn[] = {"+CGMI", "+CGMM", "+CGMR", "+CGSN", "+CMEE", "+COPS",
+                                      "+CREG", "+CSQ",  "+GMI",  "+GMM",  "+GMR",  "+GSN"};
+
+// Their parameters are PINs and passwords, and the library logs the parameters of every command that is forwarded.
+constexpr const char* kSecret[] = {"+CGAUTH", "+CLCK", "+CPIN", "+CPWD"};
+
+template <size_t kCount>
+bool Holds(const char* const (&names)[kCount], const std::string& name) {
+  return std::find(std::begin(names), std::end(names), name) != std::end(names);
+}
+
 // ITU-T V.250 extended syntax: a sign, a letter, then letters, digits and these.
 bool IsName(const std::string& name) {
-  constexpr std::string_view kSigns = "+*^$%#";
+  constexpr std::string_view kSigns = "+*^$%#!";
   constexpr std::string_view kMarks = "!%-./:_";
   if (name.size() < 2 || name.size() > kMaxName || kSigns.find(name[0]) == std::string_view::npos) return false;
   if (name[1] < 'A' || name[1] > 'Z') return false;
@@ -56,6 +70,9 @@ Json Claim(Core& core, const Request& request) {
   const Params params(request, {"name", "run", "answer"});
   AtClaims::Entry entry;
   entry.name = NameOf(params);
+  if (Holds(kModemsOwn, entry.name)) params.Refuse("name", "a name that no modem answers itself");
+  if (Holds(kSecret, entry.name))
+    params.Refuse("name", "a name without PINs or passwords as parameters, which the log would show");
   if (params.Has("run") && params.Has("answer")) params.Refuse("answer", "no value beside run");
   if (params.Has("run")) Require(request.access, Access::kRun, "at.claim with run");
   if (params.Has("answer")) {
@@ -64,6 +81,12 @@ Json Claim(Core& core, const Request& request) {
     entry.run = params.Text("run", kMaxText);
   }
   return EntryJson(core.at_claims.Claim(*core.at, entry));
+}
+
+Json Release(Core& core, const Request& request) {
+  const Params params(request, {"name"});
+  if (!core.at_claims.Release(NameOf(params))) params.Refuse("name", "the name of a claimed command");
+  return Json::object();
 }
 
 Json Notify(Core& core, const Request& request) {
@@ -83,6 +106,7 @@ Json Ready(Core& core, const Request& request) {
 void AddAtMethods(Registry& registry) {
   registry.Read("at.list", List);
   registry.Change("at.claim", Claim);
+  registry.Change("at.release", Release);
   registry.Change("at.notify", Notify);
   registry.Change("at.ready", Ready);
 }
