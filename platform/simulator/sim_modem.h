@@ -66,11 +66,12 @@ constexpr kor::util::EventDic::Param kParamSmsIndex{0x54};    // Its place there
 // wanted again then: SetPinLock() with the right PIN gives it.
 //
 // AT commands. A terminal behaves as ITU-T V.250 and 3GPP TS 27.007 have it: lines "AT..." end with <CR>, several
-// commands may stand in one, "A/" repeats the last. Names that were registered through the AT client are forwarded
-// first of all; the modem itself knows E I Q V Z &F S3 S4 S5 +CMEE +CGMI +CGMM +CSQ and answers ERROR to the rest.
-// String parameters are handed over without their quotes. A line holds 2048 characters; a longer one is an ERROR. Each
-// terminal has its own settings, which outlive the programs that open it. Texts shown while no program is there are
-// lost; of unsolicited ones that cannot be shown at once the latest 100 are held.
+// commands may stand in one, "A/" repeats the last. What sets a terminal comes first (E H L M Q V X Z &C &D &F S0 S3 S4
+// S5 S7 +CMEE), then names that were registered through the AT client, which are forwarded, then what the modem itself
+// knows (I +GMI +GMM +GMR +GSN +CGMI +CGMM +CGMR +CGSN +CPIN +CREG +COPS +CSQ); the rest is an ERROR. String parameters
+// are handed over without their quotes. A line holds 2048 characters; a longer one is an ERROR. Each terminal has its
+// own settings, which end with the program that made them. Texts shown while no program is there are lost; of
+// unsolicited ones that cannot be shown at once the latest 100 are held, by a half-typed line for 3 s at most.
 //
 // Time. Events come from the modem's own thread, one at a time, in the order of their time, never from inside a
 // request; with nothing to come the thread sleeps. It takes no signals.

@@ -166,6 +166,8 @@ TEST(Tour, RadioSimAndMessages) {
   EXPECT_EQ(0, Ctl("at claim +KWPING --answer '+KWPING: pong'").status);
   EXPECT_TRUE(Eventually([] { return Screen("at list").find("+KWPING  registered") != std::string::npos; }));
   EXPECT_NE(std::string::npos, Screen("modem type AT+KWPING").find("+KWPING: pong"));
+  EXPECT_EQ(0, Ctl("at release +KWPING").status);
+  EXPECT_EQ("No AT command is claimed.\n", Screen("at list"));
 }
 
 TEST(Tour, JsonIsOneLineAndNothingElse) {
