@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <atomic>
 #include <fstream>
+#include <map>
 #include <memory>
 #include <new>
 #include <optional>
@@ -22,8 +23,10 @@
 #include <vector>
 
 #include "common/condition.h"
+#include "kutil/datagrams.h"
 #include "kutil/interface_monitor.h"
 #include "kutil/probes.h"
+#include "kutil/route_request.h"
 #include "support/no_memory.h"
 
 namespace kor::util {
@@ -148,6 +151,30 @@ TEST_F(NetworkManagerTest, ChangesThatCameTooFastAreMadeGood) {
   EXPECT_TRUE(reports.Bring({"rmnet_data5"}));
   monitor.reset();
   EXPECT_TRUE(before.Returns());
+}
+
+TEST_F(NetworkManagerTest, AMessageThatWasCutShortAndAnAnswerThatLinksChangedUnder) {
+  // More than fits: as if it had been dropped.
+  NetworkManager manager;
+  manager.SetEventCb(Recorder());
+  test::OnNextDatagram([](msghdr& message) { message.msg_flags |= MSG_TRUNC; });
+  Flip("carrier0");
+  EXPECT_TRUE(reports.Bring({"lo", "carrier0", "rmnet_data0"}));
+  manager.UnsetEventCb();
+
+  // While the kernel tells all links, one goes and one comes: it says so, and is asked once more.
+  Ip("link add gone0 type bridge");
+  test::OnNextDatagram([](msghdr& message) {
+    reinterpret_cast<nlmsghdr*>(message.msg_iov->iov_base)->nlmsg_flags |= NLM_F_DUMP_INTR;
+    Ip("link del gone0");
+    Ip("link add late0 type bridge");
+  });
+  std::map<int, std::string> links;
+  EXPECT_TRUE(ReadLinks(links));
+  std::set<std::string> names;
+  for (const auto& [index, name] : links) names.insert(name);
+  EXPECT_EQ((std::set<std::string>{"lo", "carrier0", "rmnet_data0", "late0"}), names);
+  Ip("link del late0");
 }
 
 TEST_F(NetworkManagerTest, NothingComesAfterUnsetOrTheObjectsEnd) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -36,7 +37,9 @@ class Happening {
 // What the process holds of threads and descriptors, to be compared with what it held before.
 struct ProcessState {
   static ProcessState Now() {
-    std::thread([] {}).join();  // With the first thread, a sanitizer starts one of its own.
+    pid_t first = 0;  // With the first thread, a sanitizer starts one of its own.
+    std::thread([&first] { first = gettid(); }).join();
+    (void)Eventually([&] { return access(("/proc/self/task/" + std::to_string(first)).c_str(), F_OK) != 0; });
     return {Count("/proc/self/task"), Count("/proc/self/fd")};
   }
 
