@@ -66,6 +66,12 @@ inline CmdResponse Failed(int code) {
   return response;
 }
 
+inline std::string Numbered(int i) {
+  char name[16];
+  snprintf(name, sizeof(name), "+N%03d", i);
+  return name;
+}
+
 class AtTest : public testing::Test {
  protected:
   AtTest() {

@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // The retry timer under a timer manager of the test's, linked in the utility library's place: it fires when it is told
 // to, also inside AddTask(), and, unlike the library's own, after its manager's end.
+#include <algorithm>
+#include <regex>
+
 #include "at/at_fixture.h"
 #include "common/util/timer_manager.h"
 #include "support/no_memory.h"
+#include "support/wait.h"
 
 namespace kor::test {
 namespace {
@@ -52,6 +56,19 @@ int TimerManager::AddTask(long long delay_us, std::function<bool(int, void*)> ta
 namespace kor::test {
 namespace {
 
+// The lines of the passes without their signatures, times as "T".
+Lines PassLines(SyslogReader& log) {
+  static const std::regex time("(diff_us \\[|time_us )\\d+");
+  Lines lines;
+  for (const auto& line : log.Take()) {
+    const bool of_pass = line.find("AtService::RegisterPending()") != std::string::npos ||
+                         line.find("AtService::ScheduleNextPass()") != std::string::npos;
+    if (of_pass)
+      lines.push_back(line.substr(0, 2) + std::regex_replace(line.substr(line.find("#: ") + 3), time, "$1T"));
+  }
+  return lines;
+}
+
 class LateTimerTest : public AtTest {
  protected:
   LateTimerTest() {
@@ -60,15 +77,47 @@ class LateTimerTest : public AtTest {
     (void)TakeTimers();
     (void)g_added.Take(0);
     AtClient::on_request = [this](const std::list<std::string>&) { return answer_.load(); };
-    Claim("+R");
   }
 
   std::atomic<int> answer_{1};
 };
 
+TEST_F(LateTimerTest, NamesClaimedBeforeTheStartGoInBatches) {
+  Lines expected(3);
+  for (int i = 44; i >= 0; --i) Claim(Numbered(i));
+  for (int i = 0; i < 45; ++i) expected[static_cast<size_t>(i / 20)] += (i % 20 == 0 ? "" : " ") + Numbered(i);
+  EXPECT_EQ(std::vector<int32_t>(45, kor::wwan::kMsgRegister), AtServicePeer::QueuedTypes());
+  answer_ = 0;
+  AtServicePeer::SetInterval(20s);
+  at_->StartService();
+  EXPECT_EQ(expected, AtClient::requests.Take(3));
+  Lines results = results_.Take(45);
+  ASSERT_EQ(45u, results.size());
+  EXPECT_TRUE(std::is_sorted(results.begin(), results.end()));
+  EXPECT_EQ("+N000 1", results.front());
+
+  // 45 claims, one more pass queued by the first and one by the timer that the second set.
+  EXPECT_EQ(1u, g_added.Take(1).size());
+  for (const auto& timer : TakeTimers()) EXPECT_FALSE(timer.task(0, nullptr));
+  Lines lines;
+  const auto idle_passes = [&] {
+    for (const auto& line : PassLines(log_)) lines.push_back(line);
+    return std::count(lines.begin(), lines.end(), "7 No more lists to register");
+  };
+  ASSERT_TRUE(Eventually([&] { return idle_passes() == 44; }));
+  EXPECT_EQ(-1, AtServicePeer::TimerId());
+  EXPECT_EQ(
+      (Lines{"7 reg_candidate_l size [20]\n", "7 try_more: [1]\n", "7 diff_us [T]\n", "7 reg_candidate_l size [20]\n",
+             "7 try_more: [1]\n", "7 diff_us [T]\n", "7 Start Timer time_us T\n", "7 reg_candidate_l size [5]\n",
+             "7 try_more: [0]\n", "7 reg_candidate_l size [0]\n", "7 No more lists to register"}),
+      Lines(lines.begin(), lines.begin() + 11));
+  EXPECT_EQ(9u + 2 * 44, lines.size());
+}
+
 TEST_F(LateTimerTest, OneTimerAtATimeSpacesThePasses) {
   // A pass that leaves nothing does not count.
   answer_ = 0;
+  Claim("+R");
   at_->StartService();
   EXPECT_EQ(Lines{"+R"}, AtClient::requests.Take(1));
   EXPECT_EQ(Lines{"+R 1"}, results_.Take(1));
@@ -106,6 +155,7 @@ TEST_F(LateTimerTest, OneTimerAtATimeSpacesThePasses) {
 }
 
 TEST_F(LateTimerTest, ATimerThatFiresAfterTheEndReachesNobody) {
+  Claim("+R");
   at_->StartService();
   EXPECT_EQ(1u, g_added.Take(1).size());
   at_.reset();
@@ -117,6 +167,7 @@ TEST_F(LateTimerTest, ATimerThatFiresAfterTheEndReachesNobody) {
 // Regression: a timer that had fired before its number was stored used to count as pending for ever, and the name was
 // never tried again.
 TEST_F(LateTimerTest, ATimerThatFiresAtOnceIsNotTakenForAPendingOne) {
+  Claim("+R");
   g_fires_at_once = true;
   at_->StartService();
   EXPECT_EQ(Lines{"+R 0"}, results_.Take(1));
