@@ -191,7 +191,6 @@ void ExitWhileBusy() {
 }
 
 TEST(ExitTest, WhileEveryThreadIsBusyDoesNotCrash) {
-  testing::FLAGS_gtest_death_test_style = "threadsafe";
   EXPECT_EXIT(ExitWhileBusy(), testing::ExitedWithCode(0), "");
 }
 

@@ -25,8 +25,6 @@ using kor::util::IPFamily;
 using kor::wwan::AtManager;
 
 struct FacadeMisuseDeathTest : testing::Test {
-  FacadeMisuseDeathTest() { testing::FLAGS_gtest_death_test_style = "threadsafe"; }
-
   void InDataCallback(const std::function<void()>& what) {
     data->SetEventCb([what](EventDic&) { what(); });
     EventDic ev;

@@ -175,7 +175,6 @@ TEST(RacesTest, AStopEndsTheRefreshThatRuns) {
 
 // A process may leave at any moment, however busy it is.
 TEST(RacesTest, ExitWithEveryThreadBusy) {
-  testing::FLAGS_gtest_death_test_style = "threadsafe";
   for (unsigned seed = 1; seed <= Setting("KWWAN_CYCLES", 3); ++seed) {
     const auto leave = [seed] {
       alarm(static_cast<unsigned>(kLongEnough.count()));  // Ends a process that does not.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The modem in its host: subscribers that throw, signals, many threads, and the end of the process.
 #include <signal.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -59,6 +60,8 @@ TEST_F(HostsTest, TheModemsThreadTakesNoSignalAndAHostMayIgnoreItsChildren) {
   sigpending(&waiting);
   EXPECT_EQ(1, sigismember(&waiting, SIGUSR1));
   EXPECT_EQ(0, taken);
+  pthread_sigmask(SIG_UNBLOCK, &all, nullptr);
+  signal(SIGCHLD, SIG_DFL);
 }
 
 TEST_F(HostsTest, AnEventMayAskTheModem) {
@@ -121,6 +124,7 @@ TEST(ExitTest, TheProcessMayEndWhileTheModemIsBusy) {
   for (int round = 0; round < 5; ++round) {
     EXPECT_EXIT(
         {
+          alarm(static_cast<unsigned>(kLongEnough.count()));  // Ends a process that does not.
           SimModem::Get().SetConnectDelay(Milliseconds(0));
           QcmapWrapper* const qcmap = QcmapWrapper::GetInstance();
           qcmap->event_cbs.Add(qcmap, [qcmap](kor::util::EventDic&) {
