@@ -190,9 +190,7 @@ void ExitWhileBusy() {
   exit(0);
 }
 
-TEST(ExitTest, WhileEveryThreadIsBusyDoesNotCrash) {
-  EXPECT_EXIT(ExitWhileBusy(), testing::ExitedWithCode(0), "");
-}
+TEST(ExitTest, WhileEveryThreadIsBusyDoesNotCrash) { EXPECT_EXIT(ExitWhileBusy(), testing::ExitedWithCode(0), ""); }
 
 }  // namespace
 }  // namespace kor::test

@@ -14,7 +14,7 @@ int main(int argc, char** argv) {
             argv[0]);
     return 1;
   }
-  kor::test::SecretWatch watch;  // First: the process has one thread yet.
+  kor::test::SecretWatch watch;                          // First: the process has one thread yet.
   testing::FLAGS_gtest_death_test_style = "threadsafe";  // A fork alone would take no other thread along.
   testing::InitGoogleTest(&argc, argv);
   const int status = RUN_ALL_TESTS();
