@@ -8,6 +8,6 @@
 extern "C" {
 
 // The process's modem of this kind. `argument`: what stands behind "NAME:" in KWWAN_MODEM, empty without one. Called
-// once. Throws std::exception with a sentence when there can be none.
-KOR_EXPORT kor::modem::ModemPort& kwwan_modem_open(const char* argument);
+// once. Never null: throws std::exception with a sentence when there can be none.
+KOR_EXPORT kor::modem::ModemPort* kwwan_modem_open(const char* argument);
 }

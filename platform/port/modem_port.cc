@@ -51,7 +51,7 @@ ModemPort& Open() {
   if (library == nullptr) throw std::runtime_error("no backend for the modem \"" + name + "\": " + dlerror());
   const auto open = reinterpret_cast<decltype(&kwwan_modem_open)>(dlsym(library, kEntry));
   if (open == nullptr) throw std::runtime_error("no backend for the modem \"" + name + "\": " + dlerror());
-  return open(argument.c_str());
+  return *open(argument.c_str());
 }
 
 }  // namespace

@@ -108,7 +108,7 @@ bool SimModem::WaitIdle(Milliseconds limit) { return Simulation::Get().events.Wa
 
 }  // namespace kor::modem
 
-kor::modem::ModemPort& kwwan_modem_open(const char* argument) {
+kor::modem::ModemPort* kwwan_modem_open(const char* argument) {
   if (*argument != '\0') throw std::runtime_error(std::string("the simulated modem takes no argument: ") + argument);
-  return kor::modem::Simulation::Get();
+  return &kor::modem::Simulation::Get();
 }
