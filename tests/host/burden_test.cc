@@ -5,10 +5,13 @@
 #include <algorithm>
 #include <list>
 #include <set>
+#include <sstream>
 #include <thread>
 
 #include "host/client.h"
 #include "host/host_process.h"
+#include "support/files.h"
+#include "support/sanitizers.h"
 #include "support/wait.h"
 
 namespace kor::test {
@@ -73,23 +76,51 @@ TEST_F(BurdenTest, ASlowReaderOfEventsIsCutOffAndCostsTheOthersNothing) {
     while (event.contains("params") && event["params"]["name"] != "network event") event = quick.Read();
     return event.contains("params");
   };
-  const size_t before = host.CountDescriptors();
+  const size_t before = host.CountSockets();
   int events = 0;
-  while (host.CountDescriptors() == before && events < 20'000) {
+  while (host.CountSockets() == before && events < 20'000) {
     ASSERT_TRUE(modem.Modem(events % 2 == 0 ? "signal 40 0" : "signal 90 0"));
     ASSERT_TRUE(heard());
     ++events;
   }
-  EXPECT_EQ(before - 1, host.CountDescriptors());
+  EXPECT_EQ(before - 1, host.CountSockets());
   EXPECT_TRUE(slow.ReadToEnd());
   EXPECT_GT(events, 1000);  // It was given a chance.
+}
+
+size_t MemoryOf(pid_t pid) {
+  std::istringstream words(ReadFile("/proc/" + std::to_string(pid) + "/statm"));
+  size_t all = 0;
+  size_t resident = 0;
+  words >> all >> resident;
+  return resident * static_cast<size_t>(getpagesize());
+}
+
+TEST_F(BurdenTest, WhatManyClientsDoNotReadIsBoundedInSumAndCostsTheOthersNothing) {
+  Client honest;
+  const std::string text(2048, 'x');
+  for (int i = 0; i < 32; ++i) {
+    ASSERT_EQ(0, honest.CodeOf("at.claim", {{"name", "+KW" + std::to_string(i)}, {"answer", text}}));
+  }
+  const size_t before = MemoryOf(host.pid());
+  const size_t sockets = host.CountSockets();
+  std::list<Client> greedy(20);
+  ASSERT_TRUE(Eventually([&] { return host.CountSockets() == sockets + greedy.size(); }));
+  for (Client& one : greedy) {
+    for (int id = 0; id < 30; ++id) ASSERT_TRUE(one.SendRequest(id, "at.list"));
+  }
+  EXPECT_TRUE(Eventually([&] { return host.CountSockets() < sockets + 10; }));
+#ifndef KWWAN_UNDER_SANITIZER
+  EXPECT_LT(MemoryOf(host.pid()), before + 24 * 1024 * 1024);
+#endif
+  EXPECT_EQ(32u, honest.Ask("at.list")["commands"].size());
 }
 
 TEST_F(BurdenTest, TooManyWaitingRequestsAreToldSoAndClientsThatDieInThemLeaveNothing) {
   Client client;
   ASSERT_TRUE(client.Modem("connect-delay 3600000"));
   ASSERT_EQ(0, client.CodeOf("call.up", {{"index", 0}, {"family", "ipv4"}, {"wait", false}}));
-  const size_t before = host.CountDescriptors();
+  const size_t before = host.CountSockets();
   std::list<Client> waiting(kMaxWaiting);
   for (Client& one : waiting) {
     ASSERT_TRUE(one.SendRequest("wait", "modem.run", {{"line", "wait-idle 3600000"}}));
@@ -98,7 +129,7 @@ TEST_F(BurdenTest, TooManyWaitingRequestsAreToldSoAndClientsThatDieInThemLeaveNo
   EXPECT_EQ(-32001, client.CodeOf("modem.run", {{"line", "help"}}));
 
   waiting.clear();
-  EXPECT_TRUE(Eventually([&] { return host.CountDescriptors() == before; }));
+  EXPECT_TRUE(Eventually([&] { return host.CountSockets() == before; }));
   // What they asked for goes on, until it is done.
   EXPECT_EQ(-32001, client.CodeOf("modem.run", {{"line", "help"}}));
   // Until then they count, so that nobody piles up requests by coming and going.

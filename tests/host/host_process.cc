@@ -103,9 +103,13 @@ std::string HostProcess::TakeNotice() {
   return n > 0 ? std::string(bytes, static_cast<size_t>(n)) : "";
 }
 
-size_t HostProcess::CountDescriptors() const {
-  const std::filesystem::directory_iterator open("/proc/" + std::to_string(pid_) + "/fd");
-  return static_cast<size_t>(std::distance(begin(open), end(open)));
+size_t HostProcess::CountSockets() const {
+  size_t count = 0;
+  std::error_code gone;  // One that has been closed meanwhile.
+  for (const auto& fd : std::filesystem::directory_iterator("/proc/" + std::to_string(pid_) + "/fd")) {
+    count += std::filesystem::read_symlink(fd, gone).string().rfind("socket:", 0) == 0 ? 1 : 0;
+  }
+  return count;
 }
 
 }  // namespace kor::test

@@ -40,8 +40,8 @@ class HostProcess {
   Ending AwaitEnd();
   // What it told the service manager since the last time.
   std::string TakeNotice();
-  // How many descriptors it has open.
-  size_t CountDescriptors() const;
+  // How many sockets it has open: its clients', and the same few others all the time.
+  size_t CountSockets() const;
 
  private:
   kor::host::Fd manager_;

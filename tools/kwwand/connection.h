@@ -16,7 +16,8 @@ namespace kor::host {
 // One client: its socket, the lines on their way in and out, and its requests that are not answered yet.
 //
 // Bounded in every direction. A client that asks faster than it reads or than answers come is not read from until it
-// has caught up; nothing is lost, and what it can pile up is kMaxPending requests and their answers. One that lets
+// has caught up; nothing is lost, and what it can pile up is kMaxPending requests and their answers (see
+// Server::kMaxUnread for what all of them can). One that lets
 // events pile up is cut off. One that has gone is not over before its requests are: else whoever comes and goes could
 // pile up any number of them.
 //
@@ -50,6 +51,8 @@ class Connection {
   bool SendOrRefuse(const std::string& line);
   // Hands output over to the kernel, as much as it takes.
   void Flush();
+
+  size_t unread() const { return output_.size(); }
 
   // poll()'s events, 0 when only the end is waited for.
   short WantedEvents() const;

@@ -59,7 +59,7 @@ void Dispatcher::Start(const Caller& caller, uint64_t request, RpcRequest rpc) {
       mailbox_.Post({Mail::Kind::kProgress, FormatNotification("progress", told), client, request});
     };
     std::string answer = Answer(method, id, Request{std::move(params), client, progress, access});
-    mailbox_.Post({Mail::Kind::kAnswer, std::move(answer), client, request, method.name == kMonitorStart});
+    mailbox_.PostAnswer({Mail::Kind::kAnswer, std::move(answer), client, request, method.name == kMonitorStart});
   };
   Workers& lane = method.lane == Lane::kWaiting ? waiting_ : short_;
   if (lane.Submit(std::move(job))) return;
@@ -67,6 +67,7 @@ void Dispatcher::Start(const Caller& caller, uint64_t request, RpcRequest rpc) {
 }
 
 bool Dispatcher::Stop() {
+  mailbox_.Close();  // Nobody fetches answers any more.
   const bool none_waits = waiting_.Stop(std::chrono::microseconds(0));
   return short_.Stop(kShortPatience) && none_waits;
 }

@@ -11,6 +11,24 @@ Mailbox::Mailbox() : event_fd_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
 
 void Mailbox::Post(Mail mail) {
   kor::util::MutexLock lock(mutex_);
+  Add(std::move(mail));
+}
+
+void Mailbox::PostAnswer(Mail mail) {
+  kor::util::MutexLock lock(mutex_);
+  while (bytes_ > kMuchWaiting && !closed_) room_cond_.Wait(mutex_);
+  Add(std::move(mail));
+  room_cond_.Signal();
+}
+
+void Mailbox::Close() {
+  kor::util::MutexLock lock(mutex_);
+  closed_ = true;
+  room_cond_.Signal();
+}
+
+void Mailbox::Add(Mail mail) {
+  bytes_ += mail.line.size();
   mails_.push_back(std::move(mail));
   if (mails_.size() == 1) eventfd_write(event_fd_.get(), 1);
 }
@@ -21,6 +39,8 @@ std::vector<Mail> Mailbox::Take() {
   eventfd_t count = 0;
   eventfd_read(event_fd_.get(), &count);
   mails.swap(mails_);
+  bytes_ = 0;
+  room_cond_.Signal();
   return mails;
 }
 

@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <syslog.h>
 
+#include <algorithm>
 #include <cinttypes>
 #include <utility>
 #include <vector>
@@ -39,6 +40,7 @@ bool Server::Round(int stop_fd) {
   for (auto& [name, client] : clients_) Serve(client, fds[i++].revents);
   if (fds[1].revents != 0) Deliver();
   for (auto& [name, client] : clients_) Advance(client);
+  LimitUnread();
   SweepUp();
   if (fds[2].revents != 0) Accept();
   return true;
@@ -138,6 +140,18 @@ void Server::CutOff(Connection& client) {
   syslog(LOG_WARNING, "client %" PRIu64 " (user %u, process %d) does not read what it asked for: it is cut off",
          client.caller().client, client.caller().peer.uid, client.caller().peer.pid);
   client.HangUp();
+}
+
+void Server::LimitUnread() {
+  size_t all = 0;
+  for (const auto& [name, client] : clients_) all += client.unread();
+  while (all > kMaxUnread) {
+    const auto most = std::max_element(clients_.begin(), clients_.end(), [](const auto& a, const auto& b) {
+      return a.second.unread() < b.second.unread();
+    });
+    all -= most->second.unread();
+    CutOff(most->second);
+  }
 }
 
 void Server::SweepUp() {

@@ -23,6 +23,9 @@ namespace kor::host {
 class Server {
  public:
   static constexpr size_t kMaxClients = 128;
+  // Bytes that all clients together have not read; with more, the one with the most of them is cut off. A client alone
+  // may have more unread than an event's measure: the answers to what it asked before it stopped reading.
+  static constexpr size_t kMaxUnread = 8 * 1024 * 1024;
 
   // Requires: the others outlive this.
   Server(ListenSocket& listener, Mailbox& mailbox, Dispatcher& dispatcher, const Groups& groups)
@@ -43,6 +46,7 @@ class Server {
   void Advance(Connection& client);
   void Handle(Connection& client, const LineBuffer::Line& line);
   void CutOff(Connection& client);
+  void LimitUnread();
   void SweepUp();
   void Dismiss();
 
