@@ -2,6 +2,7 @@
 // From the command line to the end: readiness, one host at a path, signals, what is left behind.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/mount.h>
 #include <sys/socket.h>
@@ -51,6 +52,35 @@ class FullDisk {
   const std::string filler_;
 };
 
+// Somebody else's socket, which takes nobody any more.
+class FullListener {
+ public:
+  explicit FullListener(const std::string& path) {
+    sockaddr_un address{AF_UNIX, {}};
+    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+    const auto* where = reinterpret_cast<const sockaddr*>(&address);
+    sockets_.push_back(Socket());
+    EXPECT_EQ(0, bind(sockets_[0].get(), where, sizeof(address)));
+    EXPECT_EQ(0, listen(sockets_[0].get(), 0));
+    do {
+      sockets_.push_back(Socket());
+    } while (connect(sockets_.back().get(), where, sizeof(address)) == 0);
+    EXPECT_EQ(EAGAIN, errno);
+  }
+
+ private:
+  static kor::host::Fd Socket() {
+    return kor::host::Fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  }
+
+  std::vector<kor::host::Fd> sockets_;
+};
+
+mode_t ModeOf(const std::string& path) {
+  struct stat file {};
+  return stat(path.c_str(), &file) == 0 ? file.st_mode & 07777 : 0;
+}
+
 TEST(LifeTest, AWrongCommandLineIsToldByOptionAndWhatItTakes) {
   const struct {
     Words words;
@@ -77,12 +107,23 @@ TEST(LifeTest, AWrongCommandLineIsToldByOptionAndWhatItTakes) {
 TEST(LifeTest, AHostThatCannotStartSaysWhyAndLeavesNothing) {
   WriteFile("/tmp/wrong", "connect-delay 5\nexplode\n");
   WriteFile("/tmp/file", "mine");
+  std::filesystem::create_symlink("/tmp/file", "/tmp/link");
+  std::filesystem::create_hard_link("/tmp/file", "/tmp/twice");
+  ASSERT_EQ(0, mkfifo("/tmp/pipe", 0600));
+  std::filesystem::create_directory("/tmp/open");
+  ASSERT_EQ(0, chmod("/tmp/open", 0777));
+  const FullListener busy("/tmp/busy");
   const struct {
     Words words;
     std::string told;
   } cases[] = {
       {{"--scenario", "/tmp/wrong"}, "/tmp/wrong:2: "},
-      {{"--pid-file", "/none/pid"}, "--pid-file: /none/pid: No such file"},
+      {{"--pid-file", "/none/pid"}, "/none/pid: No such file"},
+      {{"--pid-file", "/tmp/link"}, "/tmp/link is a link; it is not followed"},
+      {{"--pid-file", "/tmp/twice"}, "/tmp/twice is there and is not this user's alone"},
+      {{"--pid-file", "/tmp/pipe"}, "/tmp/pipe is there and is no regular file"},
+      {{"--socket", "/tmp/open/sock"}, "/tmp/open can be written by others"},
+      {{"--socket", "/tmp/busy"}, "another program serves /tmp/busy"},
       {{"--socket", "/tmp/file"}, "/tmp/file is there and is no socket"},
       {{"--socket", "/tmp/" + std::string(120, 'x')}, "at most 107 bytes"},
       {{"--socket", "/proc/none/sock"}, "/proc/none"},
@@ -102,6 +143,9 @@ TEST(LifeTest, AHostThatCannotStartSaysWhyAndLeavesNothing) {
 }
 
 TEST(LifeTest, ADaemonCanBeReachedWhenItsStarterReturns) {
+  int inherited[2];
+  ASSERT_EQ(0, pipe(inherited));
+  umask(0);
   ASSERT_EQ(0, RunKwwand({"--daemon", "--pid-file", kPidFile, "--mode", "0600", "--group", "root"}).status);
   const std::string process = ProcessOf(kPidFile);
   Client client;
@@ -112,6 +156,13 @@ TEST(LifeTest, ADaemonCanBeReachedWhenItsStarterReturns) {
   // No terminal, and nobody's folder.
   EXPECT_EQ("/dev/null", std::filesystem::read_symlink(process + "/fd/2"));
   EXPECT_EQ("/", std::filesystem::read_symlink(process + "/cwd"));
+  // Nothing else of the starter's: nobody waits for the end of his pipe, and nobody may write what the host makes.
+  close(inherited[1]);
+  pollfd ended{inherited[0], POLLIN, 0};
+  EXPECT_EQ(1, poll(&ended, 1, std::chrono::milliseconds(kLongEnough).count()));
+  EXPECT_EQ(0755u, ModeOf("/run/netctld-dnsmasq"));
+  EXPECT_EQ(0755u, ModeOf("/run/netctld-dnsmasq/dnsmasq_resolv.conf"));
+  EXPECT_EQ(0644u, ModeOf(kPidFile));
 
   kill(std::stoi(process.substr(6)), SIGTERM);
   EXPECT_TRUE(Eventually([&] { return !IsThere(process); }));
@@ -127,7 +178,14 @@ TEST(LifeTest, OneHostAtAPathAndADeadOnesPlaceIsTakenOver) {
     EXPECT_TRUE(Holds(second.said, "another kwwand (process " + std::to_string(first.pid()) + ") serves " + kSocket))
         << second.said;
   }
+  // With a socket of its own it would still be the same dnsmasq.
+  const Ending other = RunKwwand({"--socket", "/run/other.sock"});
+  EXPECT_EQ(1, other.status);
+  EXPECT_TRUE(Holds(other.said, "another kwwand (process " + std::to_string(first.pid()) + ") runs this machine's DNS"))
+      << other.said;
   EXPECT_EQ(first.pid(), Client().Ask("host.version")["pid"]);
+  EXPECT_NE(nullptr, Client().Ask("dns.show")["forwarder_pid"]);
+  EXPECT_EQ(0600u, ModeOf(std::string(kSocket) + ".lock"));
 
   // Killed hard it leaves socket and lock; nobody answers there.
   first.Signal(SIGKILL);
@@ -176,12 +234,11 @@ TEST(LifeTest, ALanChangeThatAKilledHostLeftUnconfirmedIsTakenBackByTheNext) {
 
 TEST(LifeTest, OnAFullDiskWhatCannotBeKeptIsNotDoneAndTheRestIs) {
   const FullDisk own("/run/kwwand", 1);
-  const Ending ending = RunKwwand({});
+  const Ending ending = RunKwwand({"--pid-file", "/run/kwwand/pid"});
   EXPECT_EQ(1, ending.status);
-  EXPECT_TRUE(Holds(ending.said, ".lock: No space left on device")) << ending.said;
-  EXPECT_FALSE(IsThere(std::string(kSocket) + ".lock"));
+  EXPECT_TRUE(Holds(ending.said, "/run/kwwand/pid: No space left on device")) << ending.said;
+  EXPECT_FALSE(IsThere("/run/kwwand/pid") || IsThere(std::string(kSocket) + ".lock"));
 
-  own.Free();  // The lock takes the only page.
   const FullDisk forwarders("/run/netctld-dnsmasq", 2);
   HostProcess host;
   ASSERT_TRUE(host.ready());
@@ -197,6 +254,39 @@ TEST(LifeTest, OnAFullDiskWhatCannotBeKeptIsNotDoneAndTheRestIs) {
   forwarders.Free();
   client.Ask("dns.stop");
   EXPECT_EQ(Json::array({"10.255.0.53"}), client.Ask("dns.start")["servers"]);
+}
+
+TEST(LifeTest, ADnsmasqThatIsMissingOrHangsIsToldInBoundedTime) {
+  ASSERT_EQ(0, umount2("/data", MNT_DETACH));
+  ASSERT_EQ(0, rmdir("/data"));
+  std::filesystem::create_directory("/tmp/bin");
+  setenv("PATH", "/tmp/bin", 1);
+  const struct {
+    std::string dnsmasq;
+    std::string told;
+  } cases[] = {{"", "exit status 127"}, {"#!/bin/sh\n/bin/sleep 600\n", "killed: it took too long"}};
+  for (const auto& c : cases) {
+    if (!c.dnsmasq.empty()) WriteFile("/tmp/bin/dnsmasq", c.dnsmasq);
+    chmod("/tmp/bin/dnsmasq", 0755);
+    HostProcess host({"--stderr"});
+    ASSERT_TRUE(host.ready());
+    EXPECT_EQ(Json(true), Client().Ask("dns.show")["running"]);
+    host.Signal(SIGTERM);
+    const Ending ending = host.AwaitEnd();
+    EXPECT_EQ(0, ending.status);
+    EXPECT_TRUE(Holds(ending.said, c.told) && Holds(ending.said, "dnsmasq did not start")) << ending.said;
+  }
+  EXPECT_EQ(0755u, ModeOf("/data"));
+}
+
+TEST(LifeTest, WhatAFileHoldsCannotForgeALineOnTheTerminal) {
+  HostProcess host({"--stderr"});
+  ASSERT_TRUE(host.ready());
+  kill(std::stoi(ProcessOf(kDnsmasqPidFile).substr(6)), SIGKILL);
+  WriteFile(kDnsmasqPidFile, "x\r\x1b[2Kkwwand[1]: all is well\x9b");
+  host.Signal(SIGTERM);
+  const std::string said = host.AwaitEnd().said;
+  EXPECT_TRUE(Holds(said, "wrong value x\\r\\x1b[2Kkwwand[1]: all is well\\x9b\n")) << said;
 }
 
 TEST(LifeTest, ASignalInTheMiddleOfACallEndsTheHostInOrder) {

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "kwwand/fd.h"
+#include "kwwand/own_files.h"
 
 namespace kor::host {
 
@@ -18,8 +19,9 @@ namespace kor::host {
 // Thread safety: one thread.
 class ListenSocket {
  public:
-  // Makes the folder when it is missing; the socket never has more permissions, or another group, than wanted. Throws
-  // std::runtime_error whose text says why there can be none: another host is there, something else is in the way, ...
+  // Makes the folder when it is missing; one where others could put a socket of theirs is refused. The socket never has
+  // more permissions, or another group, than wanted. Throws std::runtime_error whose text says why there can be none:
+  // another host is there, something else is in the way, ...
   ListenSocket(const std::string& path, mode_t mode, std::optional<gid_t> group);
   ~ListenSocket() { Release(); }
   ListenSocket(const ListenSocket&) = delete;
@@ -35,8 +37,7 @@ class ListenSocket {
 
  private:
   const std::string path_;
-  const std::string lock_path_;
-  Fd lock_;
+  LockFile lock_;
   Fd socket_;  // Open iff the path is ours.
 };
 

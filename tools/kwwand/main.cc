@@ -1,18 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <sys/stat.h>
 #include <syslog.h>
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <stdexcept>
 
+#include "common/dns_files.h"
 #include "common/standard_streams.h"
 #include "kwwand/dispatcher.h"
 #include "kwwand/host.h"
 #include "kwwand/listen_socket.h"
+#include "kwwand/log.h"
 #include "kwwand/mailbox.h"
 #include "kwwand/methods/simulated_modem.h"
 #include "kwwand/options.h"
-#include "kwwand/pid_file.h"
+#include "kwwand/own_files.h"
 #include "kwwand/readiness.h"
 #include "kwwand/server.h"
 #include "kwwand/stop_signals.h"
@@ -21,9 +25,15 @@ namespace kor::host {
 
 namespace {
 
-void OpenLog(const Options& options) {
-  openlog("kwwand", LOG_PID | (options.log_to_stderr ? LOG_PERROR : 0), LOG_DAEMON);
-  setlogmask(LOG_UPTO(options.log_level));
+// What the library makes for dnsmasq, which is another user, it makes for all to read and write, less the umask: so
+// this must be neither tighter nor, above all, wider, whatever the one who started the host has.
+constexpr mode_t kUmask = 022;
+
+// Beside what it guards, in the folder that the library makes for it.
+std::string ForwarderLockPath() {
+  const std::filesystem::path folder = std::filesystem::path(kor::tools::kPidFile).parent_path();
+  std::filesystem::create_directories(folder);
+  return folder / "kwwand.lock";
 }
 
 void StartHost(Host& host) {
@@ -36,6 +46,8 @@ void StartHost(Host& host) {
 void Live(const Options& options, Readiness& readiness) {
   const StopSignals signals;
   ListenSocket listener(options.socket, options.mode, options.groups.change);
+  // There is one resolv.conf and one dnsmasq: two hosts would end each other's.
+  LockFile forwarder(ForwarderLockPath(), "runs this machine's DNS forwarder; stop it first");
   PidFile pid_file(options.pid_file);
   if (!options.scenario.empty()) RunModemScenario(options.scenario);
   Mailbox mailbox;
@@ -57,6 +69,7 @@ void Live(const Options& options, Readiness& readiness) {
   if (all_returned) return;
   // A method waits in the library, for up to its ten seconds. It holds nothing that outlives the process.
   pid_file.Remove();
+  forwarder.Release();
   listener.Release();
   _exit(EXIT_SUCCESS);
 }
@@ -65,7 +78,7 @@ int Main(int argc, char** argv) {
   int status = EXIT_SUCCESS;
   const std::optional<Options> options = ParseOptions(argc, argv, status);
   if (!options) return status;
-  OpenLog(*options);
+  OpenLog(options->log_level, options->log_to_stderr);
   // Before there is a thread or a client that reads it.
   if (!options->modem.empty()) setenv("KWWAN_MODEM", options->modem.c_str(), 1);
   Readiness readiness;
@@ -86,6 +99,7 @@ int Main(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   kor::tools::OpenStandardStreams();
+  umask(kor::host::kUmask);
   try {
     return kor::host::Main(argc, argv);
   } catch (...) {  // Of the command line's reading: no memory, no current folder.

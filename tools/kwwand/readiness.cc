@@ -9,6 +9,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <vector>
+
+#include "common/escape.h"
 
 namespace kor::host {
 
@@ -26,11 +30,14 @@ std::string ReadAll(int fd) {
   return text;
 }
 
+// A reason may quote a file that others write.
+void Say(const std::string& why) { (void)fprintf(stderr, "kwwand: %s\n", kor::tools::Escape(why).c_str()); }
+
 // The starter's end.
 [[noreturn]] void AwaitVerdict(int fd) {
   const std::string text = ReadAll(fd);
   if (text == kReady) _exit(EXIT_SUCCESS);
-  (void)fprintf(stderr, "kwwand: %s\n", text.empty() ? "ended before it was ready; the log may say why" : text.c_str());
+  Say(text.empty() ? "ended before it was ready; the log may say why" : text);
   _exit(EXIT_FAILURE);
 }
 
@@ -39,6 +46,17 @@ void LeaveParent() {
   const pid_t child = fork();
   if (child < 0) throw SystemError("cannot go into the background");
   if (child > 0) _exit(EXIT_SUCCESS);
+}
+
+// What the starter has left open is not the host's to keep: a lock, or a pipe at whose other end somebody waits.
+void CloseInherited() {
+  std::vector<int> open;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+    open.push_back(std::stoi(entry.path().filename()));
+  }
+  for (const int fd : open) {
+    if (fd > STDERR_FILENO) close(fd);
+  }
 }
 
 void LetGoOfTerminal() {
@@ -57,6 +75,7 @@ Readiness::Readiness() {
 }
 
 void Readiness::Detach() {
+  CloseInherited();
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) throw SystemError("pipe");
   Fd read_end(ends[0]);
@@ -79,7 +98,7 @@ void Readiness::Ready() {
 }
 
 void Readiness::Failed(const std::string& why) {
-  if (!TellStarter(why)) (void)fprintf(stderr, "kwwand: %s\n", why.c_str());
+  if (!TellStarter(why)) Say(why);
 }
 
 void Readiness::Stopping() { Notify("STOPPING=1"); }

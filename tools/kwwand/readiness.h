@@ -17,8 +17,8 @@ class Readiness {
   Readiness();
 
   // Goes into the background: returns in a process of its own session, without a terminal, its standard streams at
-  // /dev/null. The process that was started ends inside, when Ready() or Failed() has been called here: with status 0,
-  // or 1 and the reason on its standard error. Throws std::system_error.
+  // /dev/null, without the other descriptors that were open. The process that was started ends inside, when Ready() or
+  // Failed() has been called here: with status 0, or 1 and the reason on its standard error. Throws std::system_error.
   void Detach();
 
   void Ready();

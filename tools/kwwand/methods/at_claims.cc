@@ -49,22 +49,6 @@ std::string WithoutLineEnd(std::string text) {
 
 bool IsHeld(const AtClaims::Entry& entry) { return entry.run || entry.answer; }
 
-const char* HowText(CommandEnd::How how) {
-  switch (how) {
-    case CommandEnd::kExited:
-      return "exit status";
-    case CommandEnd::kKilled:
-      return "killed by signal";
-    case CommandEnd::kTimedOut:
-      return "killed after 5 s";
-    case CommandEnd::kCancelled:
-      return "killed at the host's end";
-    case CommandEnd::kNotStarted:
-      return "not started";
-  }
-  return "";
-}
-
 }  // namespace
 
 struct AtClaims::Table {
@@ -144,7 +128,7 @@ AtManager::CmdResponse AtClaims::Serve(Table& table, const AtManager::Command& c
   response.result = end.how == CommandEnd::kExited && end.status == 0;
   if (response.result) response.response = WithoutLineEnd(end.output);
   if (!response.result) {
-    syslog(LOG_WARNING, "the command of AT%s: %s %d\n", command.name.c_str(), HowText(end.how), end.status);
+    syslog(LOG_WARNING, "the command of AT%s: %s\n", command.name.c_str(), EndText(end).c_str());
   }
   return response;
 }

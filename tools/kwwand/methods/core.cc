@@ -3,12 +3,26 @@
 
 #include <syslog.h>
 
+#include <filesystem>
 #include <utility>
 
+#include "common/dns_files.h"
 #include "kwwand/methods/dns_files.h"
 #include "kwwand/methods/results.h"
 
 namespace kor::host {
+
+namespace {
+
+// The service watches it, also while there is no permanent file; a fresh system has no /data.
+void MakePermanentFolder() {
+  std::error_code error;
+  const auto folder = std::filesystem::path(kor::tools::kPermanentFile).parent_path();
+  std::filesystem::create_directory(folder, error);
+  if (error) syslog(LOG_ERR, "%s: %s\n", folder.c_str(), error.message().c_str());
+}
+
+}  // namespace
 
 Core::Core(const Host::Options& options, std::function<void(const Json&)> sink_function)
     : sink(std::move(sink_function)),
@@ -73,9 +87,18 @@ void Core::Stop() {
 void Core::StartDns() {
   kor::util::MutexLock lock(dns_mutex_);
   if (stopped_) throw RequestError(kShuttingDown, "the host is shutting down");
+  MakePermanentFolder();
   dns_running_ = dns->StartService();
-  if (!dns_running_) (void)dns->StopService();  // Half started, it would say at the next start that it runs.
-  Check(dns_running_.load(), "starting the DNS service (/etc/resolv.conf and the folder /data must be there)");
+  if (!dns_running_) {
+    (void)dns->StopService();  // Half started, it would say at the next start that it runs.
+    throw RequestError(static_cast<int>(kor::Result::kFailure),
+                       "the DNS service cannot start: /etc/resolv.conf or the folder /data cannot be watched");
+  }
+  if (ForwarderPid()) return;
+  throw RequestError(
+      static_cast<int>(kor::Result::kFailure),
+      "the DNS service runs, but names are not found: dnsmasq did not start; the log tells how it ended, "
+      "kwwanctl doctor what stands in its way");
 }
 
 void Core::StopDns() {

@@ -39,7 +39,8 @@ class Core {
   void Start();
   void Stop();
 
-  // The DNS service's start and stop, one at a time.
+  // The DNS service's start and stop, one at a time. StartDns() throws RequestError when the service cannot start, and
+  // when it runs without dnsmasq: the next change of a data interface then tries again.
   void StartDns() KOR_EXCLUDES(dns_mutex_);
   void StopDns() KOR_EXCLUDES(dns_mutex_);
   bool dns_running() const { return dns_running_; }

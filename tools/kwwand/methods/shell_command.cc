@@ -138,6 +138,22 @@ bool HasEnded(pid_t pid, int options, CommandEnd& end) {
 
 }  // namespace
 
+std::string EndText(const CommandEnd& end) {
+  switch (end.how) {
+    case CommandEnd::kExited:
+      return "exit status " + std::to_string(end.status);
+    case CommandEnd::kKilled:
+      return "killed by signal " + std::to_string(end.status);
+    case CommandEnd::kTimedOut:
+      return "killed: it took too long";
+    case CommandEnd::kCancelled:
+      return "killed at the host's end";
+    case CommandEnd::kNotStarted:
+      return "not started";
+  }
+  return "";
+}
+
 CommandEnd RunShell(const std::string& line, const std::vector<std::string>& variables, std::chrono::milliseconds limit,
                     size_t max_output, const std::atomic<bool>& cancel) {
   CommandEnd end;

@@ -15,6 +15,9 @@ struct CommandEnd {
   std::string output;  // What it wrote, cut at the limit.
 };
 
+// "exit status 3", "killed by signal 9", "killed: it took too long"
+std::string EndText(const CommandEnd& end);
+
 // Runs /bin/sh -c `line` in a process group of its own, standard input and error on /dev/null, and waits for its end.
 // `variables` ("NAME=value") are added to the process's environment. After `limit`, or as soon as `cancel` is set,
 // the whole group is killed. Returns when the shell has ended: what it left in the background lives on.
