@@ -175,7 +175,7 @@ TEST(FdMonitorMemoryTest, WhatThereIsNoMemoryForIsNotHalfWatched) {
       bell.Answer();
       rung.Happen();
     });
-    EXPECT_EQ(test::NoMemory::kRefuses, refusals > 1);
+    EXPECT_LT(1, refusals);
     EXPECT_TRUE(rung.Awaited());
   }
   for (const Bell& bell : bells) monitor.Remove(bell.fd, FdType::kRead);

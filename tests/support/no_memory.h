@@ -1,19 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "support/sanitizers.h"
-
 namespace kor::test {
 
 // While one lives, operator new of this thread throws: at once, or after `left` calls that are still served.
 class NoMemory {
  public:
-#ifdef KWWAN_UNDER_TSAN
-  static constexpr bool kRefuses = false;  // Its runtime serves operator new itself.
-#else
-  static constexpr bool kRefuses = true;
-#endif
-
   explicit NoMemory(int left = 0);
   ~NoMemory();
   NoMemory(const NoMemory&) = delete;
