@@ -37,7 +37,8 @@ class KOR_EXPORT DnsCtrlManager {
   // Starts the shared service for all managers: watches, dnsmasq, first refresh. Blocks for at most half a second more
   // when a call's configuration is still incomplete. True when it runs, also when it ran already; false when
   // /etc/resolv.conf or the folder /data cannot be watched, and then the log says which. Throws what the vendor's side
-  // throws when the modem cannot be reached; the service runs all the same, and its next event refreshes.
+  // throws when the modem cannot be reached; the service runs all the same, and its next event refreshes. Throws
+  // std::bad_alloc when memory runs out: it may then run half subscribed, so stop it and start it again.
   bool StartService();
 
   // Stops it for all managers and kills dnsmasq. Blocks until no refresh runs any more, which takes up to three seconds

@@ -29,8 +29,8 @@ class FdLoop {
   // is running. A failure (a descriptor that cannot be watched, no thread) is logged and changes nothing.
   void Add(int fd, Callback cb) KOR_EXCLUDES(mutex_);
 
-  // Returns once the callback of `fd` is not running, never runs again and has been destroyed; from inside a callback
-  // at once. An `fd` that is not watched is no error.
+  // Returns once the callback of `fd` is not running, never runs again and the one added last has been destroyed; from
+  // inside a callback at once. An `fd` that is not watched is no error.
   void Remove(int fd) KOR_EXCLUDES(mutex_);
 
  private:

@@ -16,10 +16,10 @@ namespace {
 constexpr int kHostPrefix = 32;
 constexpr int kLastPrefixWithBroadcast = 30;
 
-// What the kernel has of addresses of one family at the interface.
-std::vector<RouteMessage> Read(int index, unsigned char family) {
+// What the kernel has of addresses of one family at the interface; nothing when it did not tell all.
+std::optional<std::vector<RouteMessage>> Read(int index, unsigned char family) {
   std::vector<RouteMessage> of_all;
-  (void)Dump(RTM_GETADDR, family, of_all);  // On failure: what the kernel told until then.
+  if (!Dump(RTM_GETADDR, family, of_all)) return std::nullopt;
   std::vector<RouteMessage> found;
   for (RouteMessage& message : of_all) {
     if (message.kind == RouteMessage::Kind::kAddress && message.index == index) found.push_back(std::move(message));
@@ -29,23 +29,27 @@ std::vector<RouteMessage> Read(int index, unsigned char family) {
 
 }  // namespace
 
-std::vector<Ipv4Address> ReadIpv4Addresses(int index) {
+std::optional<std::vector<Ipv4Address>> ReadIpv4Addresses(int index) {
+  const auto found = Read(index, AF_INET);
+  if (!found) return std::nullopt;
   std::vector<Ipv4Address> addresses;
-  for (const RouteMessage& message : Read(index, AF_INET)) addresses.push_back(message.ipv4);
+  for (const RouteMessage& message : *found) addresses.push_back(message.ipv4);
   return addresses;
 }
 
 std::optional<std::string> ReadIpv6Address(int index) {
-  const std::vector<RouteMessage> found = Read(index, AF_INET6);
+  const auto found = Read(index, AF_INET6);
   char text[INET6_ADDRSTRLEN] = {};
   // The kernel lists them with the widest scope first.
-  if (found.empty() || inet_ntop(AF_INET6, &found.front().ipv6, text, sizeof(text)) == nullptr) return std::nullopt;
+  if (!found || found->empty()) return std::nullopt;
+  if (inet_ntop(AF_INET6, &found->front().ipv6, text, sizeof(text)) == nullptr) return std::nullopt;
   return text;
 }
 
 bool SetOnlyIpv4Address(int index, Ipv4Address wanted) {
-  const std::vector<Ipv4Address> old = ReadIpv4Addresses(index);
-  if (old == std::vector{wanted}) return true;
+  const auto old = ReadIpv4Addresses(index);
+  if (!old) return false;
+  if (*old == std::vector{wanted}) return true;
   if (wanted.broadcast != 0) {
     wanted.broadcast = wanted.prefix <= kLastPrefixWithBroadcast ? wanted.peer | ~NetmaskOf(wanted.prefix) : 0;
   }
@@ -56,7 +60,7 @@ bool SetOnlyIpv4Address(int index, Ipv4Address wanted) {
   alone.prefix = kHostPrefix;
   alone.broadcast = 0;
   if (!ChangeAddress(RTM_NEWADDR, index, alone)) return false;
-  for (const Ipv4Address& address : old) {
+  for (const Ipv4Address& address : *old) {
     if (!(address == alone)) (void)ChangeAddress(RTM_DELADDR, index, address);  // Or it is gone by itself.
   }
   if (!(wanted == alone) && ChangeAddress(RTM_NEWADDR, index, wanted)) {

@@ -41,35 +41,38 @@ bool NetworkManager::GetIpAddress(std::string ifname, std::string& address, bool
     if (text) address = *text;
     return text.has_value();
   }
-  const std::vector<Ipv4Address> addresses = ReadIpv4Addresses(index);
-  if (!addresses.empty()) address = FormatIpv4(addresses.front().local);
-  return !addresses.empty();
+  const auto addresses = ReadIpv4Addresses(index);
+  if (!addresses || addresses->empty()) return false;
+  address = FormatIpv4(addresses->front().local);
+  return true;
 }
 
 bool NetworkManager::SetIpAddress(std::string ifname, std::string address) {
   const std::optional<uint32_t> local = ParseIpv4(address);
   if (!local || !IsHostAddress(*local)) return false;
   const int index = FindLink(ifname).index;
-  const std::vector<Ipv4Address> old = ReadIpv4Addresses(index);
-  Ipv4Address wanted = old.empty() ? Ipv4Address{} : old.front();
+  const auto old = ReadIpv4Addresses(index);
+  if (!old) return false;
+  Ipv4Address wanted = old->empty() ? Ipv4Address{} : old->front();
   if (wanted.peer == wanted.local) wanted.peer = *local;
   wanted.local = *local;
   return SetOnlyIpv4Address(index, wanted);
 }
 
 bool NetworkManager::GetSubnetMask(std::string ifname, std::string& mask) {
-  const std::vector<Ipv4Address> addresses = ReadIpv4Addresses(FindLink(ifname).index);
-  if (!addresses.empty()) mask = FormatIpv4(NetmaskOf(addresses.front().prefix));
-  return !addresses.empty();
+  const auto addresses = ReadIpv4Addresses(FindLink(ifname).index);
+  if (!addresses || addresses->empty()) return false;
+  mask = FormatIpv4(NetmaskOf(addresses->front().prefix));
+  return true;
 }
 
 bool NetworkManager::SetSubnetMask(std::string ifname, std::string mask) {
   const std::optional<uint32_t> value = ParseIpv4(mask);
   const int prefix = value ? PrefixLength(*value).value_or(0) : 0;
   const int index = FindLink(ifname).index;
-  const std::vector<Ipv4Address> old = ReadIpv4Addresses(index);
-  if (prefix == 0 || old.empty()) return false;
-  Ipv4Address wanted = old.front();
+  const auto old = ReadIpv4Addresses(index);
+  if (prefix == 0 || !old || old->empty()) return false;
+  Ipv4Address wanted = old->front();
   wanted.prefix = prefix;
   return SetOnlyIpv4Address(index, wanted);
 }

@@ -156,8 +156,8 @@ bool LanTable::DeletePdn(uint32_t pdn) {
 }
 
 bool LanTable::SetPassthrough(bool enable, const IpPassthroughConfig& config) {
-  const bool sets = IsTarget(config.mode, config.target);
-  if (!sets && (enable || !config.target.empty())) return false;
+  const bool sets = enable || !config.target.empty();  // Off and without a target: what is kept stays.
+  if (sets && !IsTarget(config.mode, config.target)) return false;
   kor::util::MutexLock lock(mutex_);
   passes_through_ = enable;
   if (sets) passthrough_ = config;

@@ -27,8 +27,10 @@ bool Extends(const std::string& name, const std::string& shorter) {
   return name.size() > shorter.size() && name.compare(0, shorter.size(), shorter) == 0;
 }
 
-void ReportResult(const AtService::CmdSetInfo& info, const std::string& name, bool accepted) {
-  if (info.reg_cb) RunGuarded("Registration callback", name, [&] { info.reg_cb(name, accepted); });
+// The callback gets `name` itself, the request's: a copy could find no memory.
+void ReportResult(const std::pair<const std::string, AtService::CmdSetInfo>& entry, std::string& name, bool accepted) {
+  const auto& reg_cb = entry.second.reg_cb;
+  if (reg_cb) RunGuarded("Registration callback", entry.first, [&] { reg_cb(std::move(name), accepted); });
 }
 
 }  // namespace
@@ -88,9 +90,9 @@ void AtService::RegisterPending() {
   }
 
   if (ats_->RegisterCommands(reg_candidate_l) == 0) {
-    AcceptNames(candidates);
+    AcceptNames(candidates, reg_candidate_l);
   } else {
-    RefuseNames(candidates, given_up);
+    RefuseNames(candidates, reg_candidate_l, given_up);
   }
   const bool try_more = !pending_.empty();
   KOR_LOG(LOG_DEBUG, "try_more: [%d]\n", try_more ? 1 : 0);
@@ -106,20 +108,24 @@ void AtService::MakePass() {
   });
 }
 
-void AtService::AcceptNames(const std::vector<Pending::iterator>& candidates) {
+void AtService::AcceptNames(const std::vector<Pending::iterator>& candidates, std::list<std::string>& names) {
+  auto name = names.begin();
   for (const Pending::iterator candidate : candidates) {
     const Registry::iterator entry = *candidate;
     entry->second.registered = true;
     pending_.erase(candidate);
-    ReportResult(entry->second, entry->first, true);
+    ReportResult(*entry, *name++, true);
   }
 }
 
-void AtService::RefuseNames(const std::vector<Pending::iterator>& candidates, Registry& given_up) {
+void AtService::RefuseNames(const std::vector<Pending::iterator>& candidates, std::list<std::string>& names,
+                            Registry& given_up) {
+  auto name = names.begin();
   for (const Pending::iterator candidate : candidates) {
+    std::string& refused = *name++;
     const Registry::iterator entry = *candidate;
     if (++entry->second.try_cnt <= max_reg_tries_) continue;
-    ReportResult(entry->second, entry->first, false);
+    ReportResult(*entry, refused, false);
     pending_.erase(candidate);
     given_up.insert(cmd_set_info_m_.extract(entry));
   }

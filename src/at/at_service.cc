@@ -153,16 +153,12 @@ void AtService::PushMsg(const AtServiceMsg& msg) {
   PushNode(node);
 }
 
-// The node was made before the lock and is spliced in under it. The signal after the unlock finds this object alive:
-// callers hold the AT client's table, the timer link or the registry locked, or are holders themselves.
+// The node was made before the lock and is spliced in under it.
 void AtService::PushNode(std::list<AtServiceMsg>& node) {
-  bool was_empty = false;
-  {
-    kor::util::MutexLock lock(queue_mutex_);
-    was_empty = msg_queue_.empty();
-    msg_queue_.splice(msg_queue_.end(), node);
-  }
-  if (was_empty) queue_cond_.Signal();
+  kor::util::MutexLock lock(queue_mutex_);
+  msg_queue_.splice(msg_queue_.end(), node);
+  // Under the lock: after it the service could end, and this object with it, before the signal.
+  if (msg_queue_.size() == 1) queue_cond_.Signal();
 }
 
 std::list<AtServiceMsg> AtService::PopMsg() {

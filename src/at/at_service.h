@@ -136,9 +136,10 @@ class KOR_EXPORT AtService {
 
   KOR_HIDDEN void MakePass() KOR_EXCLUDES(cmd_mutex_);
   KOR_HIDDEN void RegisterPending() KOR_EXCLUDES(cmd_mutex_);
-  KOR_HIDDEN void AcceptNames(const std::vector<Pending::iterator>& candidates) KOR_REQUIRES(cmd_mutex_);
-  KOR_HIDDEN void RefuseNames(const std::vector<Pending::iterator>& candidates, Registry& given_up)
+  KOR_HIDDEN void AcceptNames(const std::vector<Pending::iterator>& candidates, std::list<std::string>& names)
       KOR_REQUIRES(cmd_mutex_);
+  KOR_HIDDEN void RefuseNames(const std::vector<Pending::iterator>& candidates, std::list<std::string>& names,
+                              Registry& given_up) KOR_REQUIRES(cmd_mutex_);
   KOR_HIDDEN void ScheduleNextPass() KOR_REQUIRES(cmd_mutex_);
 
   KOR_HIDDEN static kor::util::Mutex& s_mutex_;  // Held while holders are counted.

@@ -32,7 +32,7 @@ struct Gate {
 // next command may be served too.
 void EndInside(const Gate& gate, std::unique_ptr<AtManager> last) {
   const AtService* const service = AtService::s_ins_;
-  gate.entered->get_future().wait();
+  ASSERT_EQ(std::future_status::ready, gate.entered->get_future().wait_for(kLongEnough));
   auto end = std::async(std::launch::async, [&] { last.reset(); });
   ASSERT_TRUE(Eventually([service] { return !AtServicePeer::IsRunning(service); }));
   gate.let_go->set_value();
@@ -53,7 +53,7 @@ TEST_F(AtTest, AStopKeepsWhatIsQueuedAndEndsNoLaterRun) {
   Claim("+N");
   AtClient::Forward(Cmd("+GATE"));
   EXPECT_EQ(0, at_->StartService());
-  gate.entered->get_future().wait();
+  ASSERT_EQ(std::future_status::ready, gate.entered->get_future().wait_for(kLongEnough));
 
   // The stop is asked for while a handler runs; it waits for that one and no other.
   for (const char* name : {"+N", "+N1", "+N2"}) AtClient::Forward(Cmd(name));
@@ -162,7 +162,7 @@ TEST_F(AtTest, TheLastManagerMayGoInsideAHandler) {
       nullptr);
   outer->StartService();
   AtClient::Forward(Cmd("+LAST"));
-  gate.entered->get_future().wait();
+  ASSERT_EQ(std::future_status::ready, gate.entered->get_future().wait_for(kLongEnough));
   outer.reset();
   gate.let_go->set_value();
   EXPECT_EQ(Lines{"+LAST OK "}, AtClient::answers.Take(1));

@@ -74,7 +74,9 @@ TEST_F(AtTest, AClaimWaitsWhileTheModemIsAsked) {
   Claim("+A");
   at_->StartService();
   EXPECT_EQ((Lines{"+A", "+B"}), AtClient::requests.Take(2));
-  EXPECT_EQ(0, made.get_future().get().get());
+  auto claim = made.get_future();
+  ASSERT_EQ(std::future_status::ready, claim.wait_for(kLongEnough));
+  EXPECT_EQ(0, claim.get().get());
   at_.reset();
 }
 

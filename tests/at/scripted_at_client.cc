@@ -50,6 +50,7 @@ void AtClient::Reset() {
   on_request = nullptr;
   on_answer = nullptr;
   m2m_reachable = true;
+  g_holders = 0;
   for (Record* record : {&answers, &requests, &others}) (void)record->Take(0);
 }
 

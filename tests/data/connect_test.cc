@@ -323,6 +323,7 @@ TEST_F(ConnectTest, AWaitThatIsWokenForNothingGoesOn) {
 }
 
 // Regression: the callback woke the waiting thread when it had let go of the queue, and perhaps after the object's end.
+// (A sanitizer sees it.)
 TEST_F(ConnectTest, TheObjectMayEndAsSoonAsItsWaitHas) {
   for (int i = 0; i < 300; ++i) {
     auto data = std::make_unique<DataManager>();

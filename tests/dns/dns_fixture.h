@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/mount.h>
+#include <sys/stat.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -33,6 +34,7 @@ class CleanTest : public testing::Test {
  protected:
   CleanTest() {
     setenv("PATH", "/usr/sbin:/usr/bin:/sbin:/bin", 1);
+    umask(022);
     (void)umount2(kRunDir, MNT_DETACH);
     Shell(
         "for process in /proc/[0-9]*; do [ \"$(cat $process/comm)\" != dnsmasq ] || kill -9 ${process#/proc/}; done;"

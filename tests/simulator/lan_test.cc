@@ -136,11 +136,13 @@ TEST_F(LanTest, PassthroughHasATargetAndKeepsIt) {
   }
   config = {Mode::kMacAddress, "x"};
   EXPECT_FALSE(qcmap->SetIpPassthrough(false, config));
-  config = {Mode::kMacAddress, ""};
-  EXPECT_TRUE(qcmap->SetIpPassthrough(false, config));
-  bool enabled = true;
-  EXPECT_TRUE(qcmap->GetIpPassthrough(enabled, config) && !enabled);
-  EXPECT_EQ("02:00:5E:10:00:01", config.target);
+  for (const Mode mode : {Mode::kMacAddress, Mode::kFirstClient}) {
+    config = {mode, ""};
+    EXPECT_TRUE(qcmap->SetIpPassthrough(false, config));
+    bool enabled = true;
+    EXPECT_TRUE(qcmap->GetIpPassthrough(enabled, config) && !enabled);
+    EXPECT_TRUE(config.mode == Mode::kMacAddress && config.target == "02:00:5E:10:00:01");
+  }
 }
 
 TEST_F(LanTest, AFamilyThatIsSwitchedOffHasNoCalls) {
