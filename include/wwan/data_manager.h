@@ -180,7 +180,8 @@ class KOR_EXPORT DataManager {
   // Every policy, in index order.
   bool GetWwanPolicies(std::vector<WwanPolicy>& policies);
 
-  // Gives a policy its technology, families and profiles. `profile_2` -1: `profile_1` serves those families, and no other.
+  // Gives a policy its technology, families and profiles. `profile_2` -1: `profile_1` serves those families and no
+  // other.
   bool SetPolicy(uint32_t index, Tech tech, kor::util::IPFamily ip_family, int profile_1, int profile_2);
 
   // The states of a policy's two calls; both are kNone when this returns false.
