@@ -133,8 +133,13 @@ class CallsAloneTest : public testing::Test {
     return std::exchange(heard, "");
   }
 
-  // The thread lives as long as the process, and so does what it uses.
-  static inline kor::modem::EventThread& events = *new kor::modem::EventThread;
+  // Alive until the process ends. Not started before main, which forks.
+  static kor::modem::EventThread& Thread() {
+    static auto* const thread = new kor::modem::EventThread;
+    return *thread;
+  }
+
+  kor::modem::EventThread& events = Thread();
   kor::modem::Links links;
   kor::modem::Faults faults;
   std::atomic<bool> service{true};
