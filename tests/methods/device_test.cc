@@ -88,7 +88,8 @@ TEST_F(HostTest, MessagesProfilesVlansAndTheDevice) {
   EXPECT_EQ(Json::array(), Call("vlan.remove", R"({"id":100})")["vlans"]);
   const Json through = Call("passthrough.set", R"({"on":true,"mode":"host-name","target":"desk"})");
   EXPECT_EQ("desk", through["target"]) << through;
-  EXPECT_EQ("", Call("passthrough.set", R"({"on":false,"mode":"first-client"})")["target"]);
+  // Off without a target keeps what was set.
+  EXPECT_EQ("desk", Call("passthrough.set", R"({"on":false,"mode":"first-client"})")["target"]);
   EXPECT_EQ(kor::host::kInvalidParams, ErrorOf("passthrough.set", R"({"on":true,"mode":"mac-address"})"));
 
   const Json status = Call("host.status");

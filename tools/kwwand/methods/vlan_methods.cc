@@ -84,7 +84,7 @@ Json ShowPassthrough(Core& core, const Request& request) {
   return PassthroughJson(core);
 }
 
-// A mode or target that is not given stays; another mode starts without a target.
+// A mode or target that is not given stays; another mode starts without a target. Off without one changes neither.
 Json SetPassthrough(Core& core, const Request& request) {
   const Params params(request, {"on", "mode", "target"});
   bool was_on = false;
