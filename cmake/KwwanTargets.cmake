@@ -6,7 +6,7 @@ option(KWWAN_MISUSE_CHECKS "In a debug build, misuse of locks and callbacks ends
 
 # Warnings, sanitizers and include roots for our own code; consumers inherit none of it.
 function(kwwan_own_code target)
-  target_compile_options(${target} PRIVATE -Wall -Wextra -Wshadow -Wconversion -Werror
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wshadow -Wconversion $<$<BOOL:${KWWAN_WERROR}>:-Werror>
                          "$<$<CXX_COMPILER_ID:Clang>:-Wthread-safety;-Wreserved-identifier>")
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src)
   target_link_libraries(${target} PRIVATE Threads::Threads)
@@ -54,6 +54,21 @@ function(kwwan_shared_library target exports)
   set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${exports})
   install(TARGETS ${target} EXPORT kwwanTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_COMPONENT devel)
+endfunction()
+
+# The whole text of the licence, which has to go with every package, from where this system keeps it. A packager whose
+# tools add it themselves sets KWWAN_LICENSE_TEXT to nothing.
+set(KWWAN_LICENSE_TEXT /usr/share/common-licenses/Apache-2.0 CACHE STRING "The text of Apache-2.0, installed")
+function(kwwan_install_license)
+  if(NOT KWWAN_LICENSE_TEXT)
+    return()
+  endif()
+  foreach(package library:libkwwan0 devel:libkwwan-dev simulator:kwwan-simulator tools:kwwan-tools)
+    string(REPLACE ":" ";" package ${package})
+    list(POP_FRONT package component)
+    install(FILES ${KWWAN_LICENSE_TEXT} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package} RENAME LICENSE
+      COMPONENT ${component})
+  endforeach()
 endfunction()
 
 # Headers, CMake package and pkg-config file.

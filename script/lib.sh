@@ -44,8 +44,9 @@ step() {
   return "$status"
 }
 
-# Configure, and build, a preset of CMakePresets.json in build/PRESET.
-configure() { (cd "$project" && cmake --preset "$1" "${@:2}"); }
+# Configure, and build, a preset of CMakePresets.json in build/PRESET. Where KWWAN_WERROR is set, as CI does, warnings
+# are errors.
+configure() { (cd "$project" && cmake --preset "$1" "-DKWWAN_WERROR=${KWWAN_WERROR:-OFF}" "${@:2}"); }
 compile() { cmake --build "$project/build/$1" --parallel "$cores" "${@:2}"; }
 
 # The source files of the project, one a line, relative to its folder.

@@ -3,7 +3,7 @@ SUMMARY = "WWAN control library of a router with a cellular modem"
 DESCRIPTION = "Brings data calls up and down and keeps the router's resolver at the name servers of the calls that are up."
 SECTION = "libs/network"
 LICENSE = "Apache-2.0"
-LIC_FILES_CHKSUM = "file://LICENSE;md5=bba72425a6e2872d78251391d459bcae"
+LIC_FILES_CHKSUM = "file://LICENSE;md5=da675b280c06c45c36631cb29c462c51"
 
 DEPENDS = "cli11 nlohmann-json"
 
@@ -11,7 +11,8 @@ DEPENDS = "cli11 nlohmann-json"
 inherit externalsrc cmake pkgconfig systemd
 EXTERNALSRC = "${KWWAN_SOURCE}"
 
-EXTRA_OECMAKE = "-DKWWAN_BUILD_TESTS=OFF -DKWWAN_BUILD_EXAMPLES=OFF -DCMAKE_SKIP_INSTALL_RPATH=ON"
+EXTRA_OECMAKE = "-DKWWAN_BUILD_TESTS=OFF -DKWWAN_BUILD_EXAMPLES=OFF -DCMAKE_SKIP_INSTALL_RPATH=ON \
+                 -DKWWAN_LICENSE_TEXT=${COMMON_LICENSE_DIR}/Apache-2.0"
 
 do_install:append() {
     install -D -m 0644 ${B}/packaging/kwwand.service ${D}${systemd_system_unitdir}/kwwand.service
