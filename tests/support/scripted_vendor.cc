@@ -167,7 +167,11 @@ bool QcmapWrapper::GetWwanConnectStatus(uint32_t index, ConnectStatus& ipv4, Con
 bool QcmapWrapper::SetAutoConnect(uint32_t index, bool enable) { return Record("SetAutoConnect", index, enable).ok; }
 bool QcmapWrapper::SetRoaming(uint32_t index, bool enable) { return Record("SetRoaming", index, enable).ok; }
 
-bool QcmapWrapper::GetAutoConnect(uint32_t index, bool& on) { return Switch("GetAutoConnect", index, on); }
+bool QcmapWrapper::GetAutoConnect(uint32_t index, bool& on) {
+  const auto answers = Record("GetAutoConnect", index);
+  on = answers.auto_connects;
+  return answers.ok;
+}
 bool QcmapWrapper::GetRoaming(uint32_t index, bool& on) { return Switch("GetRoaming", index, on); }
 
 kor::Result QcmapWrapper::ConnectBackhaul(uint32_t index, kor::util::IPFamily ip_family) {

@@ -30,6 +30,7 @@ struct Answers {
   int not_ready = 0;                            // So many configuration queries answer kNotReady first.
   bool ok = true;                               // Result of the operations that return bool.
   std::set<std::string> refused;                // These of them ("Operation", or one call) return false all the same.
+  bool auto_connects = true;                    // What GetAutoConnect tells.
   bool lists_ok = true;                         // Result of GetWwanPolicies alone.
   bool reachable = true;                        // False: GetInstance throws.
   kor::Result request = kor::Result::kSuccess;  // Result of the others. ConnectBackhaul and DisconnectBackhaul
