@@ -6,6 +6,9 @@
 #include <poll.h>
 #include <sys/socket.h>
 
+#include <future>
+#include <memory>
+
 #include "kwwand/fd.h"
 #include "support/wait.h"
 
@@ -74,6 +77,23 @@ TEST_F(DispatcherTest, WhatAMethodThrowsIsItsAnswer) {
   EXPECT_EQ(
       "{\"jsonrpc\":\"2.0\",\"id\":2,\"error\":{\"code\":10,\"message\":\"not now\",\"data\":{\"why\":\"busy\"}}}\n",
       mails[1].line);
+}
+
+TEST(DispatcherEndTest, AnAnswerThatNobodyFetchesHoldsNothingUp) {
+  Mailbox mailbox;
+  std::promise<void> runs;
+  auto dispatcher = std::make_unique<Dispatcher>(Methods{{"fill", Access::kRead, Lane::kShort,
+                                                          [&](const Request&) -> Json {
+                                                            runs.set_value();
+                                                            return nullptr;
+                                                          }}},
+                                                 mailbox);
+  mailbox.Post({Mail::Kind::kEvent, std::string(Mailbox::kMuchWaiting + 1, 'x')});
+  dispatcher->Start({7, {kUser, {kUser}, 1}, Access::kRead}, 1, {1, "fill", Json::object(), {}});
+  runs.get_future().wait();
+  auto end = std::async(std::launch::async, [&] { dispatcher.reset(); });
+  EXPECT_EQ(std::future_status::ready, end.wait_for(kLongEnough));
+  mailbox.Close();
 }
 
 TEST(PeerTest, RootAndTheHostsUserMayDoAllAndMembersWhatTheirGroupMay) {

@@ -140,6 +140,16 @@ TEST(LifeTest, AHostThatCannotStartSaysWhyAndLeavesNothing) {
   EXPECT_EQ("mine", ReadFile("/tmp/file"));
   EXPECT_FALSE(IsThere(kSocket) || IsThere(std::string(kSocket) + ".lock") || IsThere("/tmp/file.lock"));
   EXPECT_EQ("", ProcessOf(kDnsmasqPidFile));
+
+  // The forwarder's folder and lock: where others could put or hold something, nobody can any more.
+  const std::string folder = "/run/netctld-dnsmasq";
+  ASSERT_EQ(0, chmod(folder.c_str(), 0777));
+  WriteFile(folder + "/kwwand.lock", "");
+  ASSERT_EQ(0, chmod((folder + "/kwwand.lock").c_str(), 0666));
+  const HostProcess host;
+  EXPECT_TRUE(host.ready());
+  EXPECT_EQ(0755u, ModeOf(folder));
+  EXPECT_EQ(0600u, ModeOf(folder + "/kwwand.lock"));
 }
 
 TEST(LifeTest, ADaemonCanBeReachedWhenItsStarterReturns) {
@@ -279,6 +289,29 @@ TEST(LifeTest, ADnsmasqThatIsMissingOrHangsIsToldInBoundedTime) {
   EXPECT_EQ(0755u, ModeOf("/data"));
 }
 
+TEST(LifeTest, ASignalBesideADnsmasqThatHangsEndsTheHostInOrder) {
+  std::filesystem::create_directory("/tmp/bin");
+  setenv("PATH", (std::string("/tmp/bin:") + getenv("PATH")).c_str(), 1);
+  // The traces for the kernel's log fail here, as in a container, and are no news.
+  (void)rename("/dev/kmsg", "/dev/kmsg.aside");
+  std::filesystem::create_directory("/dev/kmsg");
+  WriteFile("/tmp/bin/dnsmasq", "#!/bin/sh\necho > /tmp/hangs\n/bin/sleep 600\n");
+  chmod("/tmp/bin/dnsmasq", 0755);
+  HostProcess host({"--stderr", "--pid-file", kPidFile});
+  ASSERT_TRUE(host.ready());
+  std::filesystem::remove("/tmp/hangs");
+  Client client;
+  ASSERT_TRUE(client.SendRequest("up", "call.up", {{"index", 0}, {"family", "ipv4"}}));
+  ASSERT_TRUE(Eventually([] { return IsThere("/tmp/hangs"); }));
+  host.Signal(SIGTERM);
+  const Ending ending = host.AwaitEnd();
+  EXPECT_EQ(0, ending.status) << ending.said;
+  EXPECT_FALSE(IsThere(kPidFile) || IsThere(kSocket) || IsThere(std::string(kSocket) + ".lock"));
+  EXPECT_FALSE(IsThere("/run/netctld-dnsmasq/kwwand.lock") || Holds(ending.said, "kmsg")) << ending.said;
+  std::filesystem::remove("/dev/kmsg");
+  (void)rename("/dev/kmsg.aside", "/dev/kmsg");
+}
+
 TEST(LifeTest, WhatAFileHoldsCannotForgeALineOnTheTerminal) {
   HostProcess host({"--stderr"});
   ASSERT_TRUE(host.ready());
@@ -338,11 +371,8 @@ TEST(LifeTest, EachOfTheSignalsEndsAnIdleHostAndABrokenPipeDoesNot) {
     ASSERT_TRUE(host.ready());
     host.Signal(SIGPIPE);
     EXPECT_EQ(host.pid(), Client().Ask("host.version")["pid"]);
-    // Again and again: more than one changes nothing, and system() makes the host deaf to SIGINT for moments.
-    EXPECT_TRUE(Eventually([&] {
-      host.Signal(signal_number);
-      return !IsThere(kSocket);
-    }));
+    host.Signal(signal_number);
+    host.Signal(signal_number);  // More than one changes nothing.
     const Ending ending = host.AwaitEnd();
     EXPECT_EQ(0, ending.status) << ending.said;
     EXPECT_FALSE(IsThere(kSocket) || IsThere(kDnsmasqPidFile));

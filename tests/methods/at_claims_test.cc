@@ -65,7 +65,10 @@ TEST_F(AtClaimsTest, WhoMayOnlyChangeThingsHasNothingRunAndThereIsALimit) {
   may = kor::host::Access::kChange;
   EXPECT_EQ(-32000, ErrorOf("at.claim", R"({"name":"+KWID","run":"id"})"));
   for (int i = 0; i < 64; ++i) Claim("+KW" + std::to_string(i), "answer", "x");
-  EXPECT_EQ(-32001, ErrorOf("at.claim", R"({"name":"+KWID","answer":"x"})"));
+  ASSERT_EQ(0, ErrorOf("at.release", R"({"name":"+KW0"})"));  // The modem keeps the name.
+  const Json refusal = Call("at.claim", R"({"name":"+KWID","answer":"x"})")["error"];
+  EXPECT_EQ(-32001, refusal["code"]);
+  EXPECT_EQ("the modem keeps 64 names of claimed commands, and no more can be", refusal["message"]);
   EXPECT_EQ(nullptr, EntryOf("+KWID"));
   Claim("+KW63", "answer", "another");
 }
@@ -86,8 +89,9 @@ TEST_F(AtClaimsTest, AClaimIsTakenBackAndTheNameStaysWithTheModem) {
   for (const std::string& line : modem.TakeRecord()) EXPECT_NE(0u, line.find("RegisterCommands")) << line;
 
   // What the modem answers itself, and what is secret, is nobody's to claim.
-  for (const char* name : {"+CGMI", "+CGMM", "+CGMR", "+CGSN", "+CMEE", "+COPS", "+CREG", "+CSQ", "+GMI", "+GMM",
-                           "+GMR", "+GSN", "+CGAUTH", "+CLCK", "+CPIN", "+CPWD"}) {
+  for (const char* name :
+       {"+CGMI", "+CGMM", "+CGMR", "+CGSN", "+CMEE",   "+COPS", "+CREG", "+CSQ",  "+GMI",  "+GMM",
+        "+GMR",  "+GSN",  "+CACM", "+CAMM", "+CGAUTH", "+CLCK", "+CPIN", "+CPUC", "+CPWD", "+CSIM"}) {
     EXPECT_EQ(kor::host::kInvalidParams, ErrorOf("at.claim", Json{{"name", name}, {"answer", "x"}}.dump())) << name;
   }
 }

@@ -85,12 +85,24 @@ TEST_F(HostTest, MessagesProfilesVlansAndTheDevice) {
   ASSERT_EQ(0, ErrorOf("policy.create", R"({"profile":2})"));
   EXPECT_EQ(1, Call("vlan.map", R"({"id":100,"pdn":1})")["vlans"][0]["pdn"]);
   EXPECT_EQ(nullptr, Call("vlan.unmap", R"({"id":100,"pdn":1})")["vlans"][0]["pdn"]);
+  // One whose PDN has become the default one is unmapped as it is shown.
+  EXPECT_EQ(0, ErrorOf("vlan.map", R"({"id":100,"pdn":1})"));
+  EXPECT_EQ(0, ErrorOf("policy.delete", R"({"index":0})"));
+  EXPECT_EQ(0, Call("vlan.list")["vlans"][0]["pdn"]);
+  EXPECT_EQ(kor::host::kInvalidParams, ErrorOf("vlan.map", R"({"id":100,"pdn":0})"));
+  EXPECT_EQ(0, ErrorOf("vlan.unmap", R"({"id":100,"pdn":0})"));
+  EXPECT_EQ(nullptr, Call("vlan.list")["vlans"][0]["pdn"]);
   EXPECT_EQ(Json::array(), Call("vlan.remove", R"({"id":100})")["vlans"]);
   const Json through = Call("passthrough.set", R"({"on":true,"mode":"host-name","target":"desk"})");
   EXPECT_EQ("desk", through["target"]) << through;
   // Off without a target keeps what was set.
   EXPECT_EQ("desk", Call("passthrough.set", R"({"on":false,"mode":"first-client"})")["target"]);
   EXPECT_EQ(kor::host::kInvalidParams, ErrorOf("passthrough.set", R"({"on":true,"mode":"mac-address"})"));
+
+  // A modem that cannot be reached still takes its fault back.
+  ASSERT_EQ(0, ErrorOf("modem.run", R"({"line":"fail QcmapWrapper.GetInstance 2"})"));
+  EXPECT_EQ(0, ErrorOf("modem.run", R"({"line":"help"})"));
+  EXPECT_EQ(0, ErrorOf("modem.run", R"({"line":"fail QcmapWrapper.GetInstance 0"})"));
 
   const Json status = Call("host.status");
   EXPECT_TRUE(status["device"]["model"].is_string()) << status;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // system(), in the place of the C library's for every library of the process: bounded, and a failure is in the log. The
 // library starts dnsmasq by it, with its service locked, and looks at no result; a dnsmasq that hangs would hold up all
-// that has to do with DNS, for ever.
+// that has to do with DNS, for ever. A device's own libraries are bounded with it.
 #include <dlfcn.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -11,6 +11,7 @@
 #include <chrono>
 #include <new>
 #include <string>
+#include <string_view>
 
 #include "kwwand/methods/shell_command.h"
 
@@ -18,20 +19,33 @@ namespace kor::host {
 
 namespace {
 
-constexpr std::chrono::seconds kLimit{5};
+// Beside two and a half seconds of a refresh it has to fit into what a stop is given.
+constexpr std::chrono::milliseconds kLimit{1500};
 constexpr size_t kMaxComplaint = 256;
 
 // It takes no memory and no descriptor: where there is none, dnsmasq still has to be killed. Looked up before there is
 // any thread.
 const auto kLibrarysOwn = reinterpret_cast<int (*)(const char*)>(dlsym(RTLD_NEXT, "system"));
 
-int Run(const char* line) {
+// Nothing depends on one, and in a container the kernel's log can seldom be written.
+bool IsKernelTrace(std::string_view line) {
+  constexpr std::string_view kEnd = "> /dev/kmsg";
+  return line.size() >= kEnd.size() && line.substr(line.size() - kEnd.size()) == kEnd;
+}
+
+// Throws std::bad_alloc only when nothing has been run.
+CommandEnd Run(const char* line) {
   static const std::atomic<bool> kNever{false};
-  const CommandEnd end = RunShell(std::string("exec 2>&1; ") + line, {}, kLimit, kMaxComplaint, kNever);
-  if (end.how == CommandEnd::kNotStarted) return kLibrarysOwn(line);
-  if (end.how == CommandEnd::kExited && end.status == 0) return 0;
-  syslog(LOG_WARNING, "the command [%s]: %s %s\n", line, EndText(end).c_str(), end.output.c_str());
-  return end.how == CommandEnd::kExited ? W_EXITCODE(end.status, 0) : W_EXITCODE(0, SIGKILL);
+  return RunShell(std::string("exec 2>&1; ") + line, {}, kLimit, kMaxComplaint, kNever);
+}
+
+void LogFailure(const char* line, const CommandEnd& end) {
+  if (IsKernelTrace(line)) return;
+  try {
+    syslog(LOG_WARNING, "the command [%s]: %s %s\n", line, EndText(end).c_str(), end.output.c_str());
+  } catch (const std::bad_alloc&) {
+    syslog(LOG_WARNING, "the command [%s] failed\n", line);
+  }
 }
 
 }  // namespace
@@ -39,9 +53,17 @@ int Run(const char* line) {
 extern "C" {
 __attribute__((visibility("default"))) int HostSystem(const char* line) __asm__("system");
 
-// Requires: a line.
-int HostSystem(const char* line) try { return Run(line); } catch (const std::bad_alloc&) {
-  return kLibrarysOwn(line);
+int HostSystem(const char* line) {
+  if (line == nullptr) return kLibrarysOwn(nullptr);
+  CommandEnd end;
+  try {
+    end = Run(line);
+  } catch (const std::bad_alloc&) {
+  }
+  if (end.how == CommandEnd::kNotStarted) return kLibrarysOwn(line);
+  if (end.how == CommandEnd::kExited && end.status == 0) return 0;
+  LogFailure(line, end);
+  return end.how == CommandEnd::kExited ? W_EXITCODE(end.status, 0) : W_EXITCODE(0, SIGKILL);
 }
 }
 

@@ -36,6 +36,8 @@ Dispatcher::Dispatcher(Methods methods, Mailbox& mailbox)
   for (Method& method : methods) methods_.emplace(method.name, std::move(method));
 }
 
+Dispatcher::~Dispatcher() { mailbox_.Close(); }
+
 const Method& Dispatcher::Find(const std::string& name) const {
   const auto found = methods_.find(name);
   if (found != methods_.end()) return found->second;

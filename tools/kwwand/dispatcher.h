@@ -30,6 +30,11 @@ class Dispatcher {
   // Adds host.version and monitor.start to `methods`. Requires: `mailbox` outlives this.
   Dispatcher(Methods methods, Mailbox& mailbox);
 
+  // Waits for methods that run, and has the mailbox hold none of them up.
+  ~Dispatcher();
+  Dispatcher(const Dispatcher&) = delete;
+  Dispatcher& operator=(const Dispatcher&) = delete;
+
   // Has the request run; its answer comes by the mailbox, under the number `request`. Throws RequestError when it is
   // not to run: not known, not permitted, too many.
   void Start(const Caller& caller, uint64_t request, RpcRequest rpc);

@@ -29,10 +29,12 @@ namespace {
 // this must be neither tighter nor, above all, wider, whatever the one who started the host has.
 constexpr mode_t kUmask = 022;
 
-// Beside what it guards, in the folder that the library makes for it.
+// Beside what it guards, in the folder that the library makes for it. A program of another umask may have left that
+// open to all.
 std::string ForwarderLockPath() {
   const std::filesystem::path folder = std::filesystem::path(kor::tools::kPidFile).parent_path();
   std::filesystem::create_directories(folder);
+  CloseFolder(folder);
   return folder / "kwwand.lock";
 }
 

@@ -25,10 +25,12 @@ constexpr char kDescription[] =
     "kwwand: holds the data calls, the DNS forwarder and the AT service, and serves kwwanctl at a socket.";
 
 constexpr char kFooter[] = R"(Examples:
-  kwwand --stderr --log-level debug                 in the foreground, the log on the terminal too
-  kwwand --daemon --pid-file /run/kwwand.pid        return when the host can be reached
-  kwwand --group wwan                               members of the group wwan may change things
+  kwwand --modem simulated --stderr                 in the foreground, the log on the terminal too
+  kwwand --modem simulated --daemon                 return when the host can be reached
+  kwwand --modem simulated --group wwan             members of the group wwan may change things
   kwwand --modem simulated --scenario bench.txt     the simulated modem plays a story
+
+On a device whose maker brings libraries of its own, --modem is not needed.
 
 SIGTERM, SIGINT and SIGHUP end it in order within 5 seconds.
 Exit status: 0 ended in order, 1 failed (standard error and the log say why), 2 usage.)";

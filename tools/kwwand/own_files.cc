@@ -12,9 +12,14 @@ namespace {
 
 constexpr mode_t kLockMode = 0600;
 constexpr mode_t kPidMode = 0644;
+constexpr mode_t kFolderMode = 0755;
 
-// Opens the file, or makes it. What is not ours stays as it is: a link may lead to any file, another user's file says
-// what he wants, a pipe waits for its other end. Throws std::runtime_error.
+bool IsOpenToOthers(const struct stat& folder) {
+  return (folder.st_mode & (S_IWGRP | S_IWOTH)) != 0 && (folder.st_mode & S_ISVTX) == 0;
+}
+
+// Opens the file, or makes it; either way it has the mode. What is not ours stays as it is: a link may lead to any
+// file, another user's file says what he wants, a pipe waits for its other end. Throws std::runtime_error.
 Fd OpenOwnFile(const std::string& path, mode_t mode) {
   Fd fd(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, mode));
   if (!fd.is_open() && errno == ELOOP) throw std::runtime_error(path + " is a link; it is not followed");
@@ -25,6 +30,7 @@ Fd OpenOwnFile(const std::string& path, mode_t mode) {
   if (file.st_uid != geteuid() || file.st_nlink > 1) {
     throw std::runtime_error(path + " is there and is not this user's alone; it is left alone");
   }
+  if (fchmod(fd.get(), mode) != 0) throw SystemError(path);
   return fd;
 }
 
@@ -67,10 +73,19 @@ void CheckFolder(const std::string& folder) {
   struct stat there {};
   if (stat(folder.c_str(), &there) != 0) throw SystemError(folder);
   const bool is_ours = there.st_uid == 0 || there.st_uid == geteuid();
-  const bool is_open = (there.st_mode & (S_IWGRP | S_IWOTH)) != 0 && (there.st_mode & S_ISVTX) == 0;
+  const bool is_open = IsOpenToOthers(there);
   if (is_ours && !is_open) return;
   throw std::runtime_error(folder + (is_ours ? " can be written by others" : " belongs to another user") +
-                           ", who could put a socket of theirs in the place of the host's");
+                           ", who could put a file of theirs in the place of the host's");
+}
+
+void CloseFolder(const std::string& folder) {
+  const Fd fd(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  struct stat there {};
+  if (!fd.is_open() || fstat(fd.get(), &there) != 0) throw SystemError(folder);
+  const bool is_mine = there.st_uid == geteuid();
+  if (is_mine && IsOpenToOthers(there) && fchmod(fd.get(), kFolderMode) != 0) throw SystemError(folder);
+  CheckFolder(folder);
 }
 
 LockFile::LockFile(const std::string& path, const std::string& holding) : path_(path), fd_(Lock(path, holding)) {}

@@ -14,6 +14,9 @@ namespace kor::host {
 // write there cannot touch another's files, as in /tmp.
 void CheckFolder(const std::string& folder);
 
+// The same; a folder of our user's that others may write to is first closed to them.
+void CloseFolder(const std::string& folder);
+
 // A file that is locked for the length of the object's life and gone at its end. Whoever gets the lock knows that no
 // other process has it; one that is killed leaves the file, and not the lock. Nobody else may open the file: a lock for
 // reading would keep the next host away.

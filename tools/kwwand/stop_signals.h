@@ -9,8 +9,7 @@ namespace kor::host {
 // it is still there after 4.8 s, whatever it does, it is ended with status 1.
 //
 // Signals are caught, not blocked or ignored: what the library starts, such as dnsmasq, would inherit that. SIGPIPE is
-// caught and forgotten for the same reason. While the library runs a shell command, a few milliseconds at the start and
-// the end of a service, system() has the whole process ignore SIGINT: a Ctrl-C of that very moment has to be repeated.
+// caught and forgotten for the same reason. The host's own system() lets SIGINT through while a command runs.
 //
 // One per process, for its whole life.
 class StopSignals {

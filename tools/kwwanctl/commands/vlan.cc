@@ -20,6 +20,7 @@ std::string ListText(const Json& result, const Paint& paint) {
 void AddVlan(CLI::App& app, Context& context) {
   const Arg id{"ID", "id", Number(1, 4094), "The VLAN", "", true};
   const Arg pdn{"PDN", "pdn", Number(1, 255), "The PDN: a policy's index, not the default one's (0)", "", true};
+  const Arg mapped{"PDN", "pdn", Number(0, 255), "The PDN, as the list shows it", "", true};
   const Arg interface {
     "--interface", "interface", OneOf({"ethernet", "usb", "wlan"}),
         "Where its frames travel; ethernet unless said otherwise", "INTERFACE"
@@ -37,7 +38,7 @@ void AddVlan(CLI::App& app, Context& context) {
              add,
              {"remove", "Removes a VLAN.", {id}, {{"vlan remove 100", ""}}, "vlan.remove", ListText},
              {"map", "Lets a PDN serve a VLAN.", {id, pdn}, {{"vlan map 100 1", ""}}, "vlan.map", ListText},
-             {"unmap", "Ends that.", {id, pdn}, {{"vlan unmap 100 1", ""}}, "vlan.unmap", ListText}});
+             {"unmap", "Ends that.", {id, mapped}, {{"vlan unmap 100 1", ""}}, "vlan.unmap", ListText}});
 }
 
 }  // namespace kor::ctl

@@ -63,7 +63,8 @@ AtClaims::Entry AtClaims::Claim(AtManager& at, const Entry& entry) {
   {
     kor::util::MutexLock lock(table_->mutex);
     if (table_->entries.size() >= kMaxClaims && table_->entries.count(entry.name) == 0) {
-      throw RequestError(kBusy, std::to_string(kMaxClaims) + " commands are claimed, and no more can be");
+      throw RequestError(
+          kBusy, "the modem keeps " + std::to_string(kMaxClaims) + " names of claimed commands, and no more can be");
     }
     Entry& kept = table_->entries[entry.name];
     kept.name = entry.name;

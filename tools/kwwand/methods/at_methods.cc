@@ -23,7 +23,8 @@ constexpr const char* kModemsOwn[] = {"+CGMI", "+CGMM", "+CGMR", "+CGSN", "+CMEE
                                       "+CREG", "+CSQ",  "+GMI",  "+GMM",  "+GMR",  "+GSN"};
 
 // Their parameters are PINs and passwords, and the library logs the parameters of every command that is forwarded.
-constexpr const char* kSecret[] = {"+CGAUTH", "+CLCK", "+CPIN", "+CPWD"};
+// So are the card's commands in +CSIM.
+constexpr const char* kSecret[] = {"+CACM", "+CAMM", "+CGAUTH", "+CLCK", "+CPIN", "+CPUC", "+CPWD", "+CSIM"};
 
 template <size_t kCount>
 bool Holds(const char* const (&names)[kCount], const std::string& name) {

@@ -19,8 +19,12 @@ using Entry = bool (*)(const char* text, std::string& reply);
 
 // Null when the backend has none.
 Entry Find(const char* name) {
-  const kor::wwan::DataManager opened;  // The modem is opened by its first user.
-  return reinterpret_cast<Entry>(dlsym(RTLD_DEFAULT, name));
+  void* entry = dlsym(RTLD_DEFAULT, name);
+  if (entry == nullptr) {
+    const kor::wwan::DataManager opened;  // The modem is opened by its first user.
+    entry = dlsym(RTLD_DEFAULT, name);
+  }
+  return reinterpret_cast<Entry>(entry);
 }
 
 Json Run(Core&, const Request& request) {

@@ -157,6 +157,7 @@ std::string EndText(const CommandEnd& end) {
 CommandEnd RunShell(const std::string& line, const std::vector<std::string>& variables, std::chrono::milliseconds limit,
                     size_t max_output, const std::atomic<bool>& cancel) {
   CommandEnd end;
+  end.output.reserve(max_output);  // Once the shell runs nothing may throw: it would be left a zombie.
   const auto last = Clock::now() + limit;
   Pipe pipe;
   if (!pipe.ok()) return end;

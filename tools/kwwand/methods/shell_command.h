@@ -22,6 +22,8 @@ std::string EndText(const CommandEnd& end);
 // `variables` ("NAME=value") are added to the process's environment. After `limit`, or as soon as `cancel` is set,
 // the whole group is killed. Returns when the shell has ended: what it left in the background lives on.
 //
+// Throws std::bad_alloc, and then nothing has been run.
+//
 // Thread safety: may be called from any thread. Descriptors of the process are not handed on if they are close-on-exec.
 CommandEnd RunShell(const std::string& line, const std::vector<std::string>& variables, std::chrono::milliseconds limit,
                     size_t max_output, const std::atomic<bool>& cancel);

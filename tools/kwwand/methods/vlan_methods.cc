@@ -58,11 +58,11 @@ Json Remove(Core& core, const Request& request) {
   return VlansJson(core);
 }
 
-// The default PDN, 0, cannot be mapped.
+// The default PDN, 0, cannot be mapped. A mapped one may have become the default one, and be unmapped.
 Json SetMapping(Core& core, const Request& request, bool map) {
   const Params params(request, {"id", "pdn"});
   VlanConfig vlan = Existing(core, params);
-  vlan.pdn = params.Number("pdn", 1, UINT8_MAX);
+  vlan.pdn = params.Number("pdn", map ? 1 : 0, UINT8_MAX);
   Check(core.mobileap->SetPdnToVlanMapping(map, vlan),
         map ? "mapping the VLAN (the PDN must be a policy's index)" : "ending the VLAN's mapping");
   return VlansJson(core);
