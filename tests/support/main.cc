@@ -10,8 +10,10 @@
 int main(int argc, char** argv) {
   const char* sandbox = getenv("KWWAN_SANDBOX");
   if (sandbox == nullptr || strcmp(sandbox, "1") != 0) {
-    fprintf(stderr, "%s uses /etc/resolv.conf, /data and /var/run: run it as\n  script/sandbox -- %s\n", argv[0],
-            argv[0]);
+    fprintf(stderr,
+            "%s uses /etc/resolv.conf, /data and /var/run. All its tests, each in a sandbox of its own: ctest. One:\n"
+            "  script/sandbox -- %s --gtest_filter=SUITE.TEST\n",
+            argv[0], argv[0]);
     return 1;
   }
   kor::test::SecretWatch watch;                          // First: the process has one thread yet.
