@@ -17,13 +17,14 @@ bool IsOneOf(std::string_view set, char c) { return set.find(c) != std::string_v
 }  // namespace
 
 AtEditor::Event AtEditor::Type(char c, const AtSettings& settings, std::string& echo) {
-  if (c == settings.line_end) {
+  const auto code = static_cast<unsigned char>(c);
+  if (code == settings.line_end) {
     if (settings.echo) echo += c;
     if (line_.size() >= kPrefixSize) return Event::kLine;
     Clear();
     return Event::kNothing;
   }
-  if (c == settings.erase || c == kDelete) {
+  if (code == settings.erase || c == kDelete) {
     if (settings.echo && !line_.empty()) echo += "\b \b";
     if (!line_.empty() && !too_long_) line_.pop_back();
     return Event::kNothing;
