@@ -16,7 +16,7 @@ peers=("${@:2}")
 processes=31
 probe=$build/bench/load_probe
 library=$build/lib/libkwwan.so.0
-floor=$build/bench/libload_floor.so
+floor=$build/lib/libload_floor.so
 platform=("$build"/lib/lib{kutil,tzm_qcmap,tzm_qmi}.so)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
