@@ -51,33 +51,38 @@ void AtTerminal::HangUp() {
 }
 
 void AtTerminal::HandleReady() {
-  (void)Serve();
-  // Nobody is there any more: what was typed before is still executed, but nothing is waited for. Only after a session
-  // that was used, because Flush() itself is seen as one.
-  while (used_ && !pty_.IsOpen()) {
-    HangUp();
-    if (Serve()) continue;
-    used_ = false;
-    (void)pty_.Flush();  // Without it the next program sees what this one did not read.
-  }
+  Serve();
   Update();
 }
 
-// Whether something was typed.
-bool AtTerminal::Serve() {
+void AtTerminal::Serve() {
   char buffer[4096];
   const size_t size = dialog_.wants_input() ? pty_.Read(buffer, sizeof(buffer)) : 0;
   // Asked after the reading: when the next program has typed already, the last one's leaving is known here.
   if (pty_.TakeLeaving()) HangUp();
   TakeTimeout();
-  if (size == 0) return false;
+  if (size == 0) return;
   used_ = true;
   if (pty_.IsOpen()) pty_.NoteUse();
   dialog_.Type({buffer, size});
-  return true;
 }
 
+// Nobody is there any more: what was typed before is still executed, but nothing is waited for. Only after a session
+// that was used, because Flush() itself is seen as one. The kernel keeps for the next program what this one did not
+// read, so it is forgotten before anything that the next one types is looked at.
+void AtTerminal::EndSession() {
+  while (used_ && !pty_.IsOpen()) {
+    HangUp();
+    used_ = false;
+    (void)pty_.Flush();
+    Serve();
+  }
+}
+
+// Looks for the session's end itself: an unsolicited text or an answer may come before the terminals' thread has seen
+// it.
 void AtTerminal::Update() {
+  EndSession();
   const bool open = pty_.IsOpen();
   while (!dialog_.output().empty()) {
     const size_t size = open ? pty_.Write(dialog_.output()) : dialog_.output().size();

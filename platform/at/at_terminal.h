@@ -14,6 +14,9 @@ namespace kor::modem {
 //
 // Where no program is, what is shown is lost. When the last one leaves, its half line, the answer it waited for, its
 // settings and what it did to the pty's mode are forgotten: the next program finds the terminal as the first one did.
+// One limit is the kernel's: it keeps what a program did not read for whoever opens the pty next, and does not tell the
+// characters that one typed from the next one's. A program that opens before the leaving was seen (by HandleReady() or
+// Update()) finds both.
 //
 // Thread safety: for one thread at a time.
 class AtTerminal {
@@ -34,7 +37,7 @@ class AtTerminal {
   // Something in the epoll set is ready.
   void HandleReady();
 
-  // Shows what the dialog has to show. To be called after the dialog was changed.
+  // Shows what the dialog has to show, unless the program has left. To be called after the dialog was changed.
   void Update();
 
  private:
@@ -42,7 +45,8 @@ class AtTerminal {
   void TakeTimeout();
   void HangUp();
   void LimitHold();
-  bool Serve();
+  void Serve();
+  void EndSession();
   void Watch(bool open);
 
   const int epoll_fd_;
