@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Which state, address and interface belong to a profile; the interface rmnet_data0; the switches of the families.
+// Which state, address and interface belong to a profile; the interface rmnet_data0; the switches of the families;
+// requests to make or change a profile.
 #include <arpa/inet.h>
 
 #include <array>
@@ -113,6 +114,26 @@ bool DataManager::SetIpv4Enabled(uint32_t index, bool enable, IPFamily ip_family
   if (ipv4) done &= enable ? qcmap_->EnableIpv4(index) : qcmap_->DisableIpv4(index);
   if (ipv6) done &= enable ? qcmap_->EnableIpv6(index) : qcmap_->DisableIpv6(index);
   return done;
+}
+
+// -- Making and changing a profile: examined, and answered without changing any ---------------------------------------
+
+kor::Result DataManager::CreateProfile(ProfileType type, int index) {
+  ProfileSetting scratch;
+  if (GetProfileSetting(type, index, scratch) != kor::Result::kSuccess) return kor::Result::kNotSupported;
+  KOR_LOG_AS("kor::Result kor::wwan::DataManager::CreateProfile(kor::wwan::DataManager::ProfileType, int)", LOG_ERR,
+             "profile index %d already exits\n", index);
+  return kor::Result::kPreconditionFailed;
+}
+
+kor::Result DataManager::ModifyProfileSetting(ProfileSetting& setting) {
+  ProfileSetting scratch;
+  if (GetProfileSetting(setting.type, setting.index, scratch) == kor::Result::kSuccess) {
+    return kor::Result::kNotSupported;
+  }
+  KOR_LOG_AS("kor::Result kor::wwan::DataManager::ModifyProfileSetting(kor::wwan::DataManager::ProfileSetting&)",
+             LOG_ERR, "Can't get profile setting before modifying\n");
+  return kor::Result::kPreconditionFailed;
 }
 
 }  // namespace kor::wwan

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The object and the LAN as a whole.
 #include "wwan/mobileap_manager.h"
 
 #include <utility>
@@ -9,6 +8,12 @@
 #include "common/vendor/qcmap_wrapper.h"
 
 namespace kor::wwan {
+
+namespace {
+
+constexpr int32_t kDefaultPdn = 0;
+
+}  // namespace
 
 MobileapManager::MobileapManager() : qcmap_(kor::vendor::qcom::qcmap::QcmapWrapper::GetInstance()) {}
 
@@ -49,6 +54,94 @@ bool MobileapManager::SetGatewayIp(std::string gw) {
   if (!config.valid) return false;
   config.gw = std::move(gw);
   return SetLanConfig(config, true);
+}
+
+// -- The LAN's DHCP server: each change is a read and a write of the whole LAN configuration --------------------------
+
+// Writes `config` with another pool, if that is good. An end that stays may be the record's own.
+bool MobileapManager::WriteDhcpPool(LanConfig& config, const std::string& start, const std::string& end) {
+  if (!kor::util::NetworkManager::CheckIpv4DhcpRangeValidation(config.gw, config.nm, start, end)) return false;
+  config.dhcp_start_ip = start;
+  config.dhcp_end_ip = end;
+  return SetLanConfig(config, true);
+}
+
+bool MobileapManager::SetDhcpServerStartIp(std::string start) {
+  LanConfig config = GetLanConfig();
+  return config.valid && WriteDhcpPool(config, start, config.dhcp_end_ip);
+}
+
+bool MobileapManager::SetDhcpServerEndIp(std::string end) {
+  LanConfig config = GetLanConfig();
+  return config.valid && WriteDhcpPool(config, config.dhcp_start_ip, end);
+}
+
+bool MobileapManager::SetDhcpServerIpRange(std::string start, std::string end) {
+  LanConfig config = GetLanConfig();
+  return config.valid && WriteDhcpPool(config, start, end);
+}
+
+bool MobileapManager::SetDhcpServerEnable(bool enable) {
+  LanConfig config = GetLanConfig();
+  if (!config.valid) return false;
+  config.enable_dhcp = enable;
+  return SetLanConfig(config, true);
+}
+
+bool MobileapManager::SetDhcpServerLeaseTime(int lease_time) {
+  LanConfig config = GetLanConfig();
+  if (!config.valid) return false;
+  config.dhcp_lease_time = lease_time;
+  return SetLanConfig(config, true);
+}
+
+bool MobileapManager::SetDhcpServerConfig(bool enable, std::string start, std::string end, int lease_time) {
+  LanConfig config = GetLanConfig();
+  if (!config.valid) return false;
+  config.enable_dhcp = enable;
+  config.dhcp_start_ip = std::move(start);
+  config.dhcp_end_ip = std::move(end);
+  config.dhcp_lease_time = lease_time;
+  return SetLanConfig(config, true);
+}
+
+// -- VLANs, their PDNs, and IP passthrough
+// -----------------------------------------------------------------------------
+
+bool MobileapManager::SetVlanConfig(bool enable, VlanConfig& config) {
+  if (!enable) return qcmap_->DeleteVlanConfig(config);
+  if (config.pdn == kDefaultPdn) {
+    KOR_LOG_AS("bool kor::wwan::MobileapManager::SetVlanConfig(bool, kor::wwan::MobileapManager::VlanConfig&)", LOG_ERR,
+               "Vlan cannot be mapped with default PDN\n");
+    return false;
+  }
+  if (!qcmap_->SetVlanConfig(config)) return false;
+  if (config.pdn <= kDefaultPdn) return true;  // As it is now: the wrapper may have changed it.
+  return qcmap_->SetPdnToVlanMapping(config);
+}
+
+bool MobileapManager::GetVlanConfigs(std::vector<VlanConfig>& configs) {
+  if (!qcmap_->GetVlanConfigs(configs)) return false;
+  std::vector<VlanMapping> mappings;
+  if (!qcmap_->GetPdnToVlanMapping(mappings)) return false;
+  for (VlanConfig& config : configs) {
+    for (const VlanMapping& mapping : mappings) {
+      if (mapping.vlan_id == config.vlan_id) config.pdn = mapping.pdn;  // The last one counts.
+    }
+  }
+  return true;
+}
+
+bool MobileapManager::SetPdnToVlanMapping(bool enable, VlanConfig& config) {
+  return enable ? qcmap_->SetPdnToVlanMapping(config) : qcmap_->DeletePdnToVlanMapping(config);
+}
+
+bool MobileapManager::SetIpPassthrough(bool enable, IpPassthroughConfig& config) {
+  return qcmap_->SetIpPassthrough(enable, config);
+}
+
+bool MobileapManager::GetIpPassthrough(bool& enabled, IpPassthroughConfig& config) {
+  return qcmap_->GetIpPassthrough(enabled, config);
 }
 
 }  // namespace kor::wwan
