@@ -125,11 +125,6 @@ std::string SimModem::Type(const std::string& line) {
   return line;
 }
 
-std::string SimModem::LanInForce() {
-  Asked();
-  return "";
-}
-
 std::vector<std::string> SimModem::TakeRecord() {
   Asked();
   return {"GetWwanPolicies", "GetWwanPolicies"};

@@ -2,14 +2,20 @@
 // The wrapper's LAN, VLANs and IP passthrough.
 #include "clients/operation.h"
 #include "common/vendor/qcmap_wrapper.h"
-#include "router/lan_table.h"
+#include "router/router.h"
 
 namespace kor::vendor::qcom::qcmap {
+
+namespace {
+
+LanTable& Lan() { return Router::Get().lan; }
+
+}  // namespace
 
 bool QcmapWrapper::GetLanConfig(std::string& gw, std::string& nm, bool& enable_dhcp, std::string& start,
                                 std::string& end, int& lease) {
   if (!Admitted("GetLanConfig")) return false;
-  const LanTable::LanConfig config = LanTable::Get().Config();
+  const LanTable::LanConfig config = Lan().Config();
   gw = config.gw;
   nm = config.nm;
   enable_dhcp = config.enable_dhcp;
@@ -22,50 +28,50 @@ bool QcmapWrapper::GetLanConfig(std::string& gw, std::string& nm, bool& enable_d
 bool QcmapWrapper::SetLanConfig(std::string gw, std::string nm, bool enable_dhcp, std::string start, std::string end,
                                 unsigned int lease) {
   return Admitted("SetLanConfig", gw, nm, enable_dhcp, start, end, lease) &&
-         LanTable::Get().Set({true, gw, nm, enable_dhcp, start, end, static_cast<int32_t>(lease)});
+         Lan().Set({true, gw, nm, enable_dhcp, start, end, static_cast<int32_t>(lease)});
 }
 
 bool QcmapWrapper::ActivateLan() {
-  return Admitted("ActivateLan") && LanTable::Get().Activate() == kor::Result::kSuccess;
+  if (!Admitted("ActivateLan")) return false;
+  Lan().Activate();
+  return true;
 }
 
 bool QcmapWrapper::SetVlanConfig(VlanConfig& config) {
-  return Admitted("SetVlanConfig", config.interface, config.vlan_id, config.pdn) && LanTable::Get().SetVlan(config);
+  return Admitted("SetVlanConfig", config.interface, config.vlan_id, config.pdn) && Lan().SetVlan(config);
 }
 
 bool QcmapWrapper::DeleteVlanConfig(VlanConfig& config) {
-  return Admitted("DeleteVlanConfig", config.vlan_id) && LanTable::Get().DeleteVlan(config.vlan_id);
+  return Admitted("DeleteVlanConfig", config.vlan_id) && Lan().DeleteVlan(config.vlan_id);
 }
 
 bool QcmapWrapper::GetVlanConfigs(std::vector<VlanConfig>& configs) {
   if (!Admitted("GetVlanConfigs")) return false;
-  configs = LanTable::Get().Vlans();
+  configs = Lan().Vlans();
   return true;
 }
 
 bool QcmapWrapper::SetPdnToVlanMapping(VlanConfig& config) {
-  return Admitted("SetPdnToVlanMapping", config.vlan_id, config.pdn) &&
-         LanTable::Get().MapVlan(config.vlan_id, config.pdn);
+  return Admitted("SetPdnToVlanMapping", config.vlan_id, config.pdn) && Lan().MapVlan(config.vlan_id, config.pdn);
 }
 
 bool QcmapWrapper::DeletePdnToVlanMapping(VlanConfig& config) {
-  return Admitted("DeletePdnToVlanMapping", config.vlan_id) && LanTable::Get().UnmapVlan(config.vlan_id);
+  return Admitted("DeletePdnToVlanMapping", config.vlan_id) && Lan().UnmapVlan(config.vlan_id);
 }
 
 bool QcmapWrapper::GetPdnToVlanMapping(std::vector<VlanMapping>& mappings) {
   if (!Admitted("GetPdnToVlanMapping")) return false;
-  mappings = LanTable::Get().Mappings();
+  mappings = Lan().Mappings();
   return true;
 }
 
 bool QcmapWrapper::SetIpPassthrough(bool enable, IpPassthroughConfig& config) {
-  return Admitted("SetIpPassthrough", enable, config.mode, config.target) &&
-         LanTable::Get().SetPassthrough(enable, config);
+  return Admitted("SetIpPassthrough", enable, config.mode, config.target) && Lan().SetPassthrough(enable, config);
 }
 
 bool QcmapWrapper::GetIpPassthrough(bool& enabled, IpPassthroughConfig& config) {
   if (!Admitted("GetIpPassthrough")) return false;
-  enabled = LanTable::Get().GetPassthrough(config);
+  enabled = Lan().GetPassthrough(config);
   return true;
 }
 

@@ -8,8 +8,7 @@
 
 #include "clients/operation.h"
 #include "common/log.h"
-#include "router/lan_table.h"
-#include "router/policy_table.h"
+#include "router/router.h"
 
 namespace kor::vendor::qcom::qcmap {
 
@@ -21,7 +20,7 @@ using kor::util::IPFamily;
 
 constexpr int kNoProfile = -1;
 
-PolicyTable& Table() { return PolicyTable::Get(); }
+PolicyTable& Table() { return Router::Get().policies; }
 
 uint32_t EventCode(CallEvent event) {
   switch (event) {
@@ -76,6 +75,11 @@ std::string Checked(IPFamily family, const std::string& text) {
 
 }  // namespace
 
+Router& Router::Get() {
+  static Router* const router = new Router(kor::modem::ModemPort::Get());
+  return *router;
+}
+
 QcmapWrapper* QcmapWrapper::GetInstance() {
   if (!Admitted("QcmapWrapper.GetInstance")) throw std::runtime_error("QcmapWrapper: the modem is not reachable");
   static QcmapWrapper* const instance = CreateWrapper();
@@ -105,7 +109,7 @@ bool QcmapWrapper::CreateWwanPolicy(kor::wwan::Tech tech, IPFamily ip_family, ui
 }
 
 bool QcmapWrapper::DeleteWwanPolicy(uint8_t index) {
-  return Admitted("DeleteWwanPolicy", index) && LanTable::Get().DeletePdn(index);
+  return Admitted("DeleteWwanPolicy", index) && Router::Get().lan.DeletePdn(index);
 }
 
 bool QcmapWrapper::GetWwanConnectStatus(uint32_t index, ConnectStatus& ipv4, ConnectStatus& ipv6) {

@@ -12,7 +12,6 @@
 #include "common/result.h"
 #include "wwan/at_manager.h"
 #include "wwan/data_manager.h"
-#include "wwan/mobileap_manager.h"
 #include "wwan/network_manager.h"
 #include "wwan/sms_manager.h"
 
@@ -104,9 +103,6 @@ class KOR_EXPORT ModemPort {
 
   // The application side is ready.
   virtual kor::Result SetSoftwareReady() = 0;
-
-  // Puts a LAN configuration into force.
-  virtual kor::Result ApplyLan(const kor::wwan::MobileapManager::LanConfig& config) = 0;
 
   // The modem's model, for people.
   virtual kor::Result GetModelId(std::string& model_id) = 0;

@@ -75,19 +75,18 @@ bool IsPool(const LanTable::LanConfig& config) {
 
 }  // namespace
 
-// Leaked on purpose, as the wrapper is: threads may be at work while exit() destroys what is static.
-LanTable& LanTable::Get() {
-  static LanTable* const lan = new LanTable(kor::modem::ModemPort::Get(), PolicyTable::Get());
-  return *lan;
-}
-
 LanTable::LanConfig LanTable::Defaults() {
   return {true, "192.168.225.1", "255.255.255.0", true, "192.168.225.20", "192.168.225.60", 43200};
 }
 
 LanTable::LanConfig LanTable::Config() {
   kor::util::MutexLock lock(mutex_);
-  return lan_;
+  return recorded_;
+}
+
+LanTable::LanConfig LanTable::InForce() {
+  kor::util::MutexLock lock(mutex_);
+  return in_force_;
 }
 
 bool LanTable::Set(const LanConfig& config) {
@@ -95,14 +94,14 @@ bool LanTable::Set(const LanConfig& config) {
   const auto mask = ParseAddress(config.nm);
   if (!gateway || !mask || !IsNetmask(*mask) || !IsHostAddress(*gateway, *mask) || !IsPool(config)) return false;
   kor::util::MutexLock lock(mutex_);
-  lan_ = config;
-  lan_.valid = true;
+  recorded_ = config;
+  recorded_.valid = true;
   return true;
 }
 
-kor::Result LanTable::Activate() {
+void LanTable::Activate() {
   kor::util::MutexLock lock(mutex_);
-  return port_.ApplyLan(lan_);
+  in_force_ = recorded_;
 }
 
 bool LanTable::SetVlan(const VlanConfig& config) {

@@ -6,16 +6,14 @@
 #include <vector>
 
 #include "common/mutex.h"
-#include "common/result.h"
 #include "common/vendor/lock_ranks.h"
-#include "port/modem_port.h"
 #include "router/policy_table.h"
 #include "wwan/mobileap_manager.h"
 
 namespace kor::vendor::qcom::qcmap {
 
-// What the mobile-AP side keeps of the LAN: the configuration that is recorded, the VLANs and their PDNs, IP
-// passthrough.
+// What the mobile-AP side keeps of the LAN: the configuration that is recorded and the one that is in force, the VLANs
+// and their PDNs, IP passthrough.
 //
 // Thread safety: all operations may be called from any thread.
 class LanTable {
@@ -25,13 +23,12 @@ class LanTable {
   using VlanMapping = kor::wwan::MobileapManager::VlanMapping;
   using IpPassthroughConfig = kor::wwan::MobileapManager::IpPassthroughConfig;
 
-  // The wrapper's one table, alive until the process ends.
-  static LanTable& Get();
+  // Starts as a plain router: 192.168.225.1/24, a pool of .20 to .60, leases of 12 hours. `policies` must outlive this.
+  explicit LanTable(PolicyTable& policies) : policies_(policies) {}
 
-  // Starts as a plain router: 192.168.225.1/24, a pool of .20 to .60, leases of 12 hours. Both must outlive this.
-  LanTable(kor::modem::ModemPort& port, PolicyTable& policies) : port_(port), policies_(policies) {}
-
+  // What is recorded, and what is in force: that which was recorded at the last activation, not valid before the first.
   LanConfig Config() KOR_EXCLUDES(mutex_);
+  LanConfig InForce() KOR_EXCLUDES(mutex_);
 
   // Records a configuration. False when an address does not parse, the gateway's is none that a host can have in its
   // subnet, the netmask's ones are not the first bits, or the pool's first address is above its last. Without DHCP
@@ -40,7 +37,7 @@ class LanTable {
   bool Set(const LanConfig& config) KOR_EXCLUDES(mutex_);
 
   // Puts what is recorded into force.
-  kor::Result Activate() KOR_EXCLUDES(mutex_);
+  void Activate() KOR_EXCLUDES(mutex_);
 
   // Adds or changes the VLAN of that number, 1 to 4094; its `pdn` is not looked at. Each returns false when there is no
   // such VLAN (mapping); mapping also when there is no PDN of that index but the default one, 0.
@@ -64,12 +61,11 @@ class LanTable {
  private:
   static LanConfig Defaults();
 
-  // Constant after construction.
-  kor::modem::ModemPort& port_;
   PolicyTable& policies_;
 
   kor::util::Mutex mutex_{rank::kLan};
-  LanConfig lan_ KOR_GUARDED_BY(mutex_) = Defaults();
+  LanConfig recorded_ KOR_GUARDED_BY(mutex_) = Defaults();
+  LanConfig in_force_ KOR_GUARDED_BY(mutex_);
   std::map<int32_t, VlanConfig> vlans_ KOR_GUARDED_BY(mutex_);
   // VLAN to the handle of its PDN, whose index changes when another one is deleted; both are there.
   std::map<int32_t, int32_t> mappings_ KOR_GUARDED_BY(mutex_);

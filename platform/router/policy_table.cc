@@ -12,12 +12,6 @@ bool IsOneFamily(IPFamily family) { return family == IPFamily::kIpv4 || family =
 
 }  // namespace
 
-// Leaked on purpose, as the wrapper is: the modem's thread may be at work while exit() destroys what is static.
-PolicyTable& PolicyTable::Get() {
-  static PolicyTable* const table = new PolicyTable(kor::modem::ModemPort::Get());
-  return *table;
-}
-
 PolicyTable::CallState& PolicyTable::StateOf(Entry& entry, IPFamily family) {
   return family == IPFamily::kIpv4 ? entry.ipv4 : entry.ipv6;
 }

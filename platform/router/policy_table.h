@@ -29,9 +29,6 @@ class PolicyTable {
   using WwanPolicy = kor::wwan::DataManager::WwanPolicy;
   using ConnectStatus = kor::wwan::DataManager::ConnectStatus;
 
-  // The wrapper's one table, alive until the process ends.
-  static PolicyTable& Get();
-
   // Starts with one policy: profile 1 for both families, handle 100. `port` must outlive this object.
   explicit PolicyTable(kor::modem::ModemPort& port) : port_(port), entries_(1) {}
 

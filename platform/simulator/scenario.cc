@@ -145,10 +145,6 @@ Action ParseType(Arguments& args) {
   return [line = args.Line("LINE")](SimModem& modem) { return ScenarioReply{true, modem.Type(line)}; };
 }
 
-Action ParseLan(Arguments&) {
-  return [](SimModem& modem) { return ScenarioReply{true, modem.LanInForce()}; };
-}
-
 Action ParseRecord(Arguments&) {
   return [](SimModem& modem) { return ScenarioReply{true, Join(modem.TakeRecord())}; };
 }
@@ -236,7 +232,6 @@ constexpr Command kCommands[] = {
     {"type", "LINE", "types an AT line, such as AT+CSQ, and tells what is answered", ParseType},
     {"refuse-names", "COUNT", "the next requests for AT names are refused", ParseRefuseNames},
     {"answer-limit", "MS", "time after which a forwarded AT command fails", ParseAnswerLimit},
-    {"lan", "", "the LAN configuration in force", ParseLan},
     {"record", "", "the operations asked since the last time", ParseRecord},
     {"wait-idle", "MS", "wait until nothing is pending", ParseWaitIdle},
     {"help", "", "this list", ParseHelp},

@@ -100,8 +100,6 @@ void SimModem::SetAnswerLimit(Milliseconds limit) { Simulation::Get().at.SetAnsw
 
 bool SimModem::IsSoftwareReady() { return Simulation::Get().software_ready; }
 
-std::string SimModem::LanInForce() { return Simulation::Get().lan.Text(); }
-
 std::vector<std::string> SimModem::TakeRecord() { return Simulation::Get().faults.TakeRecord(); }
 
 bool SimModem::WaitIdle(Milliseconds limit) { return Simulation::Get().events.WaitIdle(limit); }

@@ -205,13 +205,6 @@ class KOR_EXPORT SimModem {
   // Whether the application side has said that it is ready.
   bool IsSoftwareReady();
 
-  // -- The LAN -------------------------------------------------------------------------------------------------------
-
-  // The LAN configuration in force, "192.168.225.1 255.255.255.0 192.168.225.20-192.168.225.60 43200": gateway,
-  // netmask, DHCP pool and lease time in seconds, the last two "-" without a DHCP server. Empty before the first
-  // activation.
-  std::string LanInForce();
-
   // -- What was seen -------------------------------------------------------------------------------------------------
 
   // The operations asked of the vendor clients since the last call, oldest first, the latest 1000: the name, then the

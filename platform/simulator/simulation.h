@@ -12,7 +12,6 @@
 #include "simulator/calls.h"
 #include "simulator/faults.h"
 #include "simulator/identity.h"
-#include "simulator/lan.h"
 #include "simulator/links.h"
 #include "simulator/profiles.h"
 #include "simulator/radio.h"
@@ -62,10 +61,6 @@ class Simulation final : public ModemPort {
   }
   kor::Result SetSoftwareReady() override {
     software_ready = true;
-    return kor::Result::kSuccess;
-  }
-  kor::Result ApplyLan(const Lan::Config& config) override {
-    lan.Apply(config);
     return kor::Result::kSuccess;
   }
   kor::Result GetModelId(std::string& model_id) override {
@@ -123,7 +118,6 @@ class Simulation final : public ModemPort {
   EventThread events;
   Calls calls{events, links, faults, [this] { return radio.IsInService(); }};
   Profiles profiles;
-  Lan lan;
   AtModem at{events, [this](const AtCommand& command) {
                return AnswerOf(command, radio.State(), {sim.IsStarting(), sim.GetPinStatus()});
              }};

@@ -36,7 +36,6 @@ class ScriptedPort final : public kor::modem::ModemPort {
   kor::Result AnswerAtCommand(const kor::wwan::AtManager::Command&, bool, const std::string&) override { return kNone; }
   kor::Result ShowAtText(const std::string&) override { return kNone; }
   kor::Result SetSoftwareReady() override { return kNone; }
-  kor::Result ApplyLan(const kor::wwan::MobileapManager::LanConfig&) override { return kNone; }
   kor::Result GetModelId(std::string&) override { return kNone; }
   kor::Result SetPinLock(int, bool, const std::string&) override { return kNone; }
   kor::Result ChangePin(int, const std::string&, const std::string&) override { return kNone; }
