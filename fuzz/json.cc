@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "kwwand/json_rpc.h"
+#include "kwwand/wire/json_rpc.h"
 #include "require.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "kwwand/line_buffer.h"
+#include "kwwand/wire/line_buffer.h"
 #include "require.h"
 
 namespace {

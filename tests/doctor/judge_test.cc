@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the sandbox cannot show: an ordinary user's view, and answers of servers that are not well.
+#include "kwwanctl/doctor/judge.h"
+
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -9,8 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "kwwanctl/doctor_judge.h"
-#include "kwwanctl/doctor_query.h"
+#include "kwwanctl/doctor/query.h"
 
 namespace kor::ctl::doctor {
 

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "kwwand/method.h"
+#include "kwwand/wire/method.h"
 #include "support/wait.h"
 
 namespace kor::test {

@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "kwwand/fd.h"
-#include "kwwand/method.h"
+#include "kwwand/wire/method.h"
+#include "shared/fd.h"
 
 namespace kor::test {
 

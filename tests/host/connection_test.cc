@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // What a client costs that has once let much pile up, or sent much.
-#include "kwwand/connection.h"
+#include "kwwand/wire/connection.h"
 
 #include <gtest/gtest.h>
 #include <malloc.h>

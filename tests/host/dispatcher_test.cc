@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Who may do what, and what becomes of a method that throws.
-#include "kwwand/dispatcher.h"
+#include "kwwand/wire/dispatcher.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -9,7 +9,7 @@
 #include <future>
 #include <memory>
 
-#include "kwwand/fd.h"
+#include "shared/fd.h"
 #include "support/wait.h"
 
 namespace kor::test {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "kwwand/fd.h"
+#include "shared/fd.h"
 
 namespace kor::test {
 

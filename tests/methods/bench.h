@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "kwwand/host.h"
+#include "kwwand/host/host.h"
 #include "simulator/sim_modem.h"
 #include "support/wait.h"
 

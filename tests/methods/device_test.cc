@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "bench.h"
-#include "common/dns_files.h"
+#include "shared/dns_files.h"
 #include "support/files.h"
 #include "support/secrets.h"
 

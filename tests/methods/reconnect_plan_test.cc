@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "kwwand/methods/reconnect_plan.h"
+#include "kwwand/host/reconnect_plan.h"
 
 #include <gtest/gtest.h>
 

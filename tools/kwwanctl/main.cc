@@ -4,10 +4,10 @@
 #include <cstdio>
 #include <string>
 
-#include "common/standard_streams.h"
 #include "kwwanctl/commands.h"
 #include "kwwanctl/help.h"
 #include "kwwanctl/usage.h"
+#include "shared/standard_streams.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "common/listed.h"
 #include "kwwanctl/command_error.h"
+#include "shared/listed.h"
 
 namespace kor::ctl {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "common/escape.h"
+#include "shared/escape.h"
 
 namespace kor::ctl {
 

@@ -4,8 +4,8 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 
-#include "common/nearest.h"
 #include "kwwanctl/takes.h"
+#include "shared/nearest.h"
 
 namespace kor::ctl {
 namespace {

@@ -6,9 +6,9 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 
-#include "common/nearest.h"
 #include "kwwanctl/ending.h"
 #include "kwwanctl/help.h"
+#include "shared/nearest.h"
 
 namespace kor::ctl {
 namespace {

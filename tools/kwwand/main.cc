@@ -7,19 +7,19 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "common/dns_files.h"
-#include "common/standard_streams.h"
-#include "kwwand/dispatcher.h"
-#include "kwwand/host.h"
-#include "kwwand/listen_socket.h"
-#include "kwwand/log.h"
-#include "kwwand/mailbox.h"
+#include "kwwand/host/host.h"
+#include "kwwand/host/log.h"
+#include "kwwand/host/options.h"
+#include "kwwand/host/readiness.h"
+#include "kwwand/host/stop_signals.h"
 #include "kwwand/methods/simulated_modem.h"
-#include "kwwand/options.h"
 #include "kwwand/own_files.h"
-#include "kwwand/readiness.h"
-#include "kwwand/server.h"
-#include "kwwand/stop_signals.h"
+#include "kwwand/wire/dispatcher.h"
+#include "kwwand/wire/listen_socket.h"
+#include "kwwand/wire/mailbox.h"
+#include "kwwand/wire/server.h"
+#include "shared/dns_files.h"
+#include "shared/standard_streams.h"
 
 namespace kor::host {
 

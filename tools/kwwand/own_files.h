@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "kwwand/fd.h"
+#include "shared/fd.h"
 
 namespace kor::host {
 

@@ -4,9 +4,9 @@
 #include <cctype>
 #include <iterator>
 
+#include "kwwand/host/results.h"
 #include "kwwand/methods/params.h"
 #include "kwwand/methods/registry.h"
-#include "kwwand/methods/results.h"
 
 namespace kor::host {
 

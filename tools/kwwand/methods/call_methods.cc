@@ -2,10 +2,10 @@
 // call.list, call.show, call.up, call.down
 #include <optional>
 
+#include "kwwand/host/results.h"
 #include "kwwand/methods/call_report.h"
 #include "kwwand/methods/policies.h"
 #include "kwwand/methods/registry.h"
-#include "kwwand/methods/results.h"
 
 namespace kor::host {
 

@@ -6,8 +6,8 @@
 #include <functional>
 
 #include "common/mutex.h"
+#include "kwwand/host/call_watch.h"
 #include "kwwand/lock_ranks.h"
-#include "kwwand/methods/call_watch.h"
 #include "kwwand/methods/explain.h"
 
 namespace kor::host {

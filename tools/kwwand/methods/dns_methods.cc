@@ -2,7 +2,7 @@
 // dns.show, dns.start, dns.stop
 #include "kwwand/methods/dns_methods.h"
 
-#include "kwwand/methods/dns_files.h"
+#include "kwwand/host/dns_files.h"
 #include "kwwand/methods/params.h"
 #include "kwwand/methods/registry.h"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "kwwand/methods/core.h"
+#include "kwwand/host/core.h"
 
 namespace kor::host {
 

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "kwwand/methods/event_json.h"
-#include "kwwand/methods/results.h"
+#include "kwwand/host/event_json.h"
+#include "kwwand/host/results.h"
 
 namespace kor::host {
 

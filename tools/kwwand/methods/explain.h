@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "common/result.h"
-#include "kwwand/method.h"
-#include "kwwand/methods/event_log.h"
-#include "kwwand/methods/words.h"
+#include "kwwand/host/event_log.h"
+#include "kwwand/host/words.h"
+#include "kwwand/wire/method.h"
 
 namespace kor::host {
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // host.status: everything on one screen. device.show: the modem.
+#include "kwwand/host/results.h"
 #include "kwwand/methods/dns_methods.h"
 #include "kwwand/methods/params.h"
 #include "kwwand/methods/policies.h"
 #include "kwwand/methods/registry.h"
-#include "kwwand/methods/results.h"
 
 namespace kor::host {
 

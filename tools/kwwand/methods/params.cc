@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include "common/listed.h"
-#include "common/nearest.h"
+#include "shared/listed.h"
+#include "shared/nearest.h"
 
 namespace kor::host {
 

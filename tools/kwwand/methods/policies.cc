@@ -6,7 +6,7 @@
 #include <array>
 
 #include "common/util/network_manager.h"
-#include "kwwand/methods/results.h"
+#include "kwwand/host/results.h"
 
 namespace kor::host {
 

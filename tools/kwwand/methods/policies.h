@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "kwwand/method.h"
 #include "kwwand/methods/params.h"
+#include "kwwand/wire/method.h"
 
 namespace kor::host {
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // policy.*: the slots that bind calls to profiles.
+#include "kwwand/host/results.h"
 #include "kwwand/methods/policies.h"
 #include "kwwand/methods/registry.h"
-#include "kwwand/methods/results.h"
 
 namespace kor::host {
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // profile.*: the modem's data profiles. Passwords go in and never come out.
+#include "kwwand/host/results.h"
 #include "kwwand/methods/params.h"
 #include "kwwand/methods/registry.h"
-#include "kwwand/methods/results.h"
 
 namespace kor::host {
 

@@ -3,9 +3,9 @@
 #include <chrono>
 #include <future>
 
+#include "kwwand/host/results.h"
 #include "kwwand/methods/params.h"
 #include "kwwand/methods/registry.h"
-#include "kwwand/methods/results.h"
 
 namespace kor::host {
 

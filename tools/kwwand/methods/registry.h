@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
-#include "kwwand/method.h"
-#include "kwwand/methods/core.h"
+#include "kwwand/host/core.h"
+#include "kwwand/wire/method.h"
 
 namespace kor::host {
 

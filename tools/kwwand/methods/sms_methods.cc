@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // sms.*: where short messages go.
+#include "kwwand/host/results.h"
 #include "kwwand/methods/params.h"
 #include "kwwand/methods/registry.h"
-#include "kwwand/methods/results.h"
 
 namespace kor::host {
 

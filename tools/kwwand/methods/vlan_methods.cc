@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // vlan.*: the LAN's VLANs and their PDNs. passthrough.*: the client that gets the WAN address.
+#include "kwwand/host/results.h"
 #include "kwwand/methods/params.h"
 #include "kwwand/methods/registry.h"
-#include "kwwand/methods/results.h"
 
 namespace kor::host {
 

@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kwwand/host/lan_change.h"
+
+#include <arpa/inet.h>
+
+#include "common/util/network_manager.h"
+
+namespace kor::host {
+
+namespace {
+
+using Network = kor::util::NetworkManager;
+
+[[noreturn]] void Refuse(const char* argument, const std::string& problem, const std::string& takes) {
+  throw RequestError(kInvalidParams, std::string(argument) + ": " + problem,
+                     {{"argument", argument}, {"takes", takes}});
+}
+
+uint32_t Number(const std::string& address) {
+  in_addr number{};
+  inet_pton(AF_INET, address.c_str(), &number);
+  return ntohl(number.s_addr);
+}
+
+std::string Text(uint32_t number) {
+  const in_addr address{htonl(number)};
+  char text[INET_ADDRSTRLEN];
+  inet_ntop(AF_INET, &address, text, sizeof(text));
+  return text;
+}
+
+void CheckAddress(const char* argument, const std::optional<std::string>& text) {
+  const std::string takes = "a dotted IPv4 address";
+  if (text && !Network::IsValidAddress(*text, false)) Refuse(argument, "takes " + takes, takes);
+}
+
+bool IsNetmask(const std::string& text) {
+  if (!Network::IsValidAddress(text, false)) return false;
+  const uint32_t host = ~Number(text);
+  return (host & (host + 1)) == 0 && host >= 3 && host != UINT32_MAX;
+}
+
+void CheckGateway(const LanConfig& lan) {
+  const uint32_t host = ~Number(lan.nm);
+  const uint32_t part = Number(lan.gw) & host;
+  if (part != 0 && part != host) return;
+  Refuse("gateway", lan.gw + " is the subnet's own or its broadcast address", "an address that a host can have");
+}
+
+void CheckPool(const LanConfig& lan, const LanChange& change) {
+  if (Network::CheckIpv4DhcpRangeValidation(lan.gw, lan.nm, lan.dhcp_start_ip, lan.dhcp_end_ip)) return;
+  const std::string pool = lan.dhcp_start_ip + " to " + lan.dhcp_end_ip;
+  const std::string subnet = "the subnet of the gateway " + lan.gw + " with the netmask " + lan.nm;
+  if (change.start || change.end || change.move_pool) {
+    Refuse(change.start ? "start"
+           : change.end ? "end"
+                        : "move_pool",
+           "the DHCP pool " + pool + " is no good: it must lie in " + subnet + ", not upside down, without its address",
+           "a pool in the gateway's subnet");
+  }
+  Refuse(change.gateway   ? "gateway"
+         : change.netmask ? "netmask"
+                          : "dhcp",
+         "the DHCP pool " + pool + " would be left outside " + subnet +
+             ", or hold its address; give start and end, or " + "move_pool to move it along",
+         "a change that the DHCP pool fits: with start and end, or with move_pool");
+}
+
+void MovePool(LanConfig& lan) {
+  const uint32_t mask = Number(lan.nm);
+  for (std::string* const address : {&lan.dhcp_start_ip, &lan.dhcp_end_ip}) {
+    *address = Text((Number(lan.gw) & mask) | (Number(*address) & ~mask));
+  }
+}
+
+}  // namespace
+
+Json LanJson(const LanConfig& lan) {
+  return {{"gateway", lan.gw},       {"netmask", lan.nm},
+          {"dhcp", lan.enable_dhcp}, {"start", lan.dhcp_start_ip},
+          {"end", lan.dhcp_end_ip},  {"lease_s", static_cast<uint32_t>(lan.dhcp_lease_time)}};
+}
+
+LanConfig Changed(const LanConfig& current, const LanChange& change) {
+  CheckAddress("gateway", change.gateway);
+  CheckAddress("start", change.start);
+  CheckAddress("end", change.end);
+  if (change.move_pool && (change.start || change.end)) {
+    Refuse("move_pool", "does not go with start or end", "true only without start and end");
+  }
+  LanConfig lan = current;
+  lan.gw = change.gateway.value_or(current.gw);
+  lan.nm = change.netmask.value_or(current.nm);
+  lan.enable_dhcp = change.dhcp.value_or(current.enable_dhcp);
+  lan.dhcp_start_ip = change.start.value_or(current.dhcp_start_ip);
+  lan.dhcp_end_ip = change.end.value_or(current.dhcp_end_ip);
+  lan.dhcp_lease_time = change.lease_s.value_or(current.dhcp_lease_time);
+  if (!IsNetmask(lan.nm)) Refuse("netmask", "takes a netmask from /1 to /30", "a netmask from /1 to /30");
+  if (change.move_pool) MovePool(lan);
+  CheckGateway(lan);
+  if (lan.enable_dhcp) CheckPool(lan, change);
+  return lan;
+}
+
+}  // namespace kor::host

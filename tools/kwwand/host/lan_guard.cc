@@ -1,0 +1,123 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kwwand/host/lan_guard.h"
+
+#include <syslog.h>
+
+#include <algorithm>
+
+#include "kwwand/host/event_json.h"
+#include "kwwand/host/results.h"
+
+namespace kor::host {
+
+namespace {
+
+constexpr std::chrono::seconds kRetry{5};  // Of a rollback at the start of the host.
+constexpr auto kRefused = kor::Result::kPreconditionFailed;
+
+Json LanText(const LanConfig& lan) { return {{"gateway", lan.gw}, {"netmask", lan.nm}}; }
+
+}  // namespace
+
+LanGuard::State LanGuard::ShowLocked() {
+  State state;
+  state.lan = lan_.GetLanConfig();
+  Check(state.lan.valid, "reading the LAN configuration");
+  if (open_) {
+    const std::chrono::duration<double> left = open_->end - std::chrono::steady_clock::now();
+    state.confirm_in_s = std::max(left.count(), 0.0);
+  }
+  return state;
+}
+
+// A change to take back after `delay`. False when there is no timer for that.
+bool LanGuard::OpenFor(std::chrono::seconds delay, const LanConfig& before) {
+  const uint64_t number = ++changes_;
+  open_ = Open{number, before, std::chrono::steady_clock::now() + delay};
+  const auto task = [this, number](int, void*) { return TimeIsUp(number); };
+  return timer_.AddTask(std::chrono::microseconds(delay).count(), task, nullptr) >= 0;
+}
+
+void LanGuard::Recover() {
+  kor::util::MutexLock lock(mutex_);
+  const auto before = journal_.Kept();
+  if (!before) return;
+  const bool retried = OpenFor(kRetry, *before);
+  if (!RollBackLocked("the host was killed before it was confirmed") && !retried) open_.reset();
+}
+
+LanGuard::State LanGuard::Show() {
+  kor::util::MutexLock lock(mutex_);
+  return ShowLocked();
+}
+
+LanGuard::State LanGuard::Set(const LanChange& change, std::optional<std::chrono::seconds> confirm) {
+  kor::util::MutexLock lock(mutex_);
+  if (open_) {
+    throw RequestError(static_cast<int>(kRefused),
+                       "an earlier change waits for its confirmation: confirm it or roll it back first");
+  }
+  const LanConfig before = ShowLocked().lan;
+  LanConfig lan = Changed(before, change);
+  if (confirm) {
+    journal_.Keep(before);
+  } else {
+    Check(journal_.Forget(), "forgetting an earlier change, which the next host would take back");
+  }
+  if (!lan_.SetLanConfig(lan, true)) {
+    LanConfig back = before;
+    const bool restored = lan_.SetLanConfig(back, true);
+    if (restored) (void)journal_.Forget();  // Otherwise the next host tries once more.
+    Check(false, restored ? "writing the LAN configuration (the one before is in force)"
+                          : "writing the LAN configuration, and the one before too");
+  }
+  if (confirm && !OpenFor(*confirm, before)) {
+    RollBackLocked("no timer");
+    Check(false, "no timer for the confirmation, the LAN is as before");
+  }
+  return ShowLocked();
+}
+
+LanGuard::State LanGuard::Confirm() {
+  kor::util::MutexLock lock(mutex_);
+  if (!open_) throw RequestError(static_cast<int>(kRefused), "no change of the LAN waits for a confirmation");
+  Check(journal_.Forget(), "keeping the change for good");
+  open_.reset();
+  return ShowLocked();
+}
+
+LanGuard::State LanGuard::RollBack(const char* why) {
+  kor::util::MutexLock lock(mutex_);
+  if (!open_) throw RequestError(static_cast<int>(kRefused), "no change of the LAN waits for a confirmation");
+  Check(RollBackLocked(why), "rolling the LAN back");
+  return ShowLocked();
+}
+
+void LanGuard::Close() {
+  kor::util::MutexLock lock(mutex_);
+  if (open_) (void)RollBackLocked("the host ends");  // The log says when it failed.
+}
+
+// The change stays open when it cannot be taken back.
+bool LanGuard::RollBackLocked(const char* why) {
+  LanConfig before = open_->before;
+  if (!lan_.SetLanConfig(before, true)) {
+    syslog(LOG_ERR, "the LAN cannot be rolled back to %s\n", before.gw.c_str());
+    return false;
+  }
+  open_.reset();
+  (void)journal_.Forget();
+  syslog(LOG_NOTICE, "the LAN is rolled back to %s: %s\n", before.gw.c_str(), why);
+  Json members = LanText(before);
+  members["why"] = why;
+  sink_.Send(OwnEventJson("lan rolled back", members));
+  return true;
+}
+
+// True: try again.
+bool LanGuard::TimeIsUp(uint64_t number) {
+  kor::util::MutexLock lock(mutex_);
+  return open_ && open_->number == number && !RollBackLocked("not confirmed in time");
+}
+
+}  // namespace kor::host
