@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "common/dns_paths.h"
 #include "dns/dns_ctrl_service.h"
-#include "dns/paths.h"
 #include "dns_vendor.h"
 #include "log_reader.h"
 #include "support.h"

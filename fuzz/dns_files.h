@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "common/dns_paths.h"
 #include "dns/dns_ctrl_service.h"
-#include "dns/paths.h"
 #include "require.h"
 #include "support/scripted_vendor.h"
 

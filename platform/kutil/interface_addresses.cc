@@ -6,7 +6,7 @@
 
 #include <utility>
 
-#include "kutil/address_rules.h"
+#include "common/addresses.h"
 #include "kutil/route_request.h"
 
 namespace kor::util {

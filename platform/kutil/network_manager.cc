@@ -7,7 +7,7 @@
 #include <map>
 #include <utility>
 
-#include "kutil/address_rules.h"
+#include "common/addresses.h"
 #include "kutil/interface_addresses.h"
 #include "kutil/interface_monitor.h"
 #include "kutil/route_request.h"
@@ -22,6 +22,15 @@ RouteMessage FindLink(const std::string& name) {
   (void)Dump(RTM_GETLINK, AF_UNSPEC, links);  // On failure: what the kernel told until then.
   const auto found = std::find_if(links.begin(), links.end(), [&](const RouteMessage& m) { return m.name == name; });
   return found == links.end() ? RouteMessage{} : *found;
+}
+
+// Whether a subnet with `mask` has room for a gateway and a pool, and the pool's ends and the gateway are placed well.
+bool IsPool(uint32_t gateway, uint32_t mask, uint32_t start, uint32_t end) {
+  if (PrefixLength(mask).value_or(0) == 0) return false;
+  const uint32_t network = gateway & mask;
+  const uint32_t broadcast = network | ~mask;  // With /31 and /32 nothing lies between the two.
+  if (start <= network || end >= broadcast || start > end) return false;
+  return gateway < start || gateway > end;
 }
 
 }  // namespace
@@ -95,6 +104,21 @@ bool NetworkManager::SetSubnetMask(std::string ifname, std::string mask) {
   Ipv4Address wanted = old->front();
   wanted.prefix = prefix;
   return SetOnlyIpv4Address(index, wanted);
+}
+
+// -- Texts: pure ------------------------------------------------------------------------------------------------------
+
+bool NetworkManager::IsValidAddress(std::string address, bool ipv6) {
+  return IsAddress(ipv6 ? AF_INET6 : AF_INET, address);
+}
+
+bool NetworkManager::CheckIpv4DhcpRangeValidation(std::string gw, std::string nm, std::string start, std::string end) {
+  const std::optional<uint32_t> gateway = ParseIpv4(gw);
+  const std::optional<uint32_t> mask = ParseIpv4(nm);
+  const std::optional<uint32_t> first = ParseIpv4(start);
+  const std::optional<uint32_t> last = ParseIpv4(end);
+  if (!gateway || !mask || !first || !last) return false;
+  return IsPool(*gateway, *mask, *first, *last);
 }
 
 }  // namespace kor::util

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "simulator/scenario_words.h"
 
-#include <arpa/inet.h>
+#include "common/addresses.h"
 
 namespace kor::modem {
 
@@ -55,10 +55,7 @@ std::optional<bool> ParseSwitch(const std::string& word) {
 
 std::optional<std::string> ParseServer(const std::string& word, kor::util::IPFamily family) {
   if (word == "-") return "";
-  in6_addr address;  // Room for either family.
-  const int domain = family == kor::util::IPFamily::kIpv4 ? AF_INET : AF_INET6;
-  // A NUL would end the text for inet_pton but not for us.
-  if (word.find('\0') != std::string::npos || inet_pton(domain, word.c_str(), &address) != 1) return std::nullopt;
+  if (!kor::util::IsAddress(family == kor::util::IPFamily::kIpv4 ? AF_INET : AF_INET6, word)) return std::nullopt;
   return word;
 }
 

@@ -18,12 +18,7 @@ inline void LogThrown(const char* what, const char* name, const char* text) {
 // when nothing was thrown.
 template <typename Call>
 bool RunGuarded(const char* what, const std::string& name, Call&& call) {
-  bool ended_well = true;
-  kor::util::CatchAll(std::forward<Call>(call), [&](const char* text) {
-    ended_well = false;
-    LogThrown(what, name.c_str(), text);
-  });
-  return ended_well;
+  return kor::util::CatchAll(std::forward<Call>(call), [&](const char* text) { LogThrown(what, name.c_str(), text); });
 }
 
 }  // namespace kor::wwan

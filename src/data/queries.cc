@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Which state, address and interface belong to a profile; the interface rmnet_data0; the switches of the families;
 // requests to make or change a profile.
-#include <arpa/inet.h>
-
-#include <array>
 #include <utility>
 
+#include "common/addresses.h"
 #include "common/log.h"
 #include "common/util/network_manager.h"
 #include "common/vendor/qcmap_wrapper.h"
@@ -22,18 +20,9 @@ constexpr char kDataInterfaces[] = "rmnet_data";   // Part of the name of every 
 constexpr char kFirstInterface[] = "rmnet_data0";  // The one whose address and netmask can be asked for and set.
 constexpr char kGetIfaceNameWithCid[] = "bool kor::wwan::DataManager::GetIfaceNameWithCid(int, std::string&)";
 
-// The address in binary, as one address has many texts; all zero for a text that is none.
-std::array<unsigned char, 16> Ipv6Bytes(const std::string& text) {
-  std::array<unsigned char, 16> bytes{};
-  inet_pton(AF_INET6, text.c_str(), bytes.data());
-  return bytes;
-}
-
 // Whether interface `name` has the call's IPv4 address or, when the call has none, its IPv6 address.
 bool Carries(const std::string& name, const std::string& ipv4, const std::string& ipv6) {
-  std::string found;
-  if (!ipv4.empty()) return Interfaces::GetIpAddress(name, found, false) && found == ipv4;
-  return Interfaces::GetIpAddress(name, found, true) && Ipv6Bytes(found) == Ipv6Bytes(ipv6);
+  return kor::util::InterfaceHas(name, ipv4.empty() ? ipv6 : ipv4, ipv4.empty());
 }
 
 }  // namespace

@@ -10,9 +10,9 @@
 #include <cstdlib>
 #include <string>
 
+#include "common/dns_paths.h"
 #include "common/log.h"
 #include "dns/inotify_events.h"
-#include "dns/paths.h"
 
 namespace kor::wwan {
 

@@ -11,9 +11,9 @@
 #include <ctime>
 #include <string>
 
+#include "common/dns_paths.h"
 #include "common/log.h"
 #include "dns/dns_ctrl_service.h"
-#include "dns/paths.h"
 
 namespace kor::wwan {
 

@@ -12,9 +12,9 @@
 #include <string>
 #include <vector>
 
+#include "common/dns_paths.h"
 #include "common/log.h"
 #include "dns/dns_ctrl_service.h"
-#include "dns/paths.h"
 
 namespace kor::wwan {
 
@@ -22,7 +22,6 @@ namespace {
 
 using kor::util::IPFamily;
 
-constexpr char kResolvConfText[] = "#AUTOMATICALLY EDITED BY NETCTLD\nnameserver 127.0.0.1\n";
 constexpr size_t kResolvConfSize = sizeof(kResolvConfText) - 1;
 
 constexpr int kOpenFlags = O_NONBLOCK | O_CLOEXEC;  // A pipe in a file's place holds nobody up.
