@@ -55,6 +55,7 @@ int AtService::RegisterCallback(std::string name, std::function<AtManager::CmdRe
   return 0;
 }
 
+// The client has no operation to withdraw a name with, so nothing comes of it.
 int AtService::ReleaseCommands() {
   std::list<std::string> names;
   kor::util::MutexLock lock(cmd_mutex_);
@@ -137,6 +138,7 @@ void AtService::ScheduleNextPass() {
   const int64_t diff_us = MicrosecondsBetween(last_try_time_, now);
   last_try_time_ = now;
   KOR_LOG(LOG_DEBUG, "diff_us [%jd]\n", intmax_t{diff_us});
+  // Spaced, as a modem that has refused is likely to be busy starting, and each request holds up the commands.
   if (diff_us >= reg_interval_us_) {
     PushMsg({kMsgRegister, {}});
     return;

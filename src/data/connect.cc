@@ -57,13 +57,14 @@ bool IsIdle(const DataManager::WwanStatus& status) {
 // The index of a new policy, with the smallest profile number that is free.
 std::optional<uint32_t> CreatePdnWith(DataManager& data, const std::set<int>& candidates) {
   if (candidates.empty()) return std::nullopt;
-  const auto profile = static_cast<uint8_t>(*candidates.begin());
+  const auto profile = static_cast<uint8_t>(*candidates.begin());  // For now: the caller sets the one it wants.
   if (!data.CreatePdn(Tech::kAny, IPFamily::kBoth, profile, profile)) return std::nullopt;
   std::vector<DataManager::WwanPolicy> policies;
   if (!data.GetWwanPolicies(policies) || policies.empty()) return std::nullopt;
-  return static_cast<uint32_t>(policies.size() - 1);
+  return static_cast<uint32_t>(policies.size() - 1);  // The wrapper appends, and tells no index.
 }
 
+// For the log line alone, which people hold against other logs. The wait itself goes by the monotonic clock.
 double WallClockSeconds() {
   timeval now{};
   gettimeofday(&now, nullptr);
@@ -161,7 +162,8 @@ class CallOutcome {
   kor::Result result() const { return result_; }
 
  private:
-  // Up takes two confirmations, in either order: the modem's and the DNS forwarder's.
+  // Up takes two confirmations, in either order: the modem's, and that of the DNS service, whose event names no call:
+  // the server list is one for all of them. A program that connects to a name at once finds its server.
   void ApplyToConnect(uint32_t event) {
     connected_ = connected_ || event == kor::util::kEvtWwanConnected;
     dns_updated_ = dns_updated_ || event == kor::util::kEvtDnsUpdated;
@@ -196,11 +198,14 @@ kor::Result DataManager::Connect(uint32_t index, kor::util::IPFamily ip_family, 
   if (!GetConnectStatus(index, ipv4, ipv6)) return kor::Result::kFailure;
   const ConnectStatus status = StatusOf(ip_family, ipv4, ipv6);
   if (status == ConnectStatus::kConnected) return kor::Result::kSuccess;
+  // Somebody else's request is under way: its events could not be told from this one's.
   if (status == ConnectStatus::kConnecting || status == ConnectStatus::kDisconnecting) return kor::Result::kFailure;
 
   DnsCtrlManager dns_ctrl_manager;  // Keeps the DNS service alive for the length of the call.
   if (!wait) return qcmap_->ConnectBackhaul(index, ip_family);
 
+  // Subscribed before the request, as its answer may come at once. Declared in this order: at the end the subscriptions
+  // go first, and then the reference, whose end may stop the service and wait for its callbacks.
   DiscardEvents();
   const auto queue_event = [this](kor::util::EventDic& ev) { EventCb(ev); };
   const WaitSubscription subscription(qcmap_->event_cbs, ins_no_, queue_event);
@@ -220,7 +225,7 @@ kor::Result DataManager::Disconnect(uint32_t index, kor::util::IPFamily ip_famil
   ConnectStatus ipv6{};
   if (!GetConnectStatus(index, ipv4, ipv6)) return kor::Result::kFailure;
   if (StatusOf(ip_family, ipv4, ipv6) == ConnectStatus::kDisconnected) return kor::Result::kSuccess;
-  std::vector<WwanStatus> statuses;
+  std::vector<WwanStatus> statuses;  // Nothing in it counts, only that it can be read.
   if (!GetWwanStatuses(statuses)) {
     KOR_LOG(LOG_ERR, "Cannot get wwan statuses");
     return kor::Result::kFailure;
@@ -239,7 +244,8 @@ kor::Result DataManager::ConnectWithCid(int cid, kor::util::IPFamily ip_family, 
   std::vector<WwanStatus> statuses;
   if (!GetWwanStatuses(statuses)) return kor::Result::kFailure;
 
-  // The first policy that carries the profile, or could, decides.
+  // The first policy that carries the profile, or could, decides: an idle one in front is given the profile although a
+  // later one has it, so the answer hangs on the order that the program made, not on what else is up.
   std::optional<uint32_t> index;
   bool set_policy = false;
   for (uint32_t i = 0; i < statuses.size() && !index; ++i) {
@@ -264,6 +270,7 @@ kor::Result DataManager::ConnectWithCid(int cid, kor::util::IPFamily ip_family, 
 
   KOR_LOG(LOG_DEBUG, "before call SetPolicy ip_family %d cid %d set_policy %d\n", static_cast<int>(ip_family), cid,
           set_policy ? 1 : 0);
+  // The profile stands first for IPv6, too: one that is given alone serves the family that the policy has.
   if (set_policy && !SetPolicy(*index, Tech::kAny, ip_family, cid, -1)) return kor::Result::kFailure;
   return Connect(*index, ip_family, wait);
 }
@@ -286,6 +293,7 @@ void DataManager::DiscardEvents() {
 
 DataManager::Popped DataManager::PopEvent(int64_t remaining_us, std::list<kor::util::EventDic>& popped) {
   kor::util::MutexLock lock(mutex_);
+  // What has arrived is taken even when the time is up: it was in time, only this thread was late.
   if (events_.empty()) {
     if (remaining_us <= 0) return Popped::kTimeout;
     if (cond_.WaitUntil(mutex_, remaining_us) == kor::Result::kTimeout) return Popped::kTimeout;
@@ -302,12 +310,13 @@ kor::Result DataManager::WaitEvent(uint32_t index, kor::util::IPFamily ip_family
     return kor::Result::kFailure;
   }
   if (index >= policies.size()) return kor::Result::kFailure;
-  const int target_handle = policies[index].handle;
+  const int target_handle = policies[index].handle;  // Events name the call by it: an index moves when one is deleted.
 
   CallOutcome outcome(for_connect);
   Stopwatch stopwatch;
   int64_t remaining_us = wait_budget_us_;
   for (bool first = true;; first = false) {
+    // One budget for all events: those of other calls must not stretch the wait.
     if (!first) remaining_us -= stopwatch.Lap();
     std::list<EventDic> popped;
     const Popped what = PopEvent(remaining_us, popped);

@@ -49,6 +49,7 @@ bool DataManager::SetPolicy(uint32_t index, kor::wwan::Tech tech, kor::util::IPF
 }
 
 bool DataManager::GetConnectStatus(uint32_t index, ConnectStatus& ipv4, ConnectStatus& ipv6) {
+  // First, so that a caller who passes over the result sees no state instead of an old one.
   ipv4 = ConnectStatus::kNone;
   ipv6 = ConnectStatus::kNone;
   return qcmap_->GetWwanConnectStatus(index, ipv4, ipv6);

@@ -32,6 +32,7 @@ bool DataManager::GetWwanStatusWithCid(int cid, ConnectStatus& ipv4, ConnectStat
   if (!GetWwanStatuses(statuses)) return false;
   ipv4 = ConnectStatus::kDisconnected;
   ipv6 = ConnectStatus::kDisconnected;
+  // Several policies may carry the profile: one that is connected wins, else the last one's state is told.
   for (const WwanStatus& status : statuses) {
     if (ipv4 != ConnectStatus::kConnected && status.policy.profile_1 == cid) ipv4 = status.ipv4_status;
     if (ipv6 != ConnectStatus::kConnected && status.policy.profile_2 == cid) ipv6 = status.ipv6_status;
@@ -46,6 +47,7 @@ kor::Result DataManager::GetNetworkConfigWithCid(int cid, IPFamily ip_family, Ne
   if (ip_family != IPFamily::kIpv4 && ip_family != IPFamily::kIpv6) return kor::Result::kFailure;
   for (uint32_t i = 0; i < policies.size(); ++i) {
     const WwanPolicy& policy = policies[i];
+    // For IPv4 the second profile counts as well: a profile of both families may stand in either place.
     const bool matches = (ip_family == IPFamily::kIpv4 && policy.profile_1 == cid) || policy.profile_2 == cid;
     if (!matches || GetNetworkConfig(i, ip_family, config) != kor::Result::kSuccess) continue;
     if (!config.address.empty()) return kor::Result::kSuccess;
@@ -57,7 +59,7 @@ bool DataManager::GetIfaceNameWithCid(int cid, std::string& name) {
   KOR_LOG_AS(kGetIfaceNameWithCid, LOG_DEBUG, "cid %d\n", cid);
   NetworkConfig config4;
   NetworkConfig config6;
-  (void)GetNetworkConfigWithCid(cid, IPFamily::kIpv4, config4);  // Only the address counts.
+  (void)GetNetworkConfigWithCid(cid, IPFamily::kIpv4, config4);  // Only the address counts; it may be there on failure.
   if (config4.address.empty()) {
     (void)GetNetworkConfigWithCid(cid, IPFamily::kIpv6, config6);
     if (config6.address.empty()) {
@@ -68,6 +70,7 @@ bool DataManager::GetIfaceNameWithCid(int cid, std::string& name) {
   KOR_LOG_AS(kGetIfaceNameWithCid, LOG_DEBUG, "cid [%d] v4 [%s] v6 [%s]\n", cid, config4.address.c_str(),
              config6.address.c_str());
   for (const std::string& candidate : Interfaces::GetIfNames()) {
+    // Anywhere in the name: an interface stacked on a data interface may hold the address.
     if (candidate.find(kDataInterfaces) == std::string::npos) continue;
     if (!Carries(candidate, config4.address, config6.address)) continue;
     name = candidate;

@@ -17,7 +17,7 @@ kor::Result SmsManager::SetRouteList(std::list<RouteInfo>& routes) { return wms_
 
 kor::Result SmsManager::GetStorageStatus(MessageStorage /*storage*/, MessageMode /*mode*/,
                                          MessageStorageStatus& /*status*/) {
-  return kor::Result::kNotSupported;
+  return kor::Result::kNotSupported;  // The client has no operation for it.
 }
 
 kor::Result SmsManager::ModifyTagAsync() { return wms_->ModifyTagAsync(); }

@@ -38,6 +38,7 @@ DnsCtrlManager::~DnsCtrlManager() {
   s_dns_ctrl_service_ = nullptr;
 }
 
+// From here on without the lock: while this manager lives it is counted, so the service stays.
 bool DnsCtrlManager::StartService() { return s_dns_ctrl_service_->Start(); }
 
 bool DnsCtrlManager::StopService() { return s_dns_ctrl_service_->Stop(); }

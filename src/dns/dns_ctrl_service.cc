@@ -50,6 +50,8 @@ bool DnsCtrlService::Start() {
     KOR_LOG(LOG_DEBUG, "DnsCtrlService already started\n");
     return true;
   }
+  // The watches come before the first refresh, so that no change falls between the two. One that cannot be placed is
+  // not taken back here: the service counts as started, and Stop() releases what was taken.
   inotify_fd_ = inotify_init1(IN_CLOEXEC);  // Not for dnsmasq and the shells.
   if (inotify_fd_ == -1) return false;
   resolv_conf_wd_ = AddFileWatcher(inotify_fd_, kResolvConfPath, true);
@@ -62,6 +64,8 @@ bool DnsCtrlService::Start() {
     KOR_LOG(LOG_ERR, "Cannot monitor file %s exit program\n", kPermanentDnsPath);
     return false;
   }
+  // From here on refreshes may run on other threads. The service lock comes after: to replace a subscription is to wait
+  // for its callback, which may be waiting for the lock.
   network_manager_.SetEventCb([this](kor::util::EventDic& event_dic) { EventCb(event_dic); });
   fd_monitor_->Add(inotify_fd_, kor::util::FdType::kRead, [this](int fd, kor::util::FdType type) { FdCb(fd, type); });
 
@@ -127,6 +131,8 @@ int DnsCtrlService::AddFileWatcher([[maybe_unused]] int fd, const char* path, bo
 
 void DnsCtrlService::FdCb(int fd, [[maybe_unused]] kor::util::FdType type) {
   char buffer[kInotifyBufferSize] = {};
+  // What does not fit keeps the descriptor ready, and this is called again. All events of one read make one change of
+  // each kind: our own writing causes some, and an editor's saving several.
   const ssize_t size = read(fd, buffer, sizeof(buffer));
   if (size <= 0) return;
   std::string permanent_path(kPermanentDnsPath);
@@ -142,6 +148,7 @@ void DnsCtrlService::EventCb(kor::util::EventDic& event_dic) {
     KOR_LOG_AS(kEventCb, LOG_DEBUG, "event_dic [0x%x]\n", event_dic.event);
   if (event_dic.event != kor::util::kEvtNetIface) return;
   const std::string name = event_dic.GetParam(kor::util::EventDic::kParamIfaceName);
+  // Every change of such an interface, an address that went included: the modem has no event for "other servers now".
   if (name.rfind(kDataInterfacePrefix, 0) == 0) ChangeDnsSetting(kAll);
 }
 

@@ -53,6 +53,7 @@ void WaitUntilGone(long pid) {
 
 }  // namespace
 
+// Through the shell, so that the log has the very line that can be typed by hand. No text from outside gets into it.
 bool DnsCtrlService::StartDnsmasq() {
   mkdir(kDnsmasqDir, kDnsmasqDirMode);
   std::string cmd = "dnsmasq -r ";
@@ -71,6 +72,8 @@ bool DnsCtrlService::IsDnsmasqAlive() {
   if (fd < 0 || ReadStart(fd, text, kPidTextSize) < 0) return false;
   const long pid = strtol(text, nullptr, 10);
   if (pid < 1) return false;
+  // Whatever program it is: the pid file is all that is left of dnsmasq after a restart of the host, and a device may
+  // run it under another name.
   char path[kShortTextSize];
   snprintf(path, sizeof(path), "/proc/%ld", pid);
   return access(path, X_OK) == 0;
@@ -95,6 +98,7 @@ bool DnsCtrlService::KillDnsmasq() {
     KOR_LOG_AS(kStop, LOG_ERR, "dnsmasq pid has wrong value %s\n", line);
     return false;
   }
+  // Not politely: the stop is over when this returns, and dnsmasq keeps nothing on disk that it would have to write.
   char cmd[kShortTextSize];
   snprintf(cmd, sizeof(cmd), "kill -9 %ld", pid);
   KOR_LOG_AS(kStop, LOG_DEBUG, "Try to kill dnsmasq with cmd [%s] and remove file %s\n", cmd, kDnsmasqPidPath);

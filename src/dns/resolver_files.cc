@@ -46,7 +46,8 @@ std::unique_ptr<char[]> ReadAll(int fd) {
 }
 
 // Makes `size` bytes at `text` all that the file holds, from the descriptor's offset, which is the start. In place, so
-// that watches and open descriptors of the file stay good; a full disk shows at the reader, not here.
+// that watches and open descriptors of the file stay good; a full disk shows at the reader, not here. Cut after the
+// writing: a reader never finds the file empty in between.
 void Overwrite(int fd, const char* text, size_t size) {
   [[maybe_unused]] const ssize_t n = write(fd, text, size);
   [[maybe_unused]] const int rc = ftruncate(fd, static_cast<off_t>(size));
@@ -148,11 +149,16 @@ bool DnsCtrlService::SetDnsmasqResolvConf(bool retry) {
 
   kor::util::EventDic updated;
   updated.event = kor::util::kEvtDnsUpdated;
+  // Also when the text is the same as before: a connect waits for it. Under the service lock: whoever is told finds the
+  // file as it was written, not as a later refresh left it.
   callbacks_.Notify(updated);
   return true;
 }
 
 std::string DnsCtrlService::GatherServerLines(bool retry) {
+  // Two of them. The service's own is kept from the first refresh on. The one of this refresh fetches the vendor
+  // clients anew: where they cannot be had any more it throws, before a file is touched; the other one would not
+  // notice.
   DataManager data_manager;
   if (data_manager_ == nullptr) data_manager_ = std::make_unique<DataManager>();
   std::vector<DataManager::WwanPolicy> policy_v;
@@ -163,6 +169,7 @@ std::string DnsCtrlService::GatherServerLines(bool retry) {
   const int passes = retry ? kPassesWithRetry : 1;
   for (int pass = 0; pass < passes && dns_l.empty(); ++pass) {
     if (GatherServers(data_manager, policy_v.size(), dns_l)) continue;
+    // Half a list would be taken for the whole one.
     dns_l.clear();
     (void)cond_.WaitUntil(mutex_, kNotReadyWaitUs);  // Nothing signals it: a pause that lets other changes through.
   }

@@ -34,6 +34,7 @@ bool MobileapManager::SetLanConfig(std::string gw, std::string nm, bool enable_d
                                    std::string dhcp_end_ip, uint32_t dhcp_lease_time, bool activate) {
   KOR_LOG(LOG_DEBUG, "gw %s nm %s enable_dhcp %d dhcp_start_ip %s dhcp_end_ip %s dhcp_lease_time %d\n", gw.c_str(),
           nm.c_str(), enable_dhcp, dhcp_start_ip.c_str(), dhcp_end_ip.c_str(), dhcp_lease_time);
+  // No way back: what was written stays when it cannot be activated, and is in force from the next activation on.
   bool done = qcmap_->SetLanConfig(std::move(gw), std::move(nm), enable_dhcp, std::move(dhcp_start_ip),
                                    std::move(dhcp_end_ip), dhcp_lease_time);
   if (done && activate) done = qcmap_->ActivateLan();
@@ -52,7 +53,7 @@ bool MobileapManager::SetGatewayIp(std::string gw) {
   if (!kor::util::NetworkManager::IsValidAddress(gw, false)) return false;
   LanConfig config = GetLanConfig();
   if (!config.valid) return false;
-  config.gw = std::move(gw);
+  config.gw = std::move(gw);  // The pool stays: whether it still fits is for the program, which may set it next.
   return SetLanConfig(config, true);
 }
 
@@ -95,6 +96,7 @@ bool MobileapManager::SetDhcpServerLeaseTime(int lease_time) {
   return SetLanConfig(config, true);
 }
 
+// Without the check of the pool: with the server off there may be none. The wrapper has the last word.
 bool MobileapManager::SetDhcpServerConfig(bool enable, std::string start, std::string end, int lease_time) {
   LanConfig config = GetLanConfig();
   if (!config.valid) return false;
@@ -115,8 +117,8 @@ bool MobileapManager::SetVlanConfig(bool enable, VlanConfig& config) {
                "Vlan cannot be mapped with default PDN\n");
     return false;
   }
-  if (!qcmap_->SetVlanConfig(config)) return false;
-  if (config.pdn <= kDefaultPdn) return true;  // As it is now: the wrapper may have changed it.
+  if (!qcmap_->SetVlanConfig(config)) return false;  // A VLAN whose mapping fails below stays, without a PDN.
+  if (config.pdn <= kDefaultPdn) return true;        // As it is now: the wrapper may have changed it.
   return qcmap_->SetPdnToVlanMapping(config);
 }
 
