@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "common/vendor/qcmap_wrapper.h"
 
-#include <arpa/inet.h>
-
 #include <algorithm>
 #include <stdexcept>
 
 #include "clients/operation.h"
+#include "common/addresses.h"
 #include "common/log.h"
 #include "router/router.h"
 
@@ -66,10 +65,8 @@ void GiveOneProfile(QcmapWrapper::WwanPolicy& policy) {
 
 // `text` when it is an address of the family, otherwise empty: these texts become lines of files.
 std::string Checked(IPFamily family, const std::string& text) {
-  in6_addr address;  // Room for either family.
-  const bool parses = text.find('\0') == std::string::npos &&
-                      inet_pton(family == IPFamily::kIpv4 ? AF_INET : AF_INET6, text.c_str(), &address) == 1;
-  if (!parses && !text.empty()) KOR_LOG(LOG_WARNING, "the network gave an address that is none\n");
+  const bool parses = kor::util::IsAddress(family == IPFamily::kIpv4 ? AF_INET : AF_INET6, text);
+  if (!parses && !text.empty()) KOR_LOG(LOG_WARNING, "the network gave an invalid address\n");
   return parses ? text : "";
 }
 

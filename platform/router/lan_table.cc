@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "router/lan_table.h"
 
-#include <arpa/inet.h>
-
 #include <algorithm>
 #include <cctype>
 #include <optional>
 #include <string>
+
+#include "common/addresses.h"
 
 namespace kor::vendor::qcom::qcmap {
 
@@ -15,28 +15,15 @@ namespace {
 using Mode = kor::wwan::MobileapManager::IpPassthroughMode;
 
 constexpr int32_t kMaxVlan = 4094;       // 802.1Q: 0 and 4095 are reserved.
-constexpr uint32_t kMulticast = 224;     // The first byte of 224.0.0.0/4.
 constexpr size_t kMaxHostName = 63;      // A DNS label.
 constexpr size_t kMacText = 17;          // "02:00:5e:10:00:01"
 constexpr size_t kMacDigitsAndMark = 3;  // "02:"
 
-std::optional<uint32_t> ParseAddress(const std::string& text) {
-  in_addr address;
-  // A NUL would end the text for inet_pton but not for us.
-  if (text.find('\0') != std::string::npos || inet_pton(AF_INET, text.c_str(), &address) != 1) return std::nullopt;
-  return ntohl(address.s_addr);
-}
-
-bool IsNetmask(uint32_t mask) { return mask != 0 && (~mask & (~mask + 1)) == 0; }
-
-// An address that a host can have in a subnet of that mask: not of "this" network, loopback, multicast or above, nor
-// the subnet's own or its broadcast address, which /31 and /32 do not have.
+// An address that a host can have in a subnet of that mask: neither the subnet's own nor its broadcast address, which
+// /31 and /32 do not have.
 bool IsHostAddress(uint32_t address, uint32_t mask) {
-  const uint32_t network = address >> 24;
-  const uint32_t host_bits = ~mask;
-  const uint32_t host = address & host_bits;
-  return network != 0 && network != IN_LOOPBACKNET && network < kMulticast &&
-         (host_bits <= 1 || (host != 0 && host != host_bits));
+  const uint32_t host = address & ~mask;
+  return kor::util::IsHostAddress(address) && (~mask <= 1 || (host != 0 && host != ~mask));
 }
 
 // Of one station: a group's has the lowest bit of its first byte set.
@@ -67,8 +54,8 @@ bool IsTarget(Mode mode, const std::string& target) {
 }
 
 bool IsPool(const LanTable::LanConfig& config) {
-  const auto start = ParseAddress(config.dhcp_start_ip);
-  const auto end = ParseAddress(config.dhcp_end_ip);
+  const auto start = kor::util::ParseIpv4(config.dhcp_start_ip);
+  const auto end = kor::util::ParseIpv4(config.dhcp_end_ip);
   if (!config.enable_dhcp && config.dhcp_start_ip.empty() && config.dhcp_end_ip.empty()) return true;
   return start && end && *start <= *end;
 }
@@ -90,9 +77,11 @@ LanTable::LanConfig LanTable::InForce() {
 }
 
 bool LanTable::Set(const LanConfig& config) {
-  const auto gateway = ParseAddress(config.gw);
-  const auto mask = ParseAddress(config.nm);
-  if (!gateway || !mask || !IsNetmask(*mask) || !IsHostAddress(*gateway, *mask) || !IsPool(config)) return false;
+  const auto gateway = kor::util::ParseIpv4(config.gw);
+  const auto mask = kor::util::ParseIpv4(config.nm);
+  if (!gateway || !mask || kor::util::PrefixLength(*mask).value_or(0) == 0 || !IsHostAddress(*gateway, *mask) ||
+      !IsPool(config))
+    return false;
   kor::util::MutexLock lock(mutex_);
   recorded_ = config;
   recorded_.valid = true;

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kwwanctl/takes.h"
 
-#include <arpa/inet.h>
-
 #include <charconv>
 
+#include "common/addresses.h"
 #include "kwwanctl/text.h"
 
 namespace kor::ctl {
@@ -51,8 +50,7 @@ Takes OnOff() { return Words({{"on", true}, {"off", false}}); }
 
 Takes Address() {
   return {"an IPv4 address like 192.168.2.1", {}, [](const std::string& word) -> std::optional<Json> {
-            in_addr address{};
-            if (inet_pton(AF_INET, word.c_str(), &address) != 1) return std::nullopt;
+            if (!kor::util::ParseIpv4(word)) return std::nullopt;
             return word;
           }};
 }

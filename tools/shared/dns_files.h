@@ -7,15 +7,15 @@
 #include <string>
 #include <vector>
 
+#include "common/dns_paths.h"
+
 namespace kor::tools {
 
-constexpr char kResolvConf[] = "/etc/resolv.conf";
-constexpr char kPermanentFile[] = "/data/permanent-dns.conf";
-constexpr char kServerList[] = "/var/run/netctld-dnsmasq/dnsmasq_resolv.conf";
-constexpr char kPidFile[] = "/var/run/netctld-dnsmasq/dnsmasq.pid";
-
-// What kResolvConf holds while the service runs.
-constexpr char kResolvConfText[] = "#AUTOMATICALLY EDITED BY NETCTLD\nnameserver 127.0.0.1\n";
+inline constexpr auto& kResolvConf = kor::wwan::kResolvConfPath;
+inline constexpr auto& kResolvConfText = kor::wwan::kResolvConfText;
+inline constexpr auto& kPermanentFile = kor::wwan::kPermanentDnsPath;
+inline constexpr auto& kServerList = kor::wwan::kDnsmasqResolvPath;
+inline constexpr auto& kPidFile = kor::wwan::kDnsmasqPidPath;
 
 struct TextFile {
   std::optional<std::string> text;  // Empty iff it could not be read.

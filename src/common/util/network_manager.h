@@ -64,8 +64,8 @@ class KOR_EXPORT NetworkManager {
   static bool IsValidAddress(std::string address, bool ipv6);
 
   // Whether `start` to `end` is a pool for a DHCP server at `gw` with the netmask `nm`: all four are IPv4 addresses,
-  // the netmask is one of /1 to /30, the pool lies in the gateway's subnet, not upside down, and neither the subnet's
-  // own, its broadcast nor the gateway's address is in it.
+  // the netmask is one of /1 to /30, the pool lies in the gateway's subnet, its start is not above its end, and neither
+  // the subnet's own, its broadcast nor the gateway's address is in it.
   static bool CheckIpv4DhcpRangeValidation(std::string gw, std::string nm, std::string start, std::string end);
 
  private:

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kwwand/host/lan_change.h"
 
-#include <arpa/inet.h>
-
-#include "common/util/network_manager.h"
+#include "common/addresses.h"
 
 namespace kor::host {
 
@@ -16,28 +14,17 @@ using Network = kor::util::NetworkManager;
                      {{"argument", argument}, {"takes", takes}});
 }
 
-uint32_t Number(const std::string& address) {
-  in_addr number{};
-  inet_pton(AF_INET, address.c_str(), &number);
-  return ntohl(number.s_addr);
-}
-
-std::string Text(uint32_t number) {
-  const in_addr address{htonl(number)};
-  char text[INET_ADDRSTRLEN];
-  inet_ntop(AF_INET, &address, text, sizeof(text));
-  return text;
-}
+uint32_t Number(const std::string& address) { return kor::util::ParseIpv4(address).value_or(0); }
 
 void CheckAddress(const char* argument, const std::optional<std::string>& text) {
   const std::string takes = "a dotted IPv4 address";
-  if (text && !Network::IsValidAddress(*text, false)) Refuse(argument, "takes " + takes, takes);
+  if (text && !kor::util::ParseIpv4(*text)) Refuse(argument, "takes " + takes, takes);
 }
 
-bool IsNetmask(const std::string& text) {
-  if (!Network::IsValidAddress(text, false)) return false;
-  const uint32_t host = ~Number(text);
-  return (host & (host + 1)) == 0 && host >= 3 && host != UINT32_MAX;
+bool IsLanNetmask(const std::string& text) {
+  const std::optional<uint32_t> mask = kor::util::ParseIpv4(text);
+  const int prefix = mask ? kor::util::PrefixLength(*mask).value_or(0) : 0;
+  return prefix >= 1 && prefix <= 30;
 }
 
 void CheckGateway(const LanConfig& lan) {
@@ -55,7 +42,8 @@ void CheckPool(const LanConfig& lan, const LanChange& change) {
     Refuse(change.start ? "start"
            : change.end ? "end"
                         : "move_pool",
-           "the DHCP pool " + pool + " is no good: it must lie in " + subnet + ", not upside down, without its address",
+           "the DHCP pool " + pool + " is invalid: it must lie in " + subnet +
+               ", not start above its end, and not hold the gateway",
            "a pool in the gateway's subnet");
   }
   Refuse(change.gateway   ? "gateway"
@@ -69,7 +57,7 @@ void CheckPool(const LanConfig& lan, const LanChange& change) {
 void MovePool(LanConfig& lan) {
   const uint32_t mask = Number(lan.nm);
   for (std::string* const address : {&lan.dhcp_start_ip, &lan.dhcp_end_ip}) {
-    *address = Text((Number(lan.gw) & mask) | (Number(*address) & ~mask));
+    *address = kor::util::FormatIpv4((Number(lan.gw) & mask) | (Number(*address) & ~mask));
   }
 }
 
@@ -95,7 +83,7 @@ LanConfig Changed(const LanConfig& current, const LanChange& change) {
   lan.dhcp_start_ip = change.start.value_or(current.dhcp_start_ip);
   lan.dhcp_end_ip = change.end.value_or(current.dhcp_end_ip);
   lan.dhcp_lease_time = change.lease_s.value_or(current.dhcp_lease_time);
-  if (!IsNetmask(lan.nm)) Refuse("netmask", "takes a netmask from /1 to /30", "a netmask from /1 to /30");
+  if (!IsLanNetmask(lan.nm)) Refuse("netmask", "takes a netmask from /1 to /30", "a netmask from /1 to /30");
   if (change.move_pool) MovePool(lan);
   CheckGateway(lan);
   if (lan.enable_dhcp) CheckPool(lan, change);

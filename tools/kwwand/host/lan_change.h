@@ -27,9 +27,9 @@ struct LanChange {
   bool move_pool = false;  // The pool goes along into the gateway's subnet, with the same host parts.
 };
 
-// `current` with the change. Throws RequestError(kInvalidParams) with the reason when the outcome is no good: an
-// address or mask that is none, a gateway that no host can have, a pool (with the DHCP server on) that does not lie in
-// the gateway's subnet, stands upside down or holds the gateway's address.
+// `current` with the change. Throws RequestError(kInvalidParams) with the reason when the outcome is invalid: no
+// address or netmask, a gateway that no host can have, a pool (with the DHCP server on) that does not lie in
+// the gateway's subnet, starts above its end or holds the gateway's address.
 LanConfig Changed(const LanConfig& current, const LanChange& change);
 
 }  // namespace kor::host

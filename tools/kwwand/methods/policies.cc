@@ -1,11 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kwwand/methods/policies.h"
 
-#include <arpa/inet.h>
-
-#include <array>
-
-#include "common/util/network_manager.h"
+#include "common/addresses.h"
 #include "kwwand/host/results.h"
 
 namespace kor::host {
@@ -25,17 +21,8 @@ struct Call {
   Json dns = Json::array();
 };
 
-// In binary, as one address has many texts; all zero for a text that is none.
-std::array<unsigned char, 16> Bytes(const std::string& address) {
-  std::array<unsigned char, 16> bytes{};
-  inet_pton(AF_INET6, address.c_str(), bytes.data());
-  return bytes;
-}
-
 bool Has(const std::string& name, const Call& call, bool ipv6) {
-  std::string address;
-  if (call.address.empty() || !Interfaces::GetIpAddress(name, address, ipv6)) return false;
-  return ipv6 ? Bytes(address) == Bytes(call.address) : address == call.address;
+  return !call.address.empty() && kor::util::InterfaceHas(name, call.address, ipv6);
 }
 
 // The interface that has one of the calls' addresses; null without one.
