@@ -111,7 +111,8 @@ TEST_F(DnsmasqTest, APidFileOfAnyContent) {
     const NoMemory none;
     EXPECT_TRUE(service_.Stop());
   }
-  EXPECT_EQ(1u, log_.TakeWith("after kill dnsmasq with cmd [kill -9 70707070707070] and").size());
+  const std::string pid = std::to_string(strtol("70707070707070", nullptr, 10));  // LONG_MAX where long has 32 bits.
+  EXPECT_EQ(1u, log_.TakeWith("after kill dnsmasq with cmd [kill -9 " + pid + "] and").size());
 
   // A live process is believed to be dnsmasq, whatever it is, and killed as such.
   const pid_t child = fork();
