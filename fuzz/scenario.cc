@@ -8,6 +8,7 @@
 #include <string>
 
 #include "require.h"
+#include "simulator/faults.h"
 
 namespace kor::modem {
 
@@ -58,6 +59,9 @@ void SimModem::FailDisconnects(int count) { AskedFor(count); }
 void SimModem::IgnoreRequests(int count) { AskedFor(count); }
 void SimModem::LoseReports(int count) { AskedFor(count); }
 void SimModem::FailAnswers(int count) { AskedFor(count); }
+void SimModem::SetRoundTrip(Milliseconds time) { AskedFor(time); }
+void SimModem::Return(Milliseconds delay) { AskedFor(delay); }
+void SimModem::SetRecording(bool /*on*/) { Asked(); }
 void SimModem::SetLinks(bool /*enable*/) { Asked(); }
 void SimModem::SetRoaming(bool /*roaming*/) { Asked(); }
 void SimModem::SetSimPresent(bool /*present*/) { Asked(); }
@@ -101,11 +105,29 @@ void SimModem::SetSmsCapacity(wwan::SmsManager::MessageStorage storage, uint32_t
   AskedFor(static_cast<int>(messages));
 }
 
-void SimModem::FailNext(const std::string& operation, int count, kor::Result result, int good) {
-  Require(!operation.empty() && operation.find_first_of(" \t\r\n\"#/") == std::string::npos, "an operation's name");
+bool SimModem::FailNext(const std::string& operation, int count, kor::Result result, int good) {
+  Require(IsOperation(operation), "an operation's name");
   Require(static_cast<int>(result) >= 1 && static_cast<int>(result) <= 65535, "a result that is no success");
   AskedFor(good);
   AskedFor(count);
+  return true;
+}
+
+bool SimModem::SetRoundTrip(const std::string& operation, Milliseconds time) {
+  Require(IsOperation(operation), "an operation's name");
+  AskedFor(time);
+  return true;
+}
+
+bool SimModem::Leave() {
+  Asked();
+  return true;
+}
+
+bool SimModem::AddRunningCall(int32_t handle, IPFamily family, int profile) {
+  Require(handle >= 0 && (family == IPFamily::kIpv4 || family == IPFamily::kIpv6), "one call");
+  AskedFor(profile);
+  return false;
 }
 
 bool SimModem::Drop(int32_t handle, IPFamily family) {

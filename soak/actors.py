@@ -20,7 +20,7 @@ PUK = "12345678"
 PINS = ("40317295", "86620413")
 SECRETS = (PUK, *PINS)
 # Counted faults of calls; soak.py takes all back when the play comes to rest.
-OPERATIONS = ("ConnectBackhaul", "DisconnectBackhaul", "GetWwanPolicies", "GetNetworkConfig", "GetWwanConnectStatus")
+OPERATIONS = ("StartCall", "StopCall", "GetCallConfig", "GetSignalInfo", "GetProfiles")
 
 
 def forget_more_policies(client):
@@ -90,6 +90,7 @@ class Network(Actor):
             f"technology {dice.choice(('gsm', 'umts', 'lte', 'lte+nr5g', 'nr5g'))}",
             f"fail-answers {dice.randrange(2)}",
             f"radio-delay {dice.choice((0, 20, 300))}",
+            "record on",
             "record",
         )
         self.client.modem(dice.choice(frequent))

@@ -94,13 +94,25 @@ kor::Result AtModem::Answer(const AtCommand& command, bool ok, const std::string
   if (found == places_.end()) return kor::Result::kFailure;
   const Place& place = found->second;
   if (!place.dialog->waiting() || place.awaited != NumberOf(command)) return kor::Result::kFailure;
+  AnswerAt(place, ok, text);
+  return kor::Result::kSuccess;
+}
+
+void AtModem::AnswerAt(const Place& place, bool ok, const std::string& text) {
   place.dialog->Answer(ok, text);
   if (place.terminal != nullptr) {
     place.terminal->Update();
   } else {
     place.answered->Signal();
   }
-  return kor::Result::kSuccess;
+}
+
+void AtModem::Reset() {
+  kor::util::MutexLock lock(mutex_);
+  names_.clear();
+  for (const auto& entry : places_) {
+    if (entry.second.dialog->waiting()) AnswerAt(entry.second, false, "");
+  }
 }
 
 void AtModem::Notify(const std::string& text) {

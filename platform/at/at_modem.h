@@ -51,7 +51,9 @@ class AtModem {
   kor::Result Answer(const AtCommand& command, bool ok, const std::string& text) KOR_EXCLUDES(mutex_);
   void Notify(const std::string& text) KOR_EXCLUDES(mutex_);
 
-  // As SimModem has them.
+  // The modem starts anew: no name is registered any more, and a command that waits for its answer fails.
+  void Reset() KOR_EXCLUDES(mutex_);
+
   std::string OpenTerminal() KOR_EXCLUDES(mutex_);
   std::string Type(const std::string& line) KOR_EXCLUDES(mutex_);
   void SetAnswerLimit(Milliseconds limit) KOR_EXCLUDES(mutex_);
@@ -71,6 +73,7 @@ class AtModem {
     PtyOpens opens;
   };
 
+  static void AnswerAt(const Place& place, bool ok, const std::string& text);
   static AtCommand Marked(const AtCommand& command, int32_t place, uint64_t number);
   bool ForwardLocked(int32_t place, const AtCommand& command) KOR_REQUIRES(mutex_);
   AtBackend BackendFor(int32_t place);

@@ -2,9 +2,9 @@
 #include "common/vendor/ats_qmi_client.h"
 
 #include <atomic>
-#include <stdexcept>
 
-#include "clients/operation.h"
+#include "clients/over_port.h"
+#include "clients/told.h"
 #include "common/log.h"
 
 namespace kor::vendor::qcom::qmi {
@@ -16,28 +16,19 @@ using kor::wwan::AtManager;
 
 std::atomic<int> s_holders{0};
 
-AtsQmiClient* CreateClient() {
-  auto* const client = new AtsQmiClient;
-  ModemPort::Get().SetAtReport([client](AtManager::Command& command) {
+void Begin(AtsQmiClient& client, ModemPort& port) {
+  port.SetAtReport([&client](AtManager::Command& command) {
     kor::util::EventDic ev;
     ev.event = kor::util::kEvtAtCommand;
     ev.data = &command;
-    client->event_cbs.Notify(ev);
+    client.event_cbs.Notify(ev);
   });
-  return client;
-}
-
-std::string Joined(const std::list<std::string>& names) {
-  std::string text;
-  for (const std::string& name : names) text += (text.empty() ? "" : " ") + ArgumentText(name);
-  return text;
 }
 
 }  // namespace
 
 AtsQmiClient* AtsQmiClient::GetInstance() {
-  if (!Admitted("AtsQmiClient.GetInstance")) throw std::runtime_error("AtsQmiClient: the modem is not reachable");
-  static AtsQmiClient* const instance = CreateClient();
+  auto* const instance = OnlyClient<AtsQmiClient>(Begin);
   ++s_holders;
   return instance;
 }
@@ -49,21 +40,13 @@ void AtsQmiClient::ReleaseInstance() {
 }
 
 int AtsQmiClient::RegisterCommands(std::list<std::string> names) {
-  const kor::Result admitted = Ask("RegisterCommands", Joined(names));
-  if (admitted != kor::Result::kSuccess) return static_cast<int>(admitted);
-  return static_cast<int>(ModemPort::Get().RegisterAtNames(names));
+  return static_cast<int>(Told::Over(PortOf(this)).Names(names));
 }
 
 int AtsQmiClient::SendResponse(AtManager::Command& cmd, bool result, std::string text) {
-  const kor::Result admitted = Ask("SendResponse", cmd.name, result, text);
-  if (admitted != kor::Result::kSuccess) return static_cast<int>(admitted);
-  return static_cast<int>(ModemPort::Get().AnswerAtCommand(cmd, result, text));
+  return static_cast<int>(PortOf(this).AnswerAtCommand(cmd, result, text));
 }
 
-int AtsQmiClient::SendNotification(std::string text) {
-  const kor::Result admitted = Ask("SendNotification", text);
-  if (admitted != kor::Result::kSuccess) return static_cast<int>(admitted);
-  return static_cast<int>(ModemPort::Get().ShowAtText(text));
-}
+int AtsQmiClient::SendNotification(std::string text) { return static_cast<int>(PortOf(this).ShowAtText(text)); }
 
 }  // namespace kor::vendor::qcom::qmi

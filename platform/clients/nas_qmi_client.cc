@@ -3,10 +3,9 @@
 
 #include <chrono>
 #include <memory>
-#include <stdexcept>
 #include <utility>
 
-#include "clients/operation.h"
+#include "clients/over_port.h"
 #include "common/catch_all.h"
 #include "common/condition.h"
 #include "common/log.h"
@@ -19,12 +18,8 @@ namespace {
 
 using kor::modem::ModemPort;
 
-constexpr std::chrono::seconds kAnswerLimit{10};  // Longer than the modem takes; an answer lost hangs nobody.
-
-NasQmiClient* CreateClient() {
-  auto* const client = new NasQmiClient;
-  ModemPort::Get().SetRadioReport([client](kor::util::EventDic& ev) { client->event_cbs.Notify(ev); });
-  return client;
+void Begin(NasQmiClient& client, ModemPort& port) {
+  port.SetRadioReport([&client](kor::util::EventDic& ev) { client.event_cbs.Notify(ev); });
 }
 
 template <typename Record>
@@ -39,13 +34,12 @@ void CallBack(const char* query, const Callback<Record>& callback, Record& recor
 }
 
 template <typename Record>
-bool Query(const char* name, kor::Result (ModemPort::*ask)(ModemPort::Answer<Record>), Callback<Record> callback,
-           void* user_data) {
-  if (!Admitted(name)) return false;
+bool Query(ModemPort& port, const char* name, kor::Result (ModemPort::*ask)(ModemPort::Answer<Record>),
+           Callback<Record> callback, void* user_data) {
   const auto answer = [name, callback = std::move(callback), user_data](Record& record) {
     CallBack(name, callback, record, user_data);
   };
-  return (ModemPort::Get().*ask)(answer) == kor::Result::kSuccess;
+  return (port.*ask)(answer) == kor::Result::kSuccess;
 }
 
 // Where a caller waits for its answer; both sides hold it, so that either may leave first.
@@ -60,7 +54,8 @@ class Waiter {
 
   // False when none comes, or one without figures.
   bool Take(NasQmiClient::CellLocationInfo& info) KOR_EXCLUDES(mutex_) {
-    constexpr int64_t kLimitUs = std::chrono::microseconds(kAnswerLimit).count();
+    // The port answers in time; an answer that is lost hangs nobody.
+    constexpr int64_t kLimitUs = std::chrono::microseconds(ModemPort::kRoundTripLimit).count();
     kor::util::MutexLock lock(mutex_);
     while (!answered_) {
       if (cond_.WaitUntil(mutex_, kLimitUs) == kor::Result::kTimeout) return false;
@@ -79,37 +74,32 @@ class Waiter {
 
 }  // namespace
 
-NasQmiClient* NasQmiClient::GetInstance() {
-  if (!Admitted("NasQmiClient.GetInstance")) throw std::runtime_error("NasQmiClient: the modem is not reachable");
-  static NasQmiClient* const instance = CreateClient();
-  return instance;
-}
+NasQmiClient* NasQmiClient::GetInstance() { return OnlyClient<NasQmiClient>(Begin); }
 
 bool NasQmiClient::StartScanAsync(std::function<void(ScanResult&, void*)> callback, void* user_data) {
-  return Query("StartScanAsync", &ModemPort::StartScan, std::move(callback), user_data);
+  return Query(PortOf(this), "StartScanAsync", &ModemPort::StartScan, std::move(callback), user_data);
 }
 
 bool NasQmiClient::GetSignalInfoAsync(std::function<void(SignalInfo&, void*)> callback, void* user_data) {
-  return Query("GetSignalInfoAsync", &ModemPort::GetSignalInfo, std::move(callback), user_data);
+  return Query(PortOf(this), "GetSignalInfoAsync", &ModemPort::GetSignalInfo, std::move(callback), user_data);
 }
 
 bool NasQmiClient::GetErrorRateAsync(std::function<void(ErrorRate&, void*)> callback, void* user_data) {
-  return Query("GetErrorRateAsync", &ModemPort::GetErrorRate, std::move(callback), user_data);
+  return Query(PortOf(this), "GetErrorRateAsync", &ModemPort::GetErrorRate, std::move(callback), user_data);
 }
 
 bool NasQmiClient::GetCellLocationAsync(std::function<void(CellLocationInfo&, void*)> callback, void* user_data) {
-  return Query("GetCellLocationAsync", &ModemPort::GetCellLocation, std::move(callback), user_data);
+  return Query(PortOf(this), "GetCellLocationAsync", &ModemPort::GetCellLocation, std::move(callback), user_data);
 }
 
 bool NasQmiClient::GetSystemInfoAsync(std::function<void(SystemInfo&, void*)> callback, void* user_data) {
-  return Query("GetSystemInfoAsync", &ModemPort::GetSystemInfo, std::move(callback), user_data);
+  return Query(PortOf(this), "GetSystemInfoAsync", &ModemPort::GetSystemInfo, std::move(callback), user_data);
 }
 
 bool NasQmiClient::GetCellLocation(CellLocationInfo& info) {
-  if (!Admitted("GetCellLocation")) return false;
   const auto waiter = std::make_shared<Waiter>();
   const auto put = [waiter](CellLocationInfo& answer) { waiter->Put(answer); };
-  return ModemPort::Get().GetCellLocation(put) == kor::Result::kSuccess && waiter->Take(info);
+  return PortOf(this).GetCellLocation(put) == kor::Result::kSuccess && waiter->Take(info);
 }
 
 }  // namespace kor::vendor::qcom::qmi

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // The wrapper's LAN, VLANs and IP passthrough.
-#include "clients/operation.h"
 #include "common/vendor/qcmap_wrapper.h"
 #include "router/router.h"
 
@@ -14,7 +13,6 @@ LanTable& Lan() { return Router::Get().lan; }
 
 bool QcmapWrapper::GetLanConfig(std::string& gw, std::string& nm, bool& enable_dhcp, std::string& start,
                                 std::string& end, int& lease) {
-  if (!Admitted("GetLanConfig")) return false;
   const LanTable::LanConfig config = Lan().Config();
   gw = config.gw;
   nm = config.nm;
@@ -27,50 +25,37 @@ bool QcmapWrapper::GetLanConfig(std::string& gw, std::string& nm, bool& enable_d
 
 bool QcmapWrapper::SetLanConfig(std::string gw, std::string nm, bool enable_dhcp, std::string start, std::string end,
                                 unsigned int lease) {
-  return Admitted("SetLanConfig", gw, nm, enable_dhcp, start, end, lease) &&
-         Lan().Set({true, gw, nm, enable_dhcp, start, end, static_cast<int32_t>(lease)});
+  return Lan().Set({true, gw, nm, enable_dhcp, start, end, static_cast<int32_t>(lease)});
 }
 
 bool QcmapWrapper::ActivateLan() {
-  if (!Admitted("ActivateLan")) return false;
   Lan().Activate();
   return true;
 }
 
-bool QcmapWrapper::SetVlanConfig(VlanConfig& config) {
-  return Admitted("SetVlanConfig", config.interface, config.vlan_id, config.pdn) && Lan().SetVlan(config);
-}
+bool QcmapWrapper::SetVlanConfig(VlanConfig& config) { return Lan().SetVlan(config); }
 
-bool QcmapWrapper::DeleteVlanConfig(VlanConfig& config) {
-  return Admitted("DeleteVlanConfig", config.vlan_id) && Lan().DeleteVlan(config.vlan_id);
-}
+bool QcmapWrapper::DeleteVlanConfig(VlanConfig& config) { return Lan().DeleteVlan(config.vlan_id); }
 
 bool QcmapWrapper::GetVlanConfigs(std::vector<VlanConfig>& configs) {
-  if (!Admitted("GetVlanConfigs")) return false;
   configs = Lan().Vlans();
   return true;
 }
 
-bool QcmapWrapper::SetPdnToVlanMapping(VlanConfig& config) {
-  return Admitted("SetPdnToVlanMapping", config.vlan_id, config.pdn) && Lan().MapVlan(config.vlan_id, config.pdn);
-}
+bool QcmapWrapper::SetPdnToVlanMapping(VlanConfig& config) { return Lan().MapVlan(config.vlan_id, config.pdn); }
 
-bool QcmapWrapper::DeletePdnToVlanMapping(VlanConfig& config) {
-  return Admitted("DeletePdnToVlanMapping", config.vlan_id) && Lan().UnmapVlan(config.vlan_id);
-}
+bool QcmapWrapper::DeletePdnToVlanMapping(VlanConfig& config) { return Lan().UnmapVlan(config.vlan_id); }
 
 bool QcmapWrapper::GetPdnToVlanMapping(std::vector<VlanMapping>& mappings) {
-  if (!Admitted("GetPdnToVlanMapping")) return false;
   mappings = Lan().Mappings();
   return true;
 }
 
 bool QcmapWrapper::SetIpPassthrough(bool enable, IpPassthroughConfig& config) {
-  return Admitted("SetIpPassthrough", enable, config.mode, config.target) && Lan().SetPassthrough(enable, config);
+  return Lan().SetPassthrough(enable, config);
 }
 
 bool QcmapWrapper::GetIpPassthrough(bool& enabled, IpPassthroughConfig& config) {
-  if (!Admitted("GetIpPassthrough")) return false;
   enabled = Lan().GetPassthrough(config);
   return true;
 }

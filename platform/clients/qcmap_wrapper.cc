@@ -2,11 +2,11 @@
 #include "common/vendor/qcmap_wrapper.h"
 
 #include <algorithm>
-#include <stdexcept>
 
-#include "clients/operation.h"
+#include "clients/over_port.h"
 #include "common/addresses.h"
 #include "common/log.h"
+#include "common/modem_events.h"
 #include "router/router.h"
 
 namespace kor::vendor::qcom::qcmap {
@@ -14,6 +14,8 @@ namespace kor::vendor::qcom::qcmap {
 namespace {
 
 using kor::modem::CallEvent;
+using kor::modem::CallReport;
+using kor::modem::ModemPort;
 using kor::util::EventDic;
 using kor::util::IPFamily;
 
@@ -36,22 +38,21 @@ uint32_t EventCode(CallEvent event) {
 }
 
 // On the modem's thread. Subscribers see the state that belongs to the event, or to a newer request.
-void PublishCall(kor::util::EventCbMap& event_cbs, int32_t handle, IPFamily family, CallEvent event, uint64_t serial) {
-  Table().Apply(handle, family, event, serial);
+void PublishCall(kor::util::EventCbMap& event_cbs, const CallReport& report) {
+  Table().Apply(report.handle, report.family, report.event, report.serial);
   EventDic ev;
-  ev.event = EventCode(event);
-  ev.params[EventDic::kParamHandle] = std::to_string(handle);
-  ev.params[EventDic::kParamIpFamily] = ArgumentText(family);
+  ev.event = EventCode(report.event);
+  ev.params[EventDic::kParamHandle] = std::to_string(report.handle);
+  ev.params[EventDic::kParamIpFamily] = report.family == IPFamily::kIpv4 ? "4" : "6";
+  if (!report.end.text.empty()) {
+    ev.params[kor::util::kParamCallEndCode] = std::to_string(report.end.code);
+    ev.params[kor::util::kParamCallEndText] = report.end.text;
+  }
   event_cbs.Notify(ev);
 }
 
-QcmapWrapper* CreateWrapper() {
-  auto* const wrapper = new QcmapWrapper;
-  kor::modem::ModemPort::Get().SetCallReport(
-      [wrapper](int32_t handle, IPFamily family, CallEvent event, uint64_t serial) {
-        PublishCall(wrapper->event_cbs, handle, family, event, serial);
-      });
-  return wrapper;
+void Begin(QcmapWrapper& wrapper, ModemPort& port) {
+  port.SetCallReport([&wrapper](const CallReport& report) { PublishCall(wrapper.event_cbs, report); });
 }
 
 // A profile that is given alone, with kNoProfile for the other, serves the families that the policy has and no other:
@@ -73,106 +74,76 @@ std::string Checked(IPFamily family, const std::string& text) {
 }  // namespace
 
 Router& Router::Get() {
-  static Router* const router = new Router(kor::modem::ModemPort::Get());
+  static Router* const router = new Router(PortOf(QcmapWrapper::GetInstance()));
   return *router;
 }
 
-QcmapWrapper* QcmapWrapper::GetInstance() {
-  if (!Admitted("QcmapWrapper.GetInstance")) throw std::runtime_error("QcmapWrapper: the modem is not reachable");
-  static QcmapWrapper* const instance = CreateWrapper();
-  return instance;
-}
+QcmapWrapper* QcmapWrapper::GetInstance() { return OnlyClient<QcmapWrapper>(Begin); }
 
 bool QcmapWrapper::GetWwanPolicies(std::vector<WwanPolicy>& policies) {
-  if (!Admitted("GetWwanPolicies")) return false;
   policies = Table().List();
   return true;
 }
 
-bool QcmapWrapper::GetWwanPolicy(uint32_t index, WwanPolicy& policy) {
-  return Admitted("GetWwanPolicy", index) && Table().Get(index, policy);
-}
+bool QcmapWrapper::GetWwanPolicy(uint32_t index, WwanPolicy& policy) { return Table().Get(index, policy); }
 
 bool QcmapWrapper::SetWwanPolicy(uint32_t index, kor::wwan::Tech tech, IPFamily ip_family, int profile_1,
                                  int profile_2) {
   WwanPolicy policy{profile_1, profile_2, tech, ip_family, 0};
   GiveOneProfile(policy);
-  return Admitted("SetWwanPolicy", index, tech, ip_family, profile_1, profile_2) && Table().Set(index, policy);
+  return Table().Set(index, policy);
 }
 
 bool QcmapWrapper::CreateWwanPolicy(kor::wwan::Tech tech, IPFamily ip_family, uint8_t profile_1, uint8_t profile_2) {
-  return Admitted("CreateWwanPolicy", tech, ip_family, profile_1, profile_2) &&
-         Table().Create({profile_1, profile_2, tech, ip_family, 0});
+  return Table().Create({profile_1, profile_2, tech, ip_family, 0});
 }
 
-bool QcmapWrapper::DeleteWwanPolicy(uint8_t index) {
-  return Admitted("DeleteWwanPolicy", index) && Router::Get().lan.DeletePdn(index);
-}
+bool QcmapWrapper::DeleteWwanPolicy(uint8_t index) { return Router::Get().lan.DeletePdn(index); }
 
 bool QcmapWrapper::GetWwanConnectStatus(uint32_t index, ConnectStatus& ipv4, ConnectStatus& ipv6) {
-  return Admitted("GetWwanConnectStatus", index) && Table().GetStatus(index, ipv4, ipv6);
+  return Table().GetStatus(index, ipv4, ipv6);
 }
 
-bool QcmapWrapper::SetAutoConnect(uint32_t index, bool enable) {
-  return Admitted("SetAutoConnect", index, enable) && Table().SetAutoConnect(index, enable);
-}
+bool QcmapWrapper::SetAutoConnect(uint32_t index, bool enable) { return Table().SetAutoConnect(index, enable); }
 
-bool QcmapWrapper::GetAutoConnect(uint32_t index, bool& enabled) {
-  return Admitted("GetAutoConnect", index) && Table().GetAutoConnect(index, enabled);
-}
+bool QcmapWrapper::GetAutoConnect(uint32_t index, bool& enabled) { return Table().GetAutoConnect(index, enabled); }
 
-bool QcmapWrapper::SetRoaming(uint32_t index, bool enable) {
-  return Admitted("SetRoaming", index, enable) && Table().SetRoaming(index, enable);
-}
+bool QcmapWrapper::SetRoaming(uint32_t index, bool enable) { return Table().SetRoaming(index, enable); }
 
-bool QcmapWrapper::GetRoaming(uint32_t index, bool& enabled) {
-  return Admitted("GetRoaming", index) && Table().GetRoaming(index, enabled);
-}
+bool QcmapWrapper::GetRoaming(uint32_t index, bool& enabled) { return Table().GetRoaming(index, enabled); }
 
 bool QcmapWrapper::GetIpv4State(uint32_t index, bool& enabled) {
-  return Admitted("GetIpv4State", index) && Table().GetEnabled(index, IPFamily::kIpv4, enabled);
+  return Table().GetEnabled(index, IPFamily::kIpv4, enabled);
 }
 
 bool QcmapWrapper::GetIpv6State(uint32_t index, bool& enabled) {
-  return Admitted("GetIpv6State", index) && Table().GetEnabled(index, IPFamily::kIpv6, enabled);
+  return Table().GetEnabled(index, IPFamily::kIpv6, enabled);
 }
 
-bool QcmapWrapper::EnableIpv4(uint32_t index) {
-  return Admitted("EnableIpv4", index) && Table().SetEnabled(index, IPFamily::kIpv4, true);
-}
+bool QcmapWrapper::EnableIpv4(uint32_t index) { return Table().SetEnabled(index, IPFamily::kIpv4, true); }
 
-bool QcmapWrapper::DisableIpv4(uint32_t index) {
-  return Admitted("DisableIpv4", index) && Table().SetEnabled(index, IPFamily::kIpv4, false);
-}
+bool QcmapWrapper::DisableIpv4(uint32_t index) { return Table().SetEnabled(index, IPFamily::kIpv4, false); }
 
-bool QcmapWrapper::EnableIpv6(uint32_t index) {
-  return Admitted("EnableIpv6", index) && Table().SetEnabled(index, IPFamily::kIpv6, true);
-}
+bool QcmapWrapper::EnableIpv6(uint32_t index) { return Table().SetEnabled(index, IPFamily::kIpv6, true); }
 
-bool QcmapWrapper::DisableIpv6(uint32_t index) {
-  return Admitted("DisableIpv6", index) && Table().SetEnabled(index, IPFamily::kIpv6, false);
-}
+bool QcmapWrapper::DisableIpv6(uint32_t index) { return Table().SetEnabled(index, IPFamily::kIpv6, false); }
 
 kor::Result QcmapWrapper::ConnectBackhaul(uint32_t index, IPFamily ip_family) {
-  const kor::Result admitted = Ask("ConnectBackhaul", index, ip_family);
-  return admitted == kor::Result::kSuccess ? Table().Connect(index, ip_family) : admitted;
+  return Table().Connect(index, ip_family);
 }
 
 kor::Result QcmapWrapper::DisconnectBackhaul(uint32_t index, IPFamily ip_family) {
-  const kor::Result admitted = Ask("DisconnectBackhaul", index, ip_family);
-  return admitted == kor::Result::kSuccess ? Table().Disconnect(index, ip_family) : admitted;
+  return Table().Disconnect(index, ip_family);
 }
 
 kor::Result QcmapWrapper::GetNetworkConfig(uint32_t index, IPFamily ip_family, NetworkConfig& config) {
   // Until there is an answer the record names no family, so that nobody takes what was in it for one.
   config = {};
   config.ip_family = IPFamily{0};
-  kor::Result result = Ask("GetNetworkConfig", index, ip_family);
-  if (result != kor::Result::kSuccess) return result;
   WwanPolicy policy;
   if (!Table().Get(index, policy)) return kor::Result::kFailure;
   kor::modem::CallConfig given;
-  result = kor::modem::ModemPort::Get().GetCallConfig(policy.handle, ip_family, given);
+  const kor::Result result = PortOf(this).GetCallConfig(policy.handle, ip_family, given);
   if (result != kor::Result::kSuccess) return result;
   config = {ip_family, Checked(ip_family, given.address), Checked(ip_family, given.dns_1),
             Checked(ip_family, given.dns_2)};

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "common/vendor/wms_qmi_client.h"
 
-#include <stdexcept>
+#include <cstdlib>
 
-#include "clients/operation.h"
+#include "clients/over_port.h"
+#include "common/log.h"
+#include "common/modem_events.h"
 
 namespace kor::vendor::qcom::qmi {
 
@@ -12,43 +14,29 @@ namespace {
 using kor::modem::ModemPort;
 using RouteList = std::list<kor::wwan::SmsManager::RouteInfo>;
 
-WmsQmiClient* CreateClient() {
-  auto* const client = new WmsQmiClient;
-  ModemPort::Get().SetSmsReport([client](kor::util::EventDic& ev) { client->event_cbs.Notify(ev); });
-  return client;
+// A message that wants it is acknowledged once the subscribers have heard it: until then it is the network's.
+void Publish(WmsQmiClient& client, ModemPort& port, kor::util::EventDic& ev) {
+  const auto ack = ev.params.find(kor::util::kParamSmsAck);
+  const auto id = ack == ev.params.end() ? 0 : strtoul(ack->second.c_str(), nullptr, 10);
+  client.event_cbs.Notify(ev);
+  if (id == 0) return;
+  const kor::Result result = port.AcknowledgeSms(static_cast<uint32_t>(id));
+  if (result == kor::Result::kSuccess) return;
+  KOR_LOG(LOG_WARNING, "a short message is not acknowledged and will come again: %d\n", static_cast<int>(result));
 }
 
-// "CLASS:STORAGE:ACTION" for each route.
-std::string Text(const RouteList& routes) {
-  std::string text;
-  for (const auto& route : routes) {
-    text += (text.empty() ? "" : " ") + ArgumentText(route.message_class) + ":" + ArgumentText(route.storage) + ":" +
-            ArgumentText(route.action);
-  }
-  return text;
+void Begin(WmsQmiClient& client, ModemPort& port) {
+  port.SetSmsReport([&client, &port](kor::util::EventDic& ev) { Publish(client, port, ev); });
 }
 
 }  // namespace
 
-WmsQmiClient* WmsQmiClient::GetInstance() {
-  if (!Admitted("WmsQmiClient.GetInstance")) throw std::runtime_error("WmsQmiClient: the modem is not reachable");
-  static WmsQmiClient* const instance = CreateClient();
-  return instance;
-}
+WmsQmiClient* WmsQmiClient::GetInstance() { return OnlyClient<WmsQmiClient>(Begin); }
 
-kor::Result WmsQmiClient::GetRouteList(RouteList& routes) {
-  const kor::Result admitted = Ask("GetRouteList");
-  return admitted == kor::Result::kSuccess ? ModemPort::Get().GetSmsRoutes(routes) : admitted;
-}
+kor::Result WmsQmiClient::GetRouteList(RouteList& routes) { return PortOf(this).GetSmsRoutes(routes); }
 
-kor::Result WmsQmiClient::SetRouteList(RouteList& routes) {
-  const kor::Result admitted = Ask("SetRouteList", Text(routes));
-  return admitted == kor::Result::kSuccess ? ModemPort::Get().SetSmsRoutes(routes) : admitted;
-}
+kor::Result WmsQmiClient::SetRouteList(RouteList& routes) { return PortOf(this).SetSmsRoutes(routes); }
 
-kor::Result WmsQmiClient::ModifyTagAsync() {
-  const kor::Result admitted = Ask("ModifyTagAsync");
-  return admitted == kor::Result::kSuccess ? ModemPort::Get().ModifySmsTags() : admitted;
-}
+kor::Result WmsQmiClient::ModifyTagAsync() { return PortOf(this).ModifySmsTags(); }
 
 }  // namespace kor::vendor::qcom::qmi

@@ -12,7 +12,7 @@ namespace kor::modem {
 // How the SIM card is.
 struct SimState {
   bool starting = false;                    // There, with power, and not ready yet.
-  kor::Result pin = kor::Result::kSuccess;  // As ModemPort::GetPinStatus() has it.
+  kor::Result pin = kor::Result::kSuccess;  // A state of PIN1, or kSimNotReady.
 };
 
 // By how radio and SIM card are. kAtNotSupported when the command is none of them, or not in this form.

@@ -14,11 +14,17 @@ using kor::util::IPFamily;
 
 bool IsOneFamily(IPFamily family) { return family == IPFamily::kIpv4 || family == IPFamily::kIpv6; }
 
+// Session management causes of 3GPP TS 24.008 10.5.6.6.
+CallEnd Refused() { return {26, "insufficient resources"}; }
+CallEnd Requested() { return {36, "regular deactivation"}; }
+CallEnd Dropped() { return {38, "network failure"}; }
+CallEnd NotStopped() { return {111, "protocol error, unspecified"}; }
+
 IPFamily OtherFamily(IPFamily family) { return family == IPFamily::kIpv4 ? IPFamily::kIpv6 : IPFamily::kIpv4; }
 
 }  // namespace
 
-void Calls::SetReport(ModemPort::CallReport report) {
+void Calls::SetReport(ModemPort::CallReporter report) {
   kor::util::MutexLock lock(mutex_);
   report_ = std::move(report);
 }
@@ -56,10 +62,13 @@ kor::Result Calls::Start(const CallRequest& request) {
   if (call.pending == Pending::kStop) return kor::Result::kFailure;
   if (call.life == 0) call.life = request.serial;
   call.serial = request.serial;
+  call.profile = request.profile;
   if (!call.up) call.pending = Pending::kStart;
   if (faults_.Take(Faults::kIgnoredRequest)) return kor::Result::kSuccess;
   const bool fails = !call.up && faults_.Take(Faults::kConnectFails);
-  events_.Post(connect_delay_, [this, key, life = call.life, fails] { FinishStart(key, life, fails); });
+  events_.Post(connect_delay_, [this, key, life = call.life, failure = fails ? Refused() : CallEnd()] {
+    FinishStart(key, life, failure);
+  });
   return kor::Result::kSuccess;
 }
 
@@ -69,7 +78,8 @@ kor::Result Calls::Stop(int32_t handle, Family family, uint64_t serial) {
   kor::util::MutexLock lock(mutex_);
   const bool ignored = faults_.Take(Faults::kIgnoredRequest);
   if (!ignored && faults_.Take(Faults::kDisconnectFails)) {
-    events_.Post(disconnect_delay_, [this, key, serial] { Report(key, CallEvent::kDisconnectFailed, serial); });
+    events_.Post(disconnect_delay_,
+                 [this, key, serial] { Report(key, CallEvent::kDisconnectFailed, serial, NotStopped()); });
     return kor::Result::kSuccess;
   }
   Call& call = calls_[key];
@@ -80,7 +90,7 @@ kor::Result Calls::Stop(int32_t handle, Family family, uint64_t serial) {
     call.life = serial;
   }
   if (ignored) return kor::Result::kSuccess;
-  events_.Post(disconnect_delay_, [this, key, life = call.life] { FinishStop(key, life); });
+  events_.Post(disconnect_delay_, [this, key, life = call.life] { FinishStop(key, life, Requested()); });
   return kor::Result::kSuccess;
 }
 
@@ -102,20 +112,48 @@ bool Calls::Drop(int32_t handle, Family family) {
   kor::util::MutexLock lock(mutex_);
   const Call* const call = FindUpLocked(key);
   if (call == nullptr) return false;
-  events_.Post(Milliseconds(0), [this, key, life = call->life] { FinishStop(key, life); });
+  events_.Post(Milliseconds(0), [this, key, life = call->life] { FinishStop(key, life, Dropped()); });
   return true;
 }
 
-void Calls::DropAll() {
+void Calls::DropAll(const CallEnd& end) {
   kor::util::MutexLock lock(mutex_);
   for (const auto& [key, call] : calls_) {
-    events_.Post(Milliseconds(0), [this, lost = key, life = call.life] { FinishByLoss(lost, life); });
+    events_.Post(Milliseconds(0), [this, lost = key, life = call.life, end] { FinishByLoss(lost, life, end); });
   }
 }
 
-void Calls::FinishStart(const Key& key, uint64_t life, bool fails) {
+bool Calls::AddRunning(int32_t handle, Family family, int profile) {
+  const Key key(handle, family);
+  int link = -1;
+  {
+    kor::util::MutexLock lock(mutex_);
+    if (calls_.count(key) != 0) return false;
+    Call& call = calls_[key];
+    call.profile = profile;
+    if (!BringUpLocked(key, call)) {
+      calls_.erase(key);
+      return false;
+    }
+    link = call.link;
+  }
+  events_.Post(Milliseconds(0), [this, link, family] { links_.Up(link, family); });
+  return true;
+}
+
+std::list<RunningCall> Calls::List() {
+  kor::util::MutexLock lock(mutex_);
+  std::list<RunningCall> list;
+  for (const auto& [key, call] : calls_) {
+    if (call.up) list.push_back({key.first, key.second, call.profile, call.config});
+  }
+  return list;
+}
+
+void Calls::FinishStart(const Key& key, uint64_t life, CallEnd failure) {
   // Asked once more: service may have gone while the request was on its way, before there was a call to drop.
-  const bool comes = !fails && in_service_();
+  if (failure.text.empty() && !in_service_()) failure = {0, "no service"};
+  const bool comes = failure.text.empty();
   bool up = true;
   bool came_up = false;
   int link = -1;
@@ -131,10 +169,11 @@ void Calls::FinishStart(const Key& key, uint64_t life, bool fails) {
   }
   // Without the lock: the configuration answers already, and `ip` takes its time.
   if (came_up) links_.Up(link, key.second);
-  Report(key, up ? CallEvent::kConnected : CallEvent::kConnectFailed, serial);
+  if (up) return Report(key, CallEvent::kConnected, serial, {});
+  Report(key, CallEvent::kConnectFailed, serial, comes ? Refused() : failure);
 }
 
-void Calls::FinishStop(const Key& key, uint64_t life) {
+void Calls::FinishStop(const Key& key, uint64_t life, const CallEnd& end) {
   bool was_up = false;
   bool gave_up = false;
   int link = -1;
@@ -150,7 +189,7 @@ void Calls::FinishStop(const Key& key, uint64_t life) {
     call->pending = Pending::kStop;  // Starts are refused until the last report but one is out.
   }
   if (was_up) links_.Down(link, key.second);
-  if (gave_up) Report(key, CallEvent::kConnectFailed, serial);
+  if (gave_up) Report(key, CallEvent::kConnectFailed, serial, end);
   {
     kor::util::MutexLock lock(mutex_);
     if (const Call* const call = FindLocked(key, life)) {
@@ -158,10 +197,10 @@ void Calls::FinishStop(const Key& key, uint64_t life) {
       calls_.erase(key);
     }
   }
-  Report(key, CallEvent::kDisconnected, serial);
+  Report(key, CallEvent::kDisconnected, serial, end);
 }
 
-void Calls::FinishByLoss(const Key& key, uint64_t life) {
+void Calls::FinishByLoss(const Key& key, uint64_t life, const CallEnd& end) {
   bool starts = false;
   {
     kor::util::MutexLock lock(mutex_);
@@ -169,20 +208,20 @@ void Calls::FinishByLoss(const Key& key, uint64_t life) {
     starts = call != nullptr && call->pending == Pending::kStart;
   }
   if (starts) {
-    FinishStart(key, life, true);
+    FinishStart(key, life, end);
   } else {
-    FinishStop(key, life);
+    FinishStop(key, life, end);
   }
 }
 
-void Calls::Report(const Key& key, CallEvent event, uint64_t serial) {
+void Calls::Report(const Key& key, CallEvent event, uint64_t serial, const CallEnd& end) {
   if (faults_.Take(Faults::kLostReport)) return;
-  ModemPort::CallReport report;
+  ModemPort::CallReporter report;
   {
     kor::util::MutexLock lock(mutex_);
     report = report_;
   }
-  if (report) report(key.first, key.second, event, serial);
+  if (report) report({key.first, key.second, event, serial, end});
 }
 
 Calls::Call* Calls::FindLocked(const Key& key, uint64_t life) {
@@ -200,7 +239,13 @@ bool Calls::BringUpLocked(const Key& key, Call& call) {
   call.link = ChooseLinkLocked(key);
   if (call.link < 0) return false;
   const DnsServers servers = ServersLocked(key);
-  call.config = {DeviceAddress(call.link, key.second), servers.dns_1, servers.dns_2};
+  call.config = {DeviceAddress(call.link, key.second),
+                 PrefixLength(key.second),
+                 NetworkAddress(call.link, key.second),
+                 kLinkMtu,
+                 servers.dns_1,
+                 servers.dns_2,
+                 links_.NameOf(call.link)};
   call.not_ready = not_ready_queries_;
   call.pending = Pending::kNone;
   call.up = true;

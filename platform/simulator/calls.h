@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <list>
 #include <map>
 #include <string>
 #include <utility>
@@ -40,7 +41,7 @@ class Calls {
   Calls(EventThread& events, Links& links, Faults& faults, std::function<bool()> in_service)
       : events_(events), links_(links), faults_(faults), in_service_(std::move(in_service)) {}
 
-  void SetReport(ModemPort::CallReport report) KOR_EXCLUDES(mutex_);
+  void SetReport(ModemPort::CallReporter report) KOR_EXCLUDES(mutex_);
   void SetConnectDelay(Milliseconds delay) KOR_EXCLUDES(mutex_);
   void SetDisconnectDelay(Milliseconds delay) KOR_EXCLUDES(mutex_);
   void SetNotReadyQueries(int count) KOR_EXCLUDES(mutex_);
@@ -51,12 +52,18 @@ class Calls {
   kor::Result Start(const CallRequest& request) KOR_EXCLUDES(mutex_);
   kor::Result Stop(int32_t handle, Family family, uint64_t serial) KOR_EXCLUDES(mutex_);
   kor::Result GetConfig(int32_t handle, Family family, CallConfig& config) KOR_EXCLUDES(mutex_);
+  std::list<RunningCall> List() KOR_EXCLUDES(mutex_);
+
+  // A call is up that nobody asked for, as one that an earlier process left. False when there is one already, or no
+  // room for its interface.
+  bool AddRunning(int32_t handle, Family family, int profile) KOR_EXCLUDES(mutex_);
 
   // The network takes an up call down. False when it is not up.
   bool Drop(int32_t handle, Family family) KOR_EXCLUDES(mutex_);
 
-  // The network is gone: calls go down, those that are coming up fail. To be called when `in_service` has become false.
-  void DropAll() KOR_EXCLUDES(mutex_);
+  // The network is gone, or the modem: calls go down, those that are coming up fail. To be called when `in_service` has
+  // become false.
+  void DropAll(const CallEnd& end) KOR_EXCLUDES(mutex_);
 
  private:
   using Key = std::pair<int32_t, Family>;
@@ -66,7 +73,8 @@ class Calls {
   // A call that is not plainly down.
   struct Call {
     uint64_t serial = 0;  // The latest request.
-    uint64_t life = 0;    // The request that began this life; those made in an earlier one have lost their meaning.
+    int profile = 0;
+    uint64_t life = 0;  // The request that began this life; those made in an earlier one have lost their meaning.
     Pending pending = Pending::kNone;
     bool gave_up = false;  // The stop that is pending found it coming up.
     bool up = false;
@@ -76,10 +84,11 @@ class Calls {
   };
 
   // What happens when a request's time has come; on the event thread.
-  void FinishStart(const Key& key, uint64_t life, bool fails) KOR_EXCLUDES(mutex_);
-  void FinishStop(const Key& key, uint64_t life) KOR_EXCLUDES(mutex_);
-  void FinishByLoss(const Key& key, uint64_t life) KOR_EXCLUDES(mutex_);
-  void Report(const Key& key, CallEvent event, uint64_t serial) KOR_EXCLUDES(mutex_);
+  // `failure`: why it fails; without a text it does not.
+  void FinishStart(const Key& key, uint64_t life, CallEnd failure) KOR_EXCLUDES(mutex_);
+  void FinishStop(const Key& key, uint64_t life, const CallEnd& end) KOR_EXCLUDES(mutex_);
+  void FinishByLoss(const Key& key, uint64_t life, const CallEnd& end) KOR_EXCLUDES(mutex_);
+  void Report(const Key& key, CallEvent event, uint64_t serial, const CallEnd& end) KOR_EXCLUDES(mutex_);
 
   Call* FindLocked(const Key& key, uint64_t life) KOR_REQUIRES(mutex_);
   const Call* FindUpLocked(const Key& key) const KOR_REQUIRES(mutex_);
@@ -94,7 +103,7 @@ class Calls {
   const std::function<bool()> in_service_;
 
   kor::util::Mutex mutex_{rank::kModem};
-  ModemPort::CallReport report_ KOR_GUARDED_BY(mutex_);
+  ModemPort::CallReporter report_ KOR_GUARDED_BY(mutex_);
   Milliseconds connect_delay_ KOR_GUARDED_BY(mutex_){50};
   Milliseconds disconnect_delay_ KOR_GUARDED_BY(mutex_){20};
   int not_ready_queries_ KOR_GUARDED_BY(mutex_) = 0;

@@ -17,7 +17,7 @@ std::string Address(int number, IPFamily family, const char* host) {
 
 // The "address add" or "address del" line. An IPv6 address is usable at once: nobody else can have it.
 std::string AddressLine(const char* verb, const std::string& address, IPFamily family, const std::string& interface) {
-  const char* const rest = family == IPFamily::kIpv4 ? "/30" : "/64 nodad";
+  const std::string rest = "/" + std::to_string(PrefixLength(family)) + (family == IPFamily::kIpv4 ? "" : " nodad");
   return std::string("address ") + verb + " " + address + rest + " dev " + interface + "\n";
 }
 
@@ -34,6 +34,8 @@ std::string SetUpLine(const std::string& interface) { return "link set dev " + i
 std::string DeviceName(int number) { return "rmnet_data" + std::to_string(number); }
 
 std::string NetworkName(int number) { return "carrier" + std::to_string(number); }
+
+int PrefixLength(IPFamily family) { return family == IPFamily::kIpv4 ? 30 : 64; }
 
 std::string DeviceAddress(int number, IPFamily family) { return Address(number, family, "2"); }
 

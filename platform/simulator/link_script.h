@@ -9,9 +9,12 @@
 namespace kor::modem {
 
 constexpr int kMaxLinks = 256;  // Link numbers are one part of an IPv4 address.
+constexpr int kLinkMtu = 1500;  // A veth pair's.
 
 std::string DeviceName(int number);   // Our end: "rmnet_data0".
 std::string NetworkName(int number);  // The network's end: "carrier0".
+
+int PrefixLength(kor::util::IPFamily family);
 
 // The addresses of the two ends, without the prefix length.
 std::string DeviceAddress(int number, kor::util::IPFamily family);

@@ -66,6 +66,11 @@ bool Links::SetCarrier(const std::string& path) {
   return true;
 }
 
+std::string Links::NameOf(int number) {
+  kor::util::MutexLock lock(mutex_);
+  return enabled_ ? DeviceName(number) : "";
+}
+
 bool Links::IsForeign(int number) {
   const std::string name = DeviceName(number);
   return Exists(name) && DriverOf(name) != "veth";

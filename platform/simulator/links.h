@@ -15,7 +15,7 @@ namespace kor::modem {
 // Where they cannot be made (no CAP_NET_ADMIN, no `ip`, no such namespace) one warning says so and calls have events
 // only; the next call tries again.
 //
-// Thread safety: the settings may be changed from any thread; everything else belongs to the event thread.
+// Thread safety: the settings may be changed and asked from any thread; everything else belongs to the event thread.
 class Links {
  public:
   // Whether links that come up from now on get interfaces.
@@ -24,6 +24,9 @@ class Links {
   // The network namespace of the far ends of links made from now on; empty: our own. False, and nothing changes, when
   // `path` is neither empty nor an absolute path of printable characters without blanks, quotes, '\' and '#'.
   bool SetCarrier(const std::string& path) KOR_EXCLUDES(mutex_);
+
+  // The name of a call's interface, "rmnet_data0"; empty while calls get none.
+  std::string NameOf(int number) KOR_EXCLUDES(mutex_);
 
   // Whether an interface rmnet_dataN exists that is not of our making, such as a real modem's. A veth pair of that name
   // is a leftover of an earlier process.

@@ -44,18 +44,15 @@ kor::Result Pin::Status() const {
   return verified_ ? DeviceManager::kPinVerified : DeviceManager::kPinNotVerified;
 }
 
-bool Pin::Unblock(const std::string& puk, const std::string& new_pin) {
-  if (!IsNumber(puk, kPukLength, kPukLength) || !IsNumber(new_pin, kLeastPin, kMostPin)) return false;
-  if (puk_tries_ == 0) return false;
-  if (puk != kPuk) {
-    --puk_tries_;
-    return false;
-  }
+kor::Result Pin::Unblock(const std::string& puk, const std::string& new_pin) {
+  if (!IsNumber(puk, kPukLength, kPukLength) || !IsNumber(new_pin, kLeastPin, kMostPin)) return kor::Result::kFailure;
+  if (puk_tries_ == 0) return Status();
+  if (puk != kPuk) return --puk_tries_ == 0 ? Status() : DeviceManager::kPinIncorrect;
   pin_ = new_pin;
   pin_tries_ = kPinTries;
   puk_tries_ = kPukTries;
   verified_ = true;
-  return true;
+  return kor::Result::kSuccess;
 }
 
 kor::Result Pin::Verify(const std::string& pin) {

@@ -19,8 +19,14 @@ class Pin {
   // kPinBlocked or kPinPermanentlyBlocked, kPinDisabled, kPinVerified or kPinNotVerified.
   kor::Result Status() const;
 
-  // True when the PUK is right: `new_pin` is the PIN from now on, and verified.
-  bool Unblock(const std::string& puk, const std::string& new_pin);
+  int tries_left() const { return pin_tries_; }
+  int puk_tries_left() const { return puk_tries_; }
+
+  // Gives the PIN, which is wanted while its lock is on.
+  kor::Result Verify(const std::string& pin);
+
+  // When the PUK is right, `new_pin` is the PIN from now on, and verified.
+  kor::Result Unblock(const std::string& puk, const std::string& new_pin);
 
   // The card starts: a PIN whose lock is on is wanted again.
   void Restart() { verified_ = false; }
@@ -28,8 +34,6 @@ class Pin {
  private:
   static constexpr int kPinTries = 3;
   static constexpr int kPukTries = 10;
-
-  kor::Result Verify(const std::string& pin);
 
   std::string pin_ = "1234";
   int pin_tries_ = kPinTries;

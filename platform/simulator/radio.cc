@@ -4,8 +4,13 @@
 #include <algorithm>
 #include <utility>
 
+#include "common/modem_events.h"
+
 namespace kor::modem {
 
+using kor::util::kEvtRegistrationChanged;
+using kor::util::kEvtSignalChanged;
+using kor::util::kEvtTechnologyChanged;
 using kor::util::MutexLock;
 using kor::wwan::NetworkManager;
 using Registration = NetworkManager::Registration;
@@ -44,16 +49,51 @@ template <typename Record>
 void Radio::AnswerLater(Milliseconds delay, ModemPort::Answer<Record> answer,
                         Record (*figures)(const RadioState& state)) {
   const bool fails = faults_.Take(Faults::kAnswerFails);
-  events_.Post(delay, [this, answer = std::move(answer), figures, fails] {
+  Finish finish = [this, answer = std::move(answer), figures, fails](bool found) {
     Record record;
-    if (!fails) record = figures(State());
+    record.result = found ? kor::Result::kFailure : kor::Result::kNotReady;
+    if (found && !fails) record = figures(State());
     answer(record);
-  });
+  };
+  MutexLock lock(mutex_);
+  const uint64_t number = ++last_query_;
+  queries_.emplace(number, std::move(finish));
+  events_.Post(delay, [this, number] { FinishQuery(number, true); });
+}
+
+void Radio::FinishQuery(uint64_t number, bool found) {
+  Finish finish;
+  {
+    MutexLock lock(mutex_);
+    const auto query = queries_.find(number);
+    if (query == queries_.end()) return;  // Answered, when the modem went.
+    finish = std::move(query->second);
+    queries_.erase(query);
+  }
+  finish(found);
+}
+
+void Radio::GiveUp() {
+  MutexLock lock(mutex_);
+  for (const auto& query : queries_) {
+    events_.Post(Milliseconds(0), [this, number = query.first] { FinishQuery(number, false); });
+  }
 }
 
 bool Radio::IsRoaming() { return State().roaming; }
 
 bool Radio::IsInService() { return InService(State()); }
+
+bool Radio::Serves(kor::wwan::Tech tech) {
+  using kor::wwan::Tech;
+  const Technology serving = State().technology;
+  if (tech == Tech::kAny || serving == Technology::kNone) return true;  // Without any it is service that is missing.
+  const auto allows = [tech](Tech one) { return (static_cast<uint32_t>(tech) & static_cast<uint32_t>(one)) != 0; };
+  const bool lte = serving == Technology::kLte || serving == Technology::kLteNr5g;
+  const bool nr5g = serving == Technology::kNr5g || serving == Technology::kLteNr5g;
+  return (serving == Technology::kUmts && allows(Tech::kUmts)) || (lte && allows(Tech::kLte)) ||
+         (nr5g && allows(Tech::kNr5g));
+}
 
 void Radio::SetTechnology(Technology technology) {
   MutexLock lock(mutex_);

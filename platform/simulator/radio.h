@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <map>
 
 #include "common/mutex.h"
 #include "port/event_thread.h"
@@ -43,12 +44,18 @@ class Radio {
   // Whether there can be calls.
   bool IsInService() KOR_EXCLUDES(mutex_);
 
+  // Whether the modem is served by a technology that a policy allows.
+  bool Serves(kor::wwan::Tech tech) KOR_EXCLUDES(mutex_);
+
   void SetTechnology(Technology technology) KOR_EXCLUDES(mutex_);
   void SetRegistration(Manager::Registration registration) KOR_EXCLUDES(mutex_);
   void SetRoaming(bool roaming) KOR_EXCLUDES(mutex_);
   void MoveSignal(int level, Milliseconds over) KOR_EXCLUDES(mutex_);
   void SetAnswerDelay(Milliseconds delay) KOR_EXCLUDES(mutex_);
   void SetScanDelay(Milliseconds delay) KOR_EXCLUDES(mutex_);
+
+  // The modem is gone: queries that wait are answered at once, with kNotReady.
+  void GiveUp() KOR_EXCLUDES(mutex_);
 
   // Reports what has changed of registration and technology since the last time. To be called after a change of the
   // SIM.
@@ -57,10 +64,14 @@ class Radio {
  private:
   using Clock = std::chrono::steady_clock;
 
+  // Answers a query: with what was found, or with kNotReady.
+  using Finish = std::function<void(bool found)>;
+
   // Answers, in `delay`, with what `figures` makes of the state there is then.
   template <typename Record>
   void AnswerLater(Milliseconds delay, ModemPort::Answer<Record> answer, Record (*figures)(const RadioState& state));
 
+  void FinishQuery(uint64_t number, bool found) KOR_EXCLUDES(mutex_);
   RadioState StateLocked() KOR_REQUIRES(mutex_);
   int LevelLocked() const KOR_REQUIRES(mutex_);
   Milliseconds AnswerDelay() KOR_EXCLUDES(mutex_);
@@ -81,6 +92,8 @@ class Radio {
   Clock::time_point move_start_ KOR_GUARDED_BY(mutex_);
   Milliseconds move_time_ KOR_GUARDED_BY(mutex_){0};
   uint64_t moves_ KOR_GUARDED_BY(mutex_) = 0;
+  std::map<uint64_t, Finish> queries_ KOR_GUARDED_BY(mutex_);  // Not answered yet, by a number of their own.
+  uint64_t last_query_ KOR_GUARDED_BY(mutex_) = 0;
   Milliseconds answer_delay_ KOR_GUARDED_BY(mutex_){20};
   Milliseconds scan_delay_ KOR_GUARDED_BY(mutex_){200};
 };

@@ -145,8 +145,35 @@ Action ParseType(Arguments& args) {
   return [line = args.Line("LINE")](SimModem& modem) { return ScenarioReply{true, modem.Type(line)}; };
 }
 
-Action ParseRecord(Arguments&) {
+Action ParseRecord(Arguments& args) {
+  if (args.Left()) return Do([on = args.Switch("SWITCH")](SimModem& modem) { modem.SetRecording(on); });
   return [](SimModem& modem) { return ScenarioReply{true, Join(modem.TakeRecord())}; };
+}
+
+Action ParseRoundTrip(Arguments& args) {
+  const auto time = args.Delay("MS");
+  if (!args.Left()) return Do([=](SimModem& modem) { modem.SetRoundTrip(time); });
+  return Do([=, name = args.Operation("OPERATION")](SimModem& modem) { modem.SetRoundTrip(name, time); });
+}
+
+Action ParseGone(Arguments&) {
+  return [](SimModem& modem) {
+    return modem.Leave() ? ScenarioReply{true, ""} : ScenarioReply{false, "gone: there is no modem"};
+  };
+}
+
+Action ParseBack(Arguments& args) {
+  return Do([delay = args.Delay("MS")](SimModem& modem) { modem.Return(delay); });
+}
+
+Action ParseRunning(Arguments& args) {
+  const auto handle = args.Handle("HANDLE");
+  const auto family = args.Family("FAMILY");
+  const int profile = args.Number("PROFILE", "1 to 3", 1, 3);
+  return [=](SimModem& modem) {
+    if (modem.AddRunningCall(handle, family, profile)) return ScenarioReply{true, ""};
+    return ScenarioReply{false, "running: the call is there already"};
+  };
 }
 
 Action ParseHelp(Arguments& args);
@@ -180,7 +207,7 @@ Action ParseLose(Arguments& args) {
   return Do([count = args.Count("COUNT")](SimModem& modem) { modem.LoseReports(count); });
 }
 Action ParseRefuseNames(Arguments& args) {
-  return Do([count = args.Count("COUNT")](SimModem& modem) { modem.FailNext("RegisterCommands", count); });
+  return Do([count = args.Count("COUNT")](SimModem& modem) { modem.FailNext("RegisterAtNames", count); });
 }
 Action ParseSim(Arguments& args) {
   return Do([present = args.Switch("SWITCH")](SimModem& modem) { modem.SetSimPresent(present); });
@@ -232,7 +259,11 @@ constexpr Command kCommands[] = {
     {"type", "LINE", "types an AT line, such as AT+CSQ, and tells what is answered", ParseType},
     {"refuse-names", "COUNT", "the next requests for AT names are refused", ParseRefuseNames},
     {"answer-limit", "MS", "time after which a forwarded AT command fails", ParseAnswerLimit},
-    {"record", "", "the operations asked since the last time", ParseRecord},
+    {"round-trip", "MS [OPERATION]", "time that the modem takes to answer an operation, or all", ParseRoundTrip},
+    {"gone", "", "the modem is gone, and its calls with it", ParseGone},
+    {"back", "MS", "the modem is back, and ready after that time", ParseBack},
+    {"running", "HANDLE FAMILY PROFILE", "the modem has a call that nobody asked for", ParseRunning},
+    {"record", "[SWITCH]", "operations are recorded, on or off; those since the last time", ParseRecord},
     {"wait-idle", "MS", "wait until nothing is pending", ParseWaitIdle},
     {"help", "", "this list", ParseHelp},
 };

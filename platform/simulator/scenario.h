@@ -19,7 +19,7 @@ struct ScenarioReply {
 //   # The network is slow, then loses the first call.
 //   connect-delay 200
 //   dns 4 10.255.0.53 -          # "-" is an empty text
-//   fail "ConnectBackhaul" 2
+//   fail "StartCall" 2
 //   drop 100 4
 //   type "AT+XY=1,\"a b\""
 //

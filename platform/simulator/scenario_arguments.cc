@@ -2,11 +2,11 @@
 #include "simulator/scenario_arguments.h"
 
 #include <algorithm>
-#include <cctype>
 #include <limits>
 #include <optional>
 
 #include "at/at_line.h"
+#include "simulator/faults.h"
 #include "simulator/scenario_words.h"
 
 namespace kor::modem {
@@ -17,11 +17,8 @@ constexpr int64_t kMaxCount = 1'000'000;
 constexpr int64_t kMaxDelayMs = 3'600'000;
 constexpr int64_t kMaxHandle = std::numeric_limits<int32_t>::max();
 
-bool IsOperationCharacter(char c) { return isalnum(static_cast<unsigned char>(c)) != 0 || c == '.'; }
-
 std::optional<std::string> ParseOperation(const std::string& word) {
-  if (word.empty() || !std::all_of(word.begin(), word.end(), IsOperationCharacter)) return std::nullopt;
-  return word;
+  return IsOperation(word) ? std::optional<std::string>(word) : std::nullopt;
 }
 
 }  // namespace
@@ -42,7 +39,7 @@ int Arguments::Count(const char* name) {
   return Take<int>(name, "0 to 1000000", [](const std::string& word) { return ParseNumber(word, 0, kMaxCount); });
 }
 
-int Arguments::OptionalCount(const char* name) { return next_ < words_.size() ? Count(name) : 0; }
+int Arguments::OptionalCount(const char* name) { return Left() ? Count(name) : 0; }
 
 int Arguments::Number(const char* name, const char* takes, int least, int most) {
   return Take<int>(name, takes, [=](const std::string& word) { return ParseNumber(word, least, most); });
@@ -79,9 +76,7 @@ std::string Arguments::Server(const char* name, kor::util::IPFamily family) {
                            [family](const std::string& word) { return ParseServer(word, family); });
 }
 
-std::string Arguments::Operation(const char* name) {
-  return Take<std::string>(name, "an operation's name, such as ConnectBackhaul", ParseOperation);
-}
+std::string Arguments::Operation(const char* name) { return Take<std::string>(name, kOperationNames, ParseOperation); }
 
 std::string Arguments::Path(const char* name) {
   return Take<std::string>(name, "a path or -", [](const std::string& word) {
@@ -96,13 +91,13 @@ std::string Arguments::Line(const char* name) {
 }
 
 kor::Result Arguments::Failure(const char* name) {
-  if (next_ >= words_.size()) return kor::Result::kFailure;
+  if (!Left()) return kor::Result::kFailure;
   return Take<kor::Result>(name, "a result code, 1 to 65535",
                            [](const std::string& word) { return ParseNumber(word, 1, 65535); });
 }
 
 void Arguments::End() {
-  if (error_.empty() && next_ < words_.size()) error_ = words_[0] + ": \"" + words_[next_] + "\" is one word too many";
+  if (error_.empty() && Left()) error_ = words_[0] + ": \"" + words_[next_] + "\" is one word too many";
 }
 
 }  // namespace kor::modem

@@ -41,6 +41,9 @@ class Arguments {
   std::string Line(const char* name);     // Any text that is not empty.
   kor::Result Failure(const char* name);  // Any result but success; kFailure when there are no words left.
 
+  // Whether there is another word.
+  bool Left() const { return next_ < words_.size(); }
+
   // No word is left over. To be asked when all have been taken.
   void End();
 

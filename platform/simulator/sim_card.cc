@@ -42,16 +42,34 @@ kor::Result SimCard::ChangePin(int pin_id, const std::string& old_pin, const std
   return AskPin(pin_id, [&](Pin& of) { return of.Change(old_pin, new_pin); });
 }
 
-kor::Result SimCard::GetPinStatus() {
+kor::Result SimCard::VerifyPin(int pin_id, const std::string& pin) {
+  return AskPin(pin_id, [&](Pin& of) { return of.Verify(pin); });
+}
+
+kor::Result SimCard::UnblockPin(int pin_id, const std::string& puk, const std::string& new_pin) {
+  return AskPin(pin_id, [&](Pin& of) { return of.Unblock(puk, new_pin); });
+}
+
+kor::Result SimCard::GetPinStatus(int slot, int pin_id, PinStatus& status) {
+  if (slot != 1 || pin_id < 1 || pin_id > kPins) return kor::Result::kFailure;
+  kor::util::MutexLock lock(mutex_);
+  if (!ready_) return DeviceManager::kSimNotReady;
+  const Pin& pin = pins_[pin_id - 1];
+  status = {pin.Status(), pin.tries_left(), pin.puk_tries_left()};
+  return kor::Result::kSuccess;
+}
+
+kor::Result SimCard::State() {
   kor::util::MutexLock lock(mutex_);
   return ready_ ? pins_[0].Status() : DeviceManager::kSimNotReady;
 }
 
-bool SimCard::Unblock(int pin_id, const std::string& puk, const std::string& new_pin) {
-  const auto unblock = [&](Pin& of) {
-    return of.Unblock(puk, new_pin) ? kor::Result::kSuccess : kor::Result::kFailure;
-  };
-  return AskPin(pin_id, unblock) == kor::Result::kSuccess;
+void SimCard::Restart() {
+  {
+    kor::util::MutexLock lock(mutex_);
+    RestartLocked();
+  }
+  changed_();
 }
 
 bool SimCard::IsUsable() {

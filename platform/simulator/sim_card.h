@@ -10,6 +10,7 @@
 #include "common/result.h"
 #include "port/event_thread.h"
 #include "port/lock_ranks.h"
+#include "port/modem_port.h"
 #include "simulator/pin.h"
 
 namespace kor::modem {
@@ -31,7 +32,12 @@ class SimCard {
   kor::Result SetPower(int slot, bool on) KOR_EXCLUDES(mutex_);
   kor::Result SetPinLock(int pin_id, bool enable, const std::string& pin) KOR_EXCLUDES(mutex_);
   kor::Result ChangePin(int pin_id, const std::string& old_pin, const std::string& new_pin) KOR_EXCLUDES(mutex_);
-  kor::Result GetPinStatus() KOR_EXCLUDES(mutex_);
+  kor::Result VerifyPin(int pin_id, const std::string& pin) KOR_EXCLUDES(mutex_);
+  kor::Result UnblockPin(int pin_id, const std::string& puk, const std::string& new_pin) KOR_EXCLUDES(mutex_);
+  kor::Result GetPinStatus(int slot, int pin_id, PinStatus& status) KOR_EXCLUDES(mutex_);
+
+  // How PIN1 is, for its terminals: its state, or kSimNotReady.
+  kor::Result State() KOR_EXCLUDES(mutex_);
 
   // Whether a network may be used: the card is ready, and its PIN1 is neither wanted nor blocked.
   bool IsUsable() KOR_EXCLUDES(mutex_);
@@ -41,7 +47,9 @@ class SimCard {
 
   void SetPresent(bool present) KOR_EXCLUDES(mutex_);
   void SetStartDelay(Milliseconds delay) KOR_EXCLUDES(mutex_);
-  bool Unblock(int pin_id, const std::string& puk, const std::string& new_pin) KOR_EXCLUDES(mutex_);
+
+  // The card starts anew, as the modem does.
+  void Restart() KOR_EXCLUDES(mutex_);
 
  private:
   static constexpr int kPins = 2;

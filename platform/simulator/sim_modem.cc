@@ -1,20 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "simulator/sim_modem.h"
 
-#include <stdexcept>
 #include <string>
 
-#include "port/backend.h"
 #include "simulator/simulation.h"
 
 namespace kor::modem {
 
-// All three are leaked on purpose: the event thread may be at work while exit() destroys what is static.
-Simulation& Simulation::Get() {
-  static Simulation* const simulation = new Simulation;
-  return *simulation;
-}
-
+// Leaked on purpose: the event thread may be at work while exit() destroys what is static.
 SimModem& SimModem::Get() {
   static SimModem* const modem = new SimModem;
   return *modem;
@@ -46,7 +39,7 @@ void SimModem::SetSimPresent(bool present) { Simulation::Get().sim.SetPresent(pr
 void SimModem::SetSimDelay(Milliseconds delay) { Simulation::Get().sim.SetStartDelay(delay); }
 
 bool SimModem::EnterPuk(int pin_id, const std::string& puk, const std::string& new_pin) {
-  return Simulation::Get().sim.Unblock(pin_id, puk, new_pin);
+  return Simulation::Get().sim.UnblockPin(pin_id, puk, new_pin) == kor::Result::kSuccess;
 }
 
 void SimModem::SetTechnology(Technology technology) {
@@ -67,7 +60,7 @@ void SimModem::SetScanDelay(Milliseconds delay) { Simulation::Get().radio.SetSca
 
 bool SimModem::ReceiveSms(kor::wwan::SmsManager::MessageClass message_class, const std::string& sender,
                           const std::string& text) {
-  return Simulation::Get().radio.IsInService() && Simulation::Get().sms.Receive(message_class, sender, text);
+  return Simulation::Get().IsInService() && Simulation::Get().sms.Receive(message_class, sender, text);
 }
 
 void SimModem::SetSmsCapacity(kor::wwan::SmsManager::MessageStorage storage, uint32_t messages) {
@@ -78,8 +71,22 @@ void SimModem::ClearSms() { Simulation::Get().sms.Clear(); }
 
 void SimModem::FailAnswers(int count) { Simulation::Get().faults.Set(Faults::kAnswerFails, count); }
 
-void SimModem::FailNext(const std::string& operation, int count, kor::Result result, int good) {
-  Simulation::Get().faults.FailNext(operation, count, result, good);
+bool SimModem::FailNext(const std::string& operation, int count, kor::Result result, int good) {
+  return Simulation::Get().faults.FailNext(operation, count, result, good);
+}
+
+void SimModem::SetRoundTrip(Milliseconds time) { Simulation::Get().faults.SetDelay(time); }
+
+bool SimModem::SetRoundTrip(const std::string& operation, Milliseconds time) {
+  return Simulation::Get().faults.SetDelay(operation, time);
+}
+
+bool SimModem::Leave() { return Simulation::Get().Leave(); }
+
+void SimModem::Return(Milliseconds delay) { Simulation::Get().Return(delay); }
+
+bool SimModem::AddRunningCall(int32_t handle, kor::util::IPFamily family, int profile) {
+  return Simulation::Get().calls.AddRunning(handle, family, profile);
 }
 
 void SimModem::FailConnects(int count) { Simulation::Get().faults.Set(Faults::kConnectFails, count); }
@@ -100,13 +107,10 @@ void SimModem::SetAnswerLimit(Milliseconds limit) { Simulation::Get().at.SetAnsw
 
 bool SimModem::IsSoftwareReady() { return Simulation::Get().software_ready; }
 
+void SimModem::SetRecording(bool on) { Simulation::Get().faults.SetRecording(on); }
+
 std::vector<std::string> SimModem::TakeRecord() { return Simulation::Get().faults.TakeRecord(); }
 
 bool SimModem::WaitIdle(Milliseconds limit) { return Simulation::Get().events.WaitIdle(limit); }
 
 }  // namespace kor::modem
-
-kor::modem::ModemPort* kwwan_modem_open(const char* argument) {
-  if (*argument != '\0') throw std::runtime_error(std::string("the simulated modem takes no argument: ") + argument);
-  return &kor::modem::Simulation::Get();
-}

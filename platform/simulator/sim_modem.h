@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "common/event_dic.h"
 #include "common/export.h"
 #include "common/ip_family.h"
 #include "common/result.h"
@@ -17,22 +16,6 @@ namespace kor::modem {
 
 // What the modem is served by.
 enum class Technology { kNone, kGsm, kUmts, kLte, kLteNr5g, kNr5g };  // kLteNr5g: non-standalone.
-
-// The modem's own event codes: those that the subscribers of NetworkManager hear, without parameters (ask for the
-// rest),
-constexpr uint32_t kEvtRegistrationChanged = 0x501;  // Registered or not, at home or roaming.
-constexpr uint32_t kEvtTechnologyChanged = 0x502;
-constexpr uint32_t kEvtSignalChanged = 0x503;
-// and those of SmsManager.
-constexpr uint32_t kEvtSmsStored = 0x511;       // kParamSmsSender, kParamSmsStorage, kParamSmsIndex.
-constexpr uint32_t kEvtSmsReceived = 0x512;     // Not stored: kParamSmsSender, kParamSmsText.
-constexpr uint32_t kEvtSmsStorageFull = 0x513;  // And the message lost: kParamSmsSender, kParamSmsStorage.
-constexpr uint32_t kEvtSmsTagsModified = 0x514;
-
-constexpr kor::util::EventDic::Param kParamSmsSender{0x51};
-constexpr kor::util::EventDic::Param kParamSmsText{0x52};
-constexpr kor::util::EventDic::Param kParamSmsStorage{0x53};  // SmsManager::MessageStorage, as a decimal number.
-constexpr kor::util::EventDic::Param kParamSmsIndex{0x54};    // Its place there, from 0 on.
 
 // The simulated modem's control side: what a scenario, a test or a person at the bench sets. The library talks to the
 // same modem through the vendor clients and never sees this. (The same as text, one line per operation: scenario.h.)
@@ -159,12 +142,16 @@ class KOR_EXPORT SimModem {
   // -- Faults: each setting replaces the one before, a count of 0 ends it --------------------------------------------
 
   // The next `count` operations of that name end with `result`, once `good` more have gone well: one call of many can
-  // be chosen by its place in the record. The names are those of the vendor clients' operations
-  // ("ConnectBackhaul", "GetWwanPolicies", "GetProfileList"); operations that return bool return false. "GetInstance"
-  // is the fetching of any client, "QcmapWrapper.GetInstance" or "WdsQmiClient.GetInstance" of that one; a failure
-  // throws std::runtime_error. "RegisterCommands" refuses the next requests for AT names, each as a whole (a count of a
-  // million is as good as for ever); "SendResponse" loses answers, so that terminals wait for them.
-  void FailNext(const std::string& operation, int count, kor::Result result = kor::Result::kFailure, int good = 0);
+  // be chosen by its place in the record. The names are those of the modem port's operations ("StartCall",
+  // "GetProfiles", "SetPinLock"); false, and nothing changes, when there is no such operation. "RegisterAtNames"
+  // refuses the next requests for AT names, each as a whole (a count of a million is as good as for ever);
+  // "AnswerAtCommand" loses answers, so that terminals wait for them.
+  bool FailNext(const std::string& operation, int count, kor::Result result = kor::Result::kFailure, int good = 0);
+
+  // What a round trip to the modem takes; nothing unless set. One that takes longer than 10 seconds ends with kTimeout
+  // by then. The second: of that operation only, whatever the first says.
+  void SetRoundTrip(Milliseconds time);
+  bool SetRoundTrip(const std::string& operation, Milliseconds time);
 
   // The next `count` connects (disconnects) are accepted and end with kEvtWwanConnectFailed (kEvtWwanDisconnectFailed;
   // the call stays as it was).
@@ -181,6 +168,20 @@ class KOR_EXPORT SimModem {
 
   // The next `count` radio queries and scans are taken and answered with kFailure.
   void FailAnswers(int count);
+
+  // -- The modem itself ----------------------------------------------------------------------------------------------
+
+  // The modem is gone, as when it is unplugged: its calls end at once, and so does whatever waits for it; every request
+  // ends with kNotReady. It has forgotten the AT names and that the software is ready, and its card starts anew. False
+  // when it was not there.
+  bool Leave();
+
+  // It is back, and ready after `delay`. (KWWAN_MODEM=simulated:absent begins without one.)
+  void Return(Milliseconds delay);
+
+  // The modem has a call that nobody asked for, as one that an earlier host left behind: no event comes. False when
+  // that call is there already.
+  bool AddRunningCall(int32_t handle, kor::util::IPFamily family, int profile);
 
   // -- What the network does -----------------------------------------------------------------------------------------
 
@@ -207,9 +208,12 @@ class KOR_EXPORT SimModem {
 
   // -- What was seen -------------------------------------------------------------------------------------------------
 
-  // The operations asked of the vendor clients since the last call, oldest first, the latest 1000: the name, then the
-  // arguments; a family is 4, 6 or 46, a switch 0 or 1 ("ConnectBackhaul 0 4", "SetRoaming 0 1"), a text is cut and
-  // control characters in it are dots. The fetching of a client is on the record only when it failed.
+  // Whether the operations asked of the modem are written down; they are not unless it is switched on.
+  void SetRecording(bool on);
+
+  // Those since the last call, oldest first, the latest 1000: the name, then the arguments without secrets; a family is
+  // 4 or 6, a switch 0 or 1 ("StartCall 100 4 1": handle, family, profile), a text is cut and control characters in it
+  // are dots.
   std::vector<std::string> TakeRecord();
 
   // Waits until no event is due or running; an ignored request does not count. False when that takes longer than

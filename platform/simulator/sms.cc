@@ -4,13 +4,13 @@
 #include <algorithm>
 #include <utility>
 
-#include "simulator/sim_modem.h"
+#include "common/modem_events.h"
 
 namespace kor::modem {
 
 namespace {
 
-using kor::util::EventDic;
+using namespace kor::util;
 using Storage = kor::wwan::SmsManager::MessageStorage;
 using Action = kor::wwan::SmsManager::ReceiptAction;
 
@@ -27,17 +27,17 @@ std::string Number(Storage storage) { return std::to_string(static_cast<uint32_t
 }  // namespace
 
 void Sms::SetReport(ModemPort::EventReport report) {
-  kor::util::MutexLock lock(mutex_);
+  MutexLock lock(mutex_);
   report_ = std::move(report);
 }
 
 std::list<Sms::Route> Sms::Routes() {
-  kor::util::MutexLock lock(mutex_);
+  MutexLock lock(mutex_);
   return {routes_.begin(), routes_.end()};
 }
 
 kor::Result Sms::SetRoutes(const std::list<Route>& routes) {
-  kor::util::MutexLock lock(mutex_);
+  MutexLock lock(mutex_);
   auto changed = routes_;
   for (const Route& route : routes) {
     const auto index = static_cast<size_t>(route.message_class);
@@ -56,7 +56,7 @@ void Sms::ModifyTags() {
 
 bool Sms::Receive(Class message_class, const std::string& sender, const std::string& text) {
   const auto index = static_cast<size_t>(message_class);
-  kor::util::MutexLock lock(mutex_);
+  MutexLock lock(mutex_);
   if (index >= routes_.size()) return false;
   const Route& route = routes_[index];
   if (route.action == Action::kDiscard) return true;
@@ -68,17 +68,32 @@ bool Sms::Receive(Class message_class, const std::string& sender, const std::str
     ev.params[kParamSmsText] = text;
   }
   ev.params[kParamSmsSender] = sender;
+  if (route.action == Action::kTransferOnly) {
+    const uint32_t id = ++last_ack_;
+    ev.params[kParamSmsAck] = std::to_string(id);
+    unacknowledged_[id] = ev;
+  }
   Post(ev);
   return true;
 }
 
+kor::Result Sms::Acknowledge(uint32_t id) {
+  MutexLock lock(mutex_);
+  return unacknowledged_.erase(id) == 1 ? kor::Result::kSuccess : kor::Result::kFailure;
+}
+
+void Sms::Redeliver() {
+  MutexLock lock(mutex_);
+  for (const auto& message : unacknowledged_) Post(message.second);
+}
+
 void Sms::SetCapacity(Storage storage, uint32_t messages) {
-  kor::util::MutexLock lock(mutex_);
+  MutexLock lock(mutex_);
   rooms_[storage].capacity = messages;
 }
 
 void Sms::Clear() {
-  kor::util::MutexLock lock(mutex_);
+  MutexLock lock(mutex_);
   for (auto& room : rooms_) room.second.used = 0;
 }
 
@@ -99,7 +114,7 @@ void Sms::Post(const EventDic& ev) {
   events_.Post(std::chrono::milliseconds(0), [this, posted = EventDic(ev)]() mutable {
     ModemPort::EventReport report;
     {
-      kor::util::MutexLock lock(mutex_);
+      MutexLock lock(mutex_);
       report = report_;
     }
     if (report) report(posted);

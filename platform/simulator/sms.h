@@ -35,6 +35,10 @@ class Sms {
   std::list<Route> Routes() KOR_EXCLUDES(mutex_);
   kor::Result SetRoutes(const std::list<Route>& routes) KOR_EXCLUDES(mutex_);
   void ModifyTags();
+  kor::Result Acknowledge(uint32_t id) KOR_EXCLUDES(mutex_);
+
+  // What nobody has acknowledged comes again: the modem is back.
+  void Redeliver() KOR_EXCLUDES(mutex_);
 
   // A message arrives and goes the way of its class. False when the class has no route.
   bool Receive(Class message_class, const std::string& sender, const std::string& text) KOR_EXCLUDES(mutex_);
@@ -62,6 +66,8 @@ class Sms {
       {Class::kClass3, Storage::kNone, Action::kTransferAndAck},
       {Class::kNone, Storage::kDevice, Action::kStoreAndNotify},
   }};
+  std::map<uint32_t, kor::util::EventDic> unacknowledged_ KOR_GUARDED_BY(mutex_);  // By their kParamSmsAck.
+  uint32_t last_ack_ KOR_GUARDED_BY(mutex_) = 0;
   std::map<Storage, Room> rooms_ KOR_GUARDED_BY(mutex_) = {{Storage::kSim, {20, 0}}, {Storage::kDevice, {100, 0}}};
 };
 

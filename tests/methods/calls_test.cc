@@ -46,11 +46,11 @@ TEST_F(HostTest, ACallUpAndDownIsExplained) {
   EXPECT_EQ(101, explain["ignored"][0]["handle"]);
 
   // Up already: nothing is asked for.
-  (void)modem.TakeRecord();
+  modem.SetRecording(true);
   const Json again = Call("call.up", kIpv4);
   EXPECT_EQ("not needed", again["explain"]["modem"]);
   EXPECT_EQ("The call was up already; nothing was sent to the modem.", again["explain"]["summary"]);
-  for (const auto& operation : modem.TakeRecord()) EXPECT_EQ(std::string::npos, operation.find("ConnectBackhaul"));
+  for (const auto& operation : modem.TakeRecord()) EXPECT_NE(0u, operation.find("StartCall"));
 
   // Down, by its profile's number.
   const Json down = Call("call.down", R"({"cid":1,"family":"ipv4"})");
@@ -70,7 +70,7 @@ TEST_F(HostTest, ACallUpAndDownIsExplained) {
 }
 
 TEST_F(HostTest, ARefusedOrFailedCallSaysWhichHalfItWas) {
-  modem.FailNext("ConnectBackhaul", 1, static_cast<kor::Result>(77));
+  modem.FailNext("StartCall", 1, static_cast<kor::Result>(77));
   Json error = Call("call.up", kIpv4)["error"];
   EXPECT_EQ(77, error["code"]);
   EXPECT_EQ("The request was refused: the modem refused with its code 77.", error["message"]);
@@ -82,6 +82,8 @@ TEST_F(HostTest, ARefusedOrFailedCallSaysWhichHalfItWas) {
   EXPECT_EQ(1, error["code"]);
   EXPECT_EQ("failed", error["data"]["explain"]["modem"]);
   EXPECT_EQ("request modem end ", StepsOf(error["data"]["explain"]));
+  ASSERT_TRUE(Eventually([&] { return !Heard("call connect failed").empty(); }));
+  EXPECT_EQ("insufficient resources", Heard("call connect failed")[0]["reason"]);
 
   // Refused for a reason that the policy tells.
   ASSERT_EQ(0, ErrorOf("policy.family", R"({"index":0,"family":"ipv6","on":false})"));
@@ -103,10 +105,10 @@ TEST_F(HostTest, ARefusedOrFailedCallSaysWhichHalfItWas) {
   EXPECT_EQ(0, by_cid["index"]) << by_cid;
   EXPECT_EQ(3, Call("call.show", R"({"cid":3})")["profiles"]["ipv4"]);
 
-  // The modem does not answer at all, whoever asks.
-  modem.FailNext("GetWwanPolicies", 1000000);
-  error = Call("call.list")["error"];
-  EXPECT_EQ("reading the policies: the modem refused or does not answer", error["message"]);
+  // There is no modem: the call is down, and a new one has to wait for it.
+  EXPECT_EQ(0, ErrorOf("modem.run", R"({"line":"gone"})"));
+  ASSERT_TRUE(Eventually([&] { return StateOf(0, "ipv4") == "disconnected"; }));
+  EXPECT_EQ("The request was refused: not ready yet.", Call("call.up", kIpv4)["error"]["message"]);
 }
 
 TEST_F(HostTest, TheMissingHalfIsNamedWhenTheTenSecondsAreOver) {
@@ -152,7 +154,7 @@ TEST_F(HostTest, ACallWithAutoConnectComesBack) {
   // Dropped, with attempts that fail in both ways: it comes back, each wait longer. (Regression: an event of the DNS
   // service, upon which no states are read, made an attempt that was under way look like a failed one.)
   ASSERT_TRUE(Eventually([&] { return Heard("state").size() >= 2; }));
-  modem.FailNext("ConnectBackhaul", 1);
+  modem.FailNext("StartCall", 1);
   modem.FailConnects(1);
   ASSERT_TRUE(modem.Drop(100, IPFamily::kIpv4));
   ASSERT_TRUE(Eventually([&] { return Heard("reconnect").size() >= 3 && both_up(); }));

@@ -153,10 +153,11 @@ TEST(RacesTest, AStopEndsTheRefreshThatRuns) {
   Dice dice(Setting("KWWAN_STORY_SEED", 9));
   DnsCtrlManager dns;
   DataManager data;
+  modem.SetRecording(true);
   const auto asked = [&] {
     std::string all;
     for (const std::string& operation : modem.TakeRecord()) all += operation + ';';
-    return all.find("GetNetworkConfig") != std::string::npos;
+    return all.find("GetCallConfig") != std::string::npos;
   };
   for (unsigned round = 0; round < Setting("KWWAN_CYCLES", 6); ++round) {
     ASSERT_TRUE(dns.StartService());

@@ -21,21 +21,22 @@ TEST_F(CallsTest, ACallComesUpAndGoesDown) {
 
   // Events come from the modem's thread, which shows them the state that belongs to them.
   const auto caller = std::this_thread::get_id();
-  listener.Observe([this, caller] {
-    return (std::this_thread::get_id() == caller ? "inside, " : "outside, ") + States(0) + ", " + Config(0, kIpv4);
-  });
+  listener.Observe(
+      [this, caller] { return (std::this_thread::get_id() == caller ? "inside, " : "outside, ") + States(0); });
   EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv4));
   EXPECT_EQ("connecting disconnected", States(0));
-  EXPECT_EQ("connected 100 4, outside, connected disconnected, success 10.64.0.2 10.255.0.53 -", listener.Next());
+  EXPECT_EQ("connected 100 4, outside, connected disconnected", listener.Next());
+  EXPECT_EQ("success 10.64.0.2 10.255.0.53 -", Config(0, kIpv4));
 
   // The IPv6 call is another one; it shares the link's number.
   EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv6));
-  EXPECT_EQ("connected 100 6, outside, connected connected, success 10.64.0.2 10.255.0.53 -", listener.Next());
+  EXPECT_EQ("connected 100 6, outside, connected connected", listener.Next());
   EXPECT_EQ("success fd64:0::2 fd64:ffff::53 -", Config(0, kIpv6));
 
   EXPECT_EQ(kSuccess, qcmap->DisconnectBackhaul(0, kIpv4));
   EXPECT_EQ("disconnecting connected", States(0));
-  EXPECT_EQ("disconnected 100 4, outside, disconnected connected, failure", listener.Next());
+  EXPECT_EQ("disconnected 100 4, outside, disconnected connected", listener.Next());
+  EXPECT_EQ("failure", Config(0, kIpv4));
   listener.Observe(nullptr);
   ExpectQuiet();
 }
@@ -117,9 +118,10 @@ class CallsAloneTest : public testing::Test {
 
   CallsAloneTest() {
     links.SetEnabled(false);
-    calls.SetReport([this](int32_t, IPFamily, CallEvent event, uint64_t serial) {
-      heard += "+f-F"[static_cast<size_t>(event)] + std::to_string(serial) + " ";
-      if (event == CallEvent::kDisconnected && again != 0) Start(std::exchange(again, 0));
+    calls.SetReport([this](const kor::modem::CallReport& report) {
+      heard += "+f-F"[static_cast<size_t>(report.event)] + std::to_string(report.serial) + " ";
+      ends += std::to_string(report.end.code) + " ";
+      if (report.event == CallEvent::kDisconnected && again != 0) Start(std::exchange(again, 0));
     });
   }
 
@@ -144,6 +146,7 @@ class CallsAloneTest : public testing::Test {
   kor::modem::Faults faults;
   std::atomic<bool> service{true};
   std::string heard;
+  std::string ends;    // Their reasons' codes; 0 for none of the network's.
   uint64_t again = 0;  // The serial of a start that follows on the next disconnect, from inside its report.
   kor::modem::Calls calls{events, links, faults, [this] { return service.load(); }};
 };
@@ -166,6 +169,7 @@ TEST_F(CallsAloneTest, AReportCarriesTheLatestRequestThatItAnswers) {
   faults.Set(kor::modem::Faults::kDisconnectFails, 1);
   Stop(8);
   EXPECT_EQ("F8 ", Heard());
+  EXPECT_EQ("0 0 36 0 38 26 36 36 111 ", ends);
 }
 
 TEST_F(CallsAloneTest, NoCallIsUpWithoutService) {
@@ -181,20 +185,20 @@ TEST_F(CallsAloneTest, NoCallIsUpWithoutService) {
   std::promise<void> gate;
   events.Post(Milliseconds(0), [opens = gate.get_future().share()] { opens.wait(); });
   Start(3);
-  calls.DropAll();
+  calls.DropAll({0, "no service"});
   gate.set_value();
   EXPECT_EQ("+3 -3 ", Heard());
 
   // A call whose connect is never answered fails; one whose disconnect is not, ends.
   faults.Set(kor::modem::Faults::kIgnoredRequest, 1);
   Start(4);
-  calls.DropAll();
+  calls.DropAll({0, "no service"});
   EXPECT_EQ("f4 ", Heard());
   Start(5);
   EXPECT_EQ("+5 ", Heard());
   faults.Set(kor::modem::Faults::kIgnoredRequest, 1);
   Stop(6);
-  calls.DropAll();
+  calls.DropAll({0, "no service"});
   EXPECT_EQ("-6 ", Heard());
 }
 

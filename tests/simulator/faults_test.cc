@@ -1,63 +1,160 @@
 // SPDX-License-Identifier: Apache-2.0
 // What goes wrong on order, and the record of what was asked.
-#include <stdexcept>
+#include "simulator/faults.h"
+
+#include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
-#include "common/vendor/wds_qmi_client.h"
 #include "simulator/bench.h"
+#include "simulator/recording_port.h"
+#include "support/deaf_port.h"
+#include "support/secrets.h"
 #include "support/wait.h"
 
 namespace kor::test {
 
-using kor::vendor::qcom::qmi::WdsQmiClient;
+using kor::modem::Faults;
+using kor::modem::ModemState;
+using kor::modem::RecordingPort;
 using Record = std::vector<std::string>;
 
+// A recorder in front of a modem that does nothing, with 50 ms for a round trip.
+class RecordingPortTest : public testing::Test {
+ protected:
+  struct Port final : DeafPort {
+    ModemState State() override { return state; }
+    void AddStateReport(StateReport report) override { told = std::move(report); }
+    std::atomic<ModemState> state{ModemState::kReady};
+    StateReport told;
+  };
+
+  // Asks for everything that there is.
+  kor::Result AskAll() {
+    std::list<kor::wwan::SmsManager::RouteInfo> routes{{}, {kor::wwan::SmsManager::MessageClass::kClass2}};
+    std::list<kor::modem::RunningCall> calls;
+    std::list<kor::wwan::DataManager::ProfileInfo> profiles;
+    kor::modem::CallConfig config;
+    kor::wwan::DataManager::ProfileSetting setting;
+    kor::modem::PinStatus pin;
+    std::string model;
+    const kor::Result results[] = {
+        port.GetModelId(model),
+        port.SetSoftwareReady(),
+        port.StartCall({100, kIpv4, 1, 7}),
+        port.StopCall(100, kIpv6, 8),
+        port.GetCalls(calls),
+        port.GetCallConfig(101, kIpv6, config),
+        port.GetProfile(kor::wwan::DataManager::ProfileType::k3gpp, 3, setting),
+        port.GetProfiles(profiles),
+        port.RegisterAtNames({"+A", "b\nname", "", std::string(65536, 'A')}),
+        port.AnswerAtCommand({}, true, "text\n"),
+        port.ShowAtText("news"),
+        port.SetPinLock(1, true, kPin),
+        port.ChangePin(2, kPin, kOtherPin),
+        port.VerifyPin(1, kPin),
+        port.UnblockPin(1, kPuk, kOtherPin),
+        port.GetPinStatus(1, 2, pin),
+        port.SetSimPower(1, false),
+        port.GetSmsRoutes(routes),
+        port.SetSmsRoutes(routes),
+        port.ModifySmsTags(),
+        port.AcknowledgeSms(9),
+        port.StartScan(nullptr),
+        port.GetSignalInfo(nullptr),
+        port.GetErrorRate(nullptr),
+        port.GetCellLocation(nullptr),
+        port.GetSystemInfo(nullptr),
+    };
+    for (const kor::Result result : results) EXPECT_EQ(results[0], result) << &result - results;
+    return results[0];
+  }
+
+  Port modem;
+  Faults faults;
+  RecordingPort port{modem, faults, Milliseconds(50)};
+};
+
+TEST_F(RecordingPortTest, EveryOperationIsRecordedWithoutSecretsAndFailsByItsName) {
+  // Nothing is written down unasked; then all of it, in the order of the list of names.
+  EXPECT_EQ(kor::Result::kNotSupported, AskAll());
+  EXPECT_EQ(Record{}, faults.TakeRecord());
+  faults.SetRecording(true);
+  AskAll();
+  const Record record = faults.TakeRecord();
+  std::string names, all;
+  for (const std::string& operation : record) {
+    names += (names.empty() ? "" : " ") + operation.substr(0, operation.find(' '));
+    all += operation + "\n";
+  }
+  EXPECT_EQ(kor::modem::kOperationNames, names);
+  EXPECT_EQ((Record{"GetModelId", "SetSoftwareReady", "StartCall 100 4 1", "StopCall 100 6", "GetCalls"}),
+            Record(record.begin(), record.begin() + 5));
+  EXPECT_EQ(0u, record[8].find("RegisterAtNames +A b.name  AAAA"));
+  EXPECT_LT(record[8].size(), 600u);
+  EXPECT_NE(std::string::npos, all.find("\nSetPinLock 1 1\nChangePin 2\nVerifyPin 1\nUnblockPin 1\n")) << all;
+  EXPECT_NE(std::string::npos, all.find("\nSetSmsRoutes 4:255:3 2:255:3\n")) << all;
+
+  // Each of them fails, and no other.
+  std::istringstream words(names);
+  for (std::string name; words >> name;) EXPECT_TRUE(faults.FailNext(name, 1, kor::Result{42}, 0));
+  EXPECT_EQ(kor::Result{42}, AskAll());
+  EXPECT_EQ(kor::Result::kNotSupported, AskAll());
+  for (const char* no_name : {"", "Get", "GetCalls GetCallConfig", "ConnectBackhaul"}) {
+    EXPECT_FALSE(faults.FailNext(no_name, 1, kor::Result{42}, 0)) << no_name;
+  }
+
+  // One of several is chosen, the third from now; an order can be taken back; nobody takes the record for long.
+  std::string model;
+  faults.FailNext("GetModelId", 1, kor::Result{43}, 2);
+  for (const int result : {16, 16, 43, 16}) EXPECT_EQ(kor::Result{result}, port.GetModelId(model));
+  faults.FailNext("GetModelId", 5, kor::Result{43}, 0);
+  faults.FailNext("GetModelId", 0, kor::Result{43}, 0);
+  for (int i = 0; i < 1001; ++i) EXPECT_EQ(kor::Result::kNotSupported, port.GetModelId(model));
+  EXPECT_EQ(1000u, faults.TakeRecord().size());
+  EXPECT_EQ(Record{}, faults.TakeRecord());
+}
+
+TEST_F(RecordingPortTest, ARoundTripTakesItsTimeAndEndsWithTheModem) {
+  const auto timed = [](const auto& ask) {
+    const auto start = std::chrono::steady_clock::now();
+    const kor::Result result = ask();
+    return std::make_pair(result, std::chrono::steady_clock::now() - start);
+  };
+  std::list<kor::modem::RunningCall> calls;
+  const auto ask = [&] { return port.GetCalls(calls); };
+  faults.SetDelay(Milliseconds(20));
+  const auto slow = timed(ask);
+  EXPECT_EQ(kor::Result::kNotSupported, slow.first);
+  EXPECT_GE(slow.second, Milliseconds(20));
+  EXPECT_TRUE(faults.SetDelay("GetCalls", std::chrono::hours(1)));
+  EXPECT_FALSE(faults.SetDelay("GetNothing", std::chrono::hours(1)));
+  const auto silent = timed(ask);
+  EXPECT_EQ(kor::Result::kTimeout, silent.first);
+  EXPECT_GE(silent.second, Milliseconds(50));
+
+  // A request that is handed over waits for nothing.
+  RecordingPort patient(modem, faults, kLongEnough);
+  faults.SetDelay(std::chrono::hours(1));
+  EXPECT_LT(timed([&] { return patient.StopCall(100, kIpv4, 1); }).second, kLongEnough);
+
+  // All that wait are told when the modem goes, long before their time.
+  const auto start = std::chrono::steady_clock::now();
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 3; ++i) {
+    threads.emplace_back([&] {
+      std::string model;
+      EXPECT_EQ(kNotReady, patient.GetModelId(model));
+    });
+  }
+  modem.state = ModemState::kGone;
+  modem.told(ModemState::kGone);
+  for (auto& thread : threads) thread.join();
+  EXPECT_LT(std::chrono::steady_clock::now() - start, kLongEnough);
+}
+
 class FaultsTest : public BenchTest {};
-
-TEST_F(FaultsTest, OperationsFailAsOftenAsOrdered) {
-  // A refused connect leaves no trace but the record.
-  modem.FailNext("ConnectBackhaul", 2, kor::Result{42});
-  EXPECT_EQ(kor::Result{42}, qcmap->ConnectBackhaul(0, kIpv4));
-  EXPECT_EQ(kor::Result{42}, qcmap->ConnectBackhaul(0, kIpv6));
-  EXPECT_EQ("disconnected disconnected", States(0));
-  EXPECT_EQ((Record{"ConnectBackhaul 0 4", "ConnectBackhaul 0 6", "GetWwanConnectStatus 0"}), modem.TakeRecord());
-  BringUp(0, kIpv4);
-
-  // Queries fail without touching what they fill; a configuration does not look valid.
-  modem.FailNext("GetWwanConnectStatus", 1);
-  modem.FailNext("GetNetworkConfig", 1, kNotReady);
-  EXPECT_EQ("unknown", States(0));
-  EXPECT_EQ("not-ready", Config(0, kIpv4));
-  EXPECT_EQ("connected disconnected", States(0));
-
-  // One call of several is chosen: the third from now.
-  modem.FailNext("GetWwanPolicies", 1, kor::Result::kFailure, 2);
-  std::vector<QcmapWrapper::WwanPolicy> policies;
-  EXPECT_TRUE(qcmap->GetWwanPolicies(policies));
-  EXPECT_TRUE(qcmap->GetWwanPolicies(policies));
-  EXPECT_FALSE(qcmap->GetWwanPolicies(policies));
-  EXPECT_TRUE(qcmap->GetWwanPolicies(policies));
-
-  // An order can be taken back.
-  modem.FailNext("GetWwanPolicy", 5);
-  modem.FailNext("GetWwanPolicy", 0);
-  QcmapWrapper::WwanPolicy policy;
-  EXPECT_TRUE(qcmap->GetWwanPolicy(0, policy));
-}
-
-TEST_F(FaultsTest, ClientsCannotBeHad) {
-  modem.TakeRecord();
-  modem.FailNext("GetInstance", 2);
-  EXPECT_THROW(QcmapWrapper::GetInstance(), std::runtime_error);
-  EXPECT_THROW(WdsQmiClient::GetInstance(), std::runtime_error);
-  modem.FailNext("WdsQmiClient.GetInstance", 1);
-  EXPECT_EQ(qcmap, QcmapWrapper::GetInstance());
-  EXPECT_THROW(WdsQmiClient::GetInstance(), std::runtime_error);
-  EXPECT_EQ(WdsQmiClient::GetInstance(), WdsQmiClient::GetInstance());
-  EXPECT_EQ((Record{"QcmapWrapper.GetInstance", "WdsQmiClient.GetInstance", "WdsQmiClient.GetInstance"}),
-            modem.TakeRecord());
-}
 
 TEST_F(FaultsTest, AcceptedRequestsFail) {
   modem.FailConnects(1);
@@ -119,19 +216,6 @@ TEST_F(FaultsTest, ReportsAreLost) {
   EXPECT_EQ(kSuccess, qcmap->DisconnectBackhaul(0, kIpv4));
   EXPECT_EQ("disconnected 100 4", listener.Next());
   EXPECT_EQ("disconnected disconnected", States(0));
-}
-
-TEST_F(FaultsTest, TheRecordHoldsTheLatestOperations) {
-  qcmap->SetWwanPolicy(0, kor::wwan::Tech::kLte, kBoth, 3, -1);
-  (void)qcmap->DisconnectBackhaul(4294967295, kIpv6);
-  EXPECT_EQ((Record{"SetWwanPolicy 0 2 46 3 -1", "DisconnectBackhaul 4294967295 6"}), modem.TakeRecord());
-
-  // Nobody takes it for long.
-  for (uint32_t i = 0; i < 1001; ++i) States(i);
-  const Record record = modem.TakeRecord();
-  EXPECT_EQ(1000u, record.size());
-  EXPECT_EQ("GetWwanConnectStatus 1", record.front());
-  EXPECT_EQ(Record{}, modem.TakeRecord());
 }
 
 }  // namespace kor::test

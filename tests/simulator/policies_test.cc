@@ -140,7 +140,7 @@ TEST_F(PoliciesTest, ProfilesAreStored) {
   // What is not there leaves the record alone.
   EXPECT_EQ(kFailure, wds->GetProfileSetting(DataManager::ProfileType::k3gpp, 4, setting));
   EXPECT_EQ(kFailure, wds->GetProfileSetting(DataManager::ProfileType::k3gpp2, 1, setting));
-  modem.FailNext("GetProfileSetting", 1, kor::Result{44});
+  modem.FailNext("GetProfile", 1, kor::Result{44});
   EXPECT_EQ(kor::Result{44}, wds->GetProfileSetting(DataManager::ProfileType::k3gpp, 1, setting));
   EXPECT_EQ(3, setting.index);
 }

@@ -6,16 +6,15 @@
 
 #include <string>
 
+#include "support/deaf_port.h"
+
 namespace kor::test {
 
 using kor::modem::CallEvent;
 using kor::util::IPFamily;
 using kor::vendor::qcom::qcmap::PolicyTable;
-using Network = kor::wwan::NetworkManager;
-using Sms = kor::wwan::SmsManager;
 
-// Knows calls only, and of those no more than whether it takes them.
-class ScriptedPort final : public kor::modem::ModemPort {
+class ScriptedPort final : public DeafPort {
  public:
   kor::Result StartCall(const kor::modem::CallRequest& request) override { return Take(request.serial); }
   kor::Result StopCall(int32_t, IPFamily, uint64_t serial) override { return Take(serial); }
@@ -23,38 +22,7 @@ class ScriptedPort final : public kor::modem::ModemPort {
   bool takes = true;
   uint64_t asked = 0;  // The serial of the latest request.
 
-  kor::Result Admit(const std::string&) override { return kor::Result::kSuccess; }
-  void SetCallReport(CallReport) override {}
-  kor::Result GetCallConfig(int32_t, IPFamily, kor::modem::CallConfig&) override { return kNone; }
-  bool IsRoaming() override { return false; }
-  kor::Result GetProfile(kor::wwan::DataManager::ProfileType, int, kor::wwan::DataManager::ProfileSetting&) override {
-    return kNone;
-  }
-  kor::Result GetProfiles(std::list<kor::wwan::DataManager::ProfileInfo>&) override { return kNone; }
-  void SetAtReport(AtReport) override {}
-  kor::Result RegisterAtNames(const std::list<std::string>&) override { return kNone; }
-  kor::Result AnswerAtCommand(const kor::wwan::AtManager::Command&, bool, const std::string&) override { return kNone; }
-  kor::Result ShowAtText(const std::string&) override { return kNone; }
-  kor::Result SetSoftwareReady() override { return kNone; }
-  kor::Result GetModelId(std::string&) override { return kNone; }
-  kor::Result SetPinLock(int, bool, const std::string&) override { return kNone; }
-  kor::Result ChangePin(int, const std::string&, const std::string&) override { return kNone; }
-  kor::Result GetPinStatus() override { return kNone; }
-  kor::Result SetSimPower(int, bool) override { return kNone; }
-  void SetSmsReport(EventReport) override {}
-  kor::Result GetSmsRoutes(std::list<Sms::RouteInfo>&) override { return kNone; }
-  kor::Result SetSmsRoutes(const std::list<Sms::RouteInfo>&) override { return kNone; }
-  kor::Result ModifySmsTags() override { return kNone; }
-  void SetRadioReport(EventReport) override {}
-  kor::Result StartScan(Answer<Network::ScanResult>) override { return kNone; }
-  kor::Result GetSignalInfo(Answer<Network::SignalInfo>) override { return kNone; }
-  kor::Result GetErrorRate(Answer<Network::ErrorRate>) override { return kNone; }
-  kor::Result GetCellLocation(Answer<Network::CellLocationInfo>) override { return kNone; }
-  kor::Result GetSystemInfo(Answer<Network::SystemInfo>) override { return kNone; }
-
  private:
-  static constexpr kor::Result kNone = kor::Result::kNotSupported;
-
   kor::Result Take(uint64_t serial) {
     EXPECT_GT(serial, asked);
     asked = serial;

@@ -9,6 +9,7 @@
 #include <string>
 #include <utility>
 
+#include "common/modem_events.h"
 #include "common/vendor/nas_qmi_client.h"
 #include "simulator/bench.h"
 #include "simulator/scenario.h"
@@ -27,7 +28,7 @@ class RadioTest : public BenchTest {
   RadioTest() {
     nas->event_cbs.Add(this, [this](kor::util::EventDic& ev) {
       kor::util::MutexLock lock(mutex);
-      heard += "RTS"[ev.event - kor::modem::kEvtRegistrationChanged];
+      heard += "RTS"[ev.event - kor::util::kEvtRegistrationChanged];
     });
   }
   ~RadioTest() override { nas->event_cbs.Remove(this); }
@@ -188,7 +189,7 @@ TEST_F(RadioTest, QueriesAreRefusedUnansweredOrForgottenOnDemand) {
   EXPECT_EQ("kwwan-modem later 01", promise.get_future().get());
 
   // Refused: no call. Taken and failed: one call that says so.
-  modem.FailNext("GetSignalInfoAsync", 1);
+  modem.FailNext("GetSignalInfo", 1);
   EXPECT_FALSE(nas->GetSignalInfoAsync([](auto&, void*) { ADD_FAILURE(); }, nullptr));
   EXPECT_TRUE(RunScenarioLine(modem, "fail-answers 2").ok);
   modem.SetScanDelay(Milliseconds(0));

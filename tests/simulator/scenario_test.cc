@@ -6,6 +6,7 @@
 #include <string>
 
 #include "simulator/bench.h"
+#include "simulator/faults.h"
 
 namespace kor::test {
 
@@ -22,9 +23,10 @@ class ScenarioTest : public BenchTest {
 };
 
 TEST_F(ScenarioTest, EachCommandDoesWhatItSays) {
-  for (const char* line : {"connect-delay 0", "disconnect-delay\t0", "not-ready 1", "dns 4 8.8.8.8 -",
-                           "call-dns 100 6 2001:db8::1 \"2001:db8::2\"", "carrier -", "links off", " # a comment", "",
-                           "fail \"ConnectBackhaul\" 1 42 # and a comment"}) {
+  for (const char* line :
+       {"connect-delay 0", "disconnect-delay\t0", "not-ready 1", "dns 4 8.8.8.8 -",
+        "call-dns 100 6 2001:db8::1 \"2001:db8::2\"", "carrier -", "links off", " # a comment", "",
+        "fail \"StartCall\" 1 42 # and a comment", "record on", "round-trip 0", "round-trip 1 GetCallConfig"}) {
     EXPECT_EQ("ok: ", Run(line)) << line;
   }
   EXPECT_EQ(kor::Result{42}, qcmap->ConnectBackhaul(0, kIpv4));
@@ -44,7 +46,8 @@ TEST_F(ScenarioTest, EachCommandDoesWhatItSays) {
   EXPECT_EQ("disconnected 100 4", listener.Next());
   EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv4));
   EXPECT_EQ("connect-failed 100 4", listener.Next());
-  EXPECT_EQ("ok: DisconnectBackhaul 0 4\nConnectBackhaul 0 4", Run("record"));
+  EXPECT_EQ("ok: StopCall 100 4\nStartCall 100 4 1", Run("record"));
+  EXPECT_EQ("ok: ", Run("record off"));
   EXPECT_EQ("ok: ", Run("ignore 1"));
   EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv4));
   for (const char* line : {"lose 1", "drop 100 6", "wait-idle 20000"}) EXPECT_EQ("ok: ", Run(line)) << line;
@@ -57,6 +60,7 @@ TEST_F(ScenarioTest, EachCommandDoesWhatItSays) {
 }
 
 TEST_F(ScenarioTest, AWrongLineNamesWhatIsWrongAndChangesNothing) {
+  const std::string operations = std::string("no: fail: OPERATION takes ") + kor::modem::kOperationNames;
   const struct {
     std::string line;
     const char* reply;
@@ -80,16 +84,15 @@ TEST_F(ScenarioTest, AWrongLineNamesWhatIsWrongAndChangesNothing) {
       {"links maybe", "no: links: SWITCH takes on or off"},
       {"carrier carrier", "no: carrier: PATH takes an absolute path without blanks and quotes, or -"},
       {"carrier \"/run/netns/a b\"", "no: carrier: PATH takes an absolute path without blanks and quotes, or -"},
-      {"fail Connect;Backhaul 1", "no: fail: OPERATION takes an operation's name, such as ConnectBackhaul"},
-      {"fail ConnectBackhaul 1 0", "no: fail: RESULT takes a result code, 1 to 65535"},
-      {"fail \"ConnectBackhaul 1", "no: a quote is not closed"},
+      {"fail ConnectBackhaul 1", operations.c_str()},
+      {"fail StartCall 1 0", "no: fail: RESULT takes a result code, 1 to 65535"},
+      {"fail \"StartCall 1", "no: a quote is not closed"},
       {"explode now", "no: \"explode\" is no command; help lists them"},
-      {"record now", "no: record: \"now\" is one word too many"},
+      {"record now", "no: record: SWITCH takes on or off"},
   };
   for (const auto& row : kLines) EXPECT_EQ(row.reply, Run(row.line)) << row.line;
   BringUp(0, kIpv4);
   EXPECT_EQ("success 10.64.0.2 10.255.0.53 -", Config(0, kIpv4));
-  EXPECT_EQ("ok: ConnectBackhaul 0 4\nGetNetworkConfig 0 4", Run("record"));
 }
 
 TEST_F(ScenarioTest, AFileRunsUpToItsFirstWrongLine) {
@@ -101,11 +104,10 @@ TEST_F(ScenarioTest, AFileRunsUpToItsFirstWrongLine) {
   EXPECT_EQ("not-ready", Config(0, kIpv4));
   EXPECT_EQ("success 10.64.0.2 9.9.9.9 -", Config(0, kIpv4));
 
-  std::ofstream(path) << "fail GetRoaming 1\nroaming perhaps\nfail GetRoaming 0\n";
+  std::ofstream(path) << "fail StartCall 1\nroaming perhaps\nfail StartCall 0\n";
   EXPECT_FALSE(RunScenarioFile(modem, path, error));
   EXPECT_EQ("/tmp/scenario:2: roaming: SWITCH takes on or off", error);
-  bool enabled = false;
-  EXPECT_FALSE(qcmap->GetRoaming(0, enabled));
+  EXPECT_EQ(kFailure, qcmap->ConnectBackhaul(0, kIpv6));
 
   EXPECT_FALSE(RunScenarioFile(modem, "/tmp/no/such", error));
   EXPECT_EQ("/tmp/no/such: No such file or directory", error);

@@ -65,13 +65,13 @@ struct Fault {
 };
 
 constexpr Fault kConnectFaults[] = {
-    {[](SimModem& modem) { modem.FailNext("ConnectBackhaul", 1, kor::Result{77}); }, 77, Call::kDown},
+    {[](SimModem& modem) { modem.FailNext("StartCall", 1, kor::Result{77}); }, 77, Call::kDown},
     {[](SimModem& modem) { modem.FailConnects(1); }, 1, Call::kDown},
     {[](SimModem& modem) { modem.IgnoreRequests(1); }, 1, Call::kHung},
     {[](SimModem& modem) { modem.LoseReports(1); }, 1, Call::kUnreported},
     {[](SimModem& modem) { modem.SetConnectDelay(kTooLate); }, 1, Call::kUp, true}};
 constexpr Fault kDisconnectFaults[] = {
-    {[](SimModem& modem) { modem.FailNext("DisconnectBackhaul", 1, kor::Result{78}); }, 78, Call::kUp},
+    {[](SimModem& modem) { modem.FailNext("StopCall", 1, kor::Result{78}); }, 78, Call::kUp},
     {[](SimModem& modem) { modem.FailDisconnects(1); }, 1, Call::kUp},
     {[](SimModem& modem) { modem.IgnoreRequests(1); }, 1, Call::kStuck},
     {[](SimModem& modem) { modem.SetDisconnectDelay(kTooLate); }, 1, Call::kDown, true}};

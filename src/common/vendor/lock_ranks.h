@@ -15,5 +15,6 @@ inline constexpr LockRank kAtTable{190, "kAtTable"};
 inline constexpr LockRank kLan{300, "kLan"};
 inline constexpr LockRank kPolicies{310, "kPolicies"};
 inline constexpr LockRank kQueryAnswer{320, "kQueryAnswer"};
+inline constexpr LockRank kTold{330, "kTold"};
 
 }  // namespace kor::vendor::qcom::rank

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <ctime>
 
+#include "common/modem_events.h"
+
 namespace kor::host {
 
 namespace {
@@ -50,6 +52,8 @@ void AddCall(const EventDic& event, const Policies& policies, Json& json) {
     if (handle && policies[i].handle == *handle) json["index"] = i;
   }
   json["family"] = family ? Json(TextOf(kCallFamilies, *family)) : Json();
+  const std::string reason = ParamOf(event, kor::util::kParamCallEndText);
+  if (!reason.empty()) json["reason"] = reason;
 }
 
 }  // namespace

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "clients/told.h"
+
+#include <system_error>
+#include <thread>
+
+#include "common/log.h"
+#include "kutil/signals_blocked.h"
+
+namespace kor::vendor::qcom::qmi {
+
+using kor::modem::ModemPort;
+using kor::modem::ModemState;
+using kor::util::MutexLock;
+
+Told& Told::Over(ModemPort& port) {
+  static Told* const told = new Told(port);
+  return *told;
+}
+
+Told::Told(ModemPort& port) : port_(port) {
+  port_.AddStateReport([this](ModemState state) {
+    if (state != ModemState::kReady) return;
+    try {
+      const kor::util::SignalsBlocked blocked;
+      std::thread([this] { Again(); }).detach();
+    } catch (const std::system_error& error) {
+      KOR_LOG(LOG_ERR, "the modem is back and is not told the AT names: %s\n", error.what());
+    }
+  });
+}
+
+kor::Result Told::Names(const std::list<std::string>& names) {
+  const kor::Result result = port_.RegisterAtNames(names);
+  if (result != kor::Result::kSuccess) return result;
+  MutexLock lock(mutex_);
+  names_.insert(names_.end(), names.begin(), names.end());
+  return result;
+}
+
+kor::Result Told::Ready() {
+  const kor::Result result = port_.SetSoftwareReady();
+  if (result != kor::Result::kSuccess) return result;
+  MutexLock lock(mutex_);
+  ready_ = true;
+  return result;
+}
+
+void Told::Again() {
+  std::list<std::string> names;
+  bool ready = false;
+  {
+    MutexLock lock(mutex_);
+    names = names_;
+    ready = ready_;
+  }
+  kor::Result result = names.empty() ? kor::Result::kSuccess : port_.RegisterAtNames(names);
+  if (result == kor::Result::kSuccess && ready) result = port_.SetSoftwareReady();
+  if (result == kor::Result::kSuccess) return;
+  KOR_LOG(LOG_ERR, "the modem is back and does not take the AT names: %d\n", static_cast<int>(result));
+}
+
+}  // namespace kor::vendor::qcom::qmi
