@@ -16,64 +16,38 @@ constexpr int32_t kManyCommands = 100'000;
 constexpr int32_t kManyCommands = 1'000'000;
 #endif
 
-class LoadTest : public AtTest {
- protected:
-  LoadTest() {
-    setlogmask(LOG_UPTO(LOG_WARNING));  // As hosts do: two debug lines a command would be all that is measured.
-    AtClient::on_answer = [this](const Command& cmd, const std::string&) {
-      if (cmd.client_ref != answered_) ++out_of_order_;
-      if (++answered_ % kRound == 0) rounds_.Add("");
-    };
-    Claim("+N");
-  }
-  ~LoadTest() override {
-    at_.reset();
-    setlogmask(LOG_UPTO(LOG_DEBUG));
-    EXPECT_EQ(0, out_of_order_);
-  }
-
-  // Forwards so many rounds of commands, numbered on from the last call.
-  void ForwardRounds(int count) {
-    for (int i = 0; i < count * kRound; ++i) {
-      cmd_.client_ref = forwarded_++;
-      AtClient::Publish(0x301, &cmd_);
+// The three: for the queued message, its parameters, and the one that does not fit into a string object.
+TEST_F(AtTest, EveryCommandIsAnsweredOnceInOrderForThreeAllocations) {
+  setlogmask(LOG_UPTO(LOG_WARNING));  // As hosts do: two debug lines a command would be all that is measured.
+  constexpr int kRound = 1000;
+  Command cmd = Cmd("+n", AtManager::kOpSet, {"1", "2", "longer than a short string"});
+  Record rounds;
+  int32_t forwarded = 0, answered = 0, out_of_order = 0;
+  AtClient::on_answer = [&](const Command& of, const std::string&) {
+    if (of.client_ref != answered) ++out_of_order;
+    if (++answered % kRound == 0) rounds.Add("");
+  };
+  const auto forward = [&](size_t count) {
+    for (size_t i = 0; i < count * kRound; ++i) {
+      cmd.client_ref = forwarded++;
+      AtClient::Publish(0x301, &cmd);
     }
-  }
-
-  static constexpr int kRound = 1000;
-  Command cmd_ = Cmd("+n", AtManager::kOpSet, {"1", "2", "longer than a short string"});
-  int32_t forwarded_ = 0;
-  Record rounds_;
-  int32_t answered_ = 0;  // This and the next on the service thread.
-  int32_t out_of_order_ = 0;
-};
-
-TEST_F(LoadTest, EveryCommandIsAnsweredOnceInOrder) {
+  };
+  Claim("+N");
+  forward(100);  // For the next run.
   at_->StartService();
-  constexpr int kAtOnce = 20;
-  for (int32_t sent = 0; sent < kManyCommands; sent += kAtOnce * kRound) {
-    ForwardRounds(kAtOnce);
-    ASSERT_EQ(1u * kAtOnce, rounds_.Take(kAtOnce).size());
+  ASSERT_EQ(100u, rounds.Take(100).size());
+  const long before = Allocations();
+  forward(1);
+  ASSERT_EQ(1u, rounds.Take(1).size());
+  EXPECT_LE(Allocations() - before, 3 * kRound + 10);  // Ten for the record of the round.
+  for (int sent = 0; sent < kManyCommands; sent += 20 * kRound) {
+    forward(20);
+    ASSERT_EQ(20u, rounds.Take(20).size());
   }
   at_.reset();
-  EXPECT_EQ(kManyCommands, answered_);
-}
-
-TEST_F(LoadTest, AHundredThousandQueuedCommandsAreServedByTheNextRun) {
-  ForwardRounds(100);
-  at_->StartService();
-  EXPECT_EQ(100u, rounds_.Take(100).size());
-}
-
-TEST_F(LoadTest, ACommandCostsThreeAllocations) {
-  // The queued message, its parameters, and the one that does not fit into a string object.
-  at_->StartService();
-  ForwardRounds(1);
-  ASSERT_EQ(1u, rounds_.Take(1).size());
-  const long before = Allocations();
-  ForwardRounds(1);
-  ASSERT_EQ(1u, rounds_.Take(1).size());
-  EXPECT_LE(Allocations() - before, 3 * kRound + 10);  // Ten for the record of the round.
+  EXPECT_EQ(forwarded, answered);
+  EXPECT_EQ(0, out_of_order);
 }
 
 // CPU time of the service thread, in microseconds, for the passes that register so many names.

@@ -14,19 +14,6 @@ namespace {
 using kor::wwan::AtService;
 using Names = std::list<std::string>;
 
-// Makes `attempt` with memory for one more allocation each time, and looks after each failure that `untouched` holds,
-// until it succeeds. How often it failed.
-int FailUntilThereIsMemory(const std::function<void(int)>& attempt, const std::function<void()>& untouched) {
-  for (int failures = 0;; ++failures) {
-    try {
-      attempt(failures);
-      return failures;
-    } catch (const std::bad_alloc&) {
-      untouched();
-    }
-  }
-}
-
 // Regression: a manager that could not be made kept the AT client, a claim that failed was never brought to the modem,
 // a start that failed counted as one, and a stop that failed left a thread that nothing joined.
 TEST_F(AtTest, WhatFailsForWantOfMemoryChangesNothing) {

@@ -3,11 +3,12 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <memory>
 #include <stdexcept>
 
+#include "common/vendor/qcmap_wrapper.h"
 #include "common/vendor/wds_qmi_client.h"
+#include "support/heard.h"
 #include "support/scripted_vendor.h"
 #include "support/syslog_reader.h"
 
@@ -32,30 +33,7 @@ TEST(DataManagerTest, InstancesAreCountedAndAFailedConstructionIsNot) {
 }
 
 TEST(DataManagerTest, ClientCallbacksHearBothPublishersUntilUnset) {
-  std::string heard;
-  const auto note = [&heard](char name) { return [&heard, name](kor::util::EventDic&) { heard += name; }; };
-  const auto publish = [&heard] {
-    heard.clear();
-    Vendor::Publish(0x777, "", "");
-    kor::util::EventDic ev;
-    kor::vendor::qcom::qmi::WdsQmiClient::GetInstance()->event_cbs.Notify(ev);
-    std::string sorted = heard;
-    std::sort(sorted.begin(), sorted.end());
-    return sorted;
-  };
-
-  DataManager a;
-  a.UnsetEventCb();  // Without a subscription it changes nothing.
-  a.SetEventCb(note('x'));
-  a.SetEventCb(note('a'));
-  {
-    DataManager b;
-    b.SetEventCb(note('b'));
-    EXPECT_EQ("aabb", publish());
-  }
-  EXPECT_EQ("aa", publish());
-  a.UnsetEventCb();
-  EXPECT_EQ("", publish());
+  ExpectEventsUntilUnset<DataManager, kor::vendor::qcom::qcmap::QcmapWrapper, kor::vendor::qcom::qmi::WdsQmiClient>();
 }
 
 TEST(DataManagerTest, OneRequestEachWithArgumentsAndResultsUnchanged) {
@@ -136,6 +114,34 @@ TEST(DataManagerTest, StatusesSayWhatIsKnownAndNoMore) {
   Vendor::Set([](Answers& answers) { answers.policies.clear(); });
   EXPECT_TRUE(data.GetWwanStatuses(statuses));
   EXPECT_TRUE(statuses.empty());
+}
+
+TEST(DataManagerTest, RequestsToChangeAProfileAreExaminedAndNeverSent) {
+  SyslogReader log;
+  DataManager data;
+  DataManager::ProfileSetting setting;
+  setting.type = DataManager::ProfileType::kEpc;
+  setting.index = 7;
+  setting.apn = "private.example";
+
+  // The modem knows every profile: there is nothing to create, and modifying is not supported.
+  EXPECT_EQ(kor::Result::kPreconditionFailed, data.CreateProfile(DataManager::ProfileType::k3gpp2, 5));
+  EXPECT_EQ(kor::Result::kNotSupported, data.ModifyProfileSetting(setting));
+  EXPECT_EQ((Calls{"3 kor::Result kor::wwan::DataManager::CreateProfile(kor::wwan::DataManager::ProfileType, int) "
+                   "#: profile index 5 already exits\n"}),
+            log.Take());
+
+  // It knows none, whatever its code for that is.
+  Vendor::Set([](Answers& answers) { answers.request = static_cast<kor::Result>(77); });
+  EXPECT_EQ(kor::Result::kNotSupported, data.CreateProfile(DataManager::ProfileType::k3gpp, 6));
+  EXPECT_EQ(kor::Result::kPreconditionFailed, data.ModifyProfileSetting(setting));
+  EXPECT_EQ((Calls{"3 kor::Result kor::wwan::DataManager::ModifyProfileSetting("
+                   "kor::wwan::DataManager::ProfileSetting&) #: Can't get profile setting before modifying\n"}),
+            log.Take());
+
+  EXPECT_EQ("private.example", setting.apn);
+  EXPECT_EQ((Calls{"GetProfileSetting 1 5", "GetProfileSetting 2 7", "GetProfileSetting 0 6", "GetProfileSetting 2 7"}),
+            Vendor::Take());
 }
 
 }  // namespace

@@ -6,10 +6,10 @@
 #include <sys/stat.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <string>
 
 #include "dns/dns_ctrl_service.h"
+#include "support/dns_files.h"
 #include "support/files.h"
 #include "support/scripted_vendor.h"
 #include "support/syslog_reader.h"
@@ -18,16 +18,6 @@
 namespace kor::test {
 
 using kor::wwan::DnsCtrlService;
-
-constexpr char kResolvConf[] = "/etc/resolv.conf";
-constexpr char kPermanentFile[] = "/data/permanent-dns.conf";
-constexpr char kRunDir[] = "/var/run/netctld-dnsmasq";
-constexpr char kServerFile[] = "/var/run/netctld-dnsmasq/dnsmasq_resolv.conf";
-constexpr char kPidFile[] = "/var/run/netctld-dnsmasq/dnsmasq.pid";
-constexpr char kRepaired[] = "#AUTOMATICALLY EDITED BY NETCTLD\nnameserver 127.0.0.1\n";
-
-// Runs a command line of the test's own; what it mounts or makes ends with the sandbox, or before the next test.
-inline void Shell(const std::string& command) { ASSERT_EQ(0, system(command.c_str())) << command; }
 
 // The sandbox as it was, whatever an earlier test in the same process has left in it.
 class CleanTest : public testing::Test {
@@ -66,7 +56,7 @@ class DnsTest : public CleanTest {
   // The server list after a change of the setting.
   std::string After(DnsCtrlService::DnsSettingType setting) {
     EXPECT_TRUE(service_.ChangeDnsSetting(setting));
-    return ReadFile(kServerFile);
+    return ReadFile(kServerList);
   }
 
   int TakeUpdates() { return updates_.exchange(0); }

@@ -43,7 +43,7 @@ class DnsmasqTest : public DnsTest {
 
   static void WritePidFile(const std::string& text) {
     mkdir(kRunDir, 0777);
-    WriteFile(kPidFile, text);
+    WriteFile(kDnsmasqPidFile, text);
   }
 };
 
@@ -53,8 +53,8 @@ TEST_F(DnsmasqTest, IsStartedWhenNoneIsAliveAndKilledByItsPidFile) {
                    "/var/run/netctld-dnsmasq/dnsmasq_resolv.conf --pid-file=/var/run/netctld-dnsmasq/dnsmasq.pid "
                    "--listen-address 127.0.0.1 --bind-dynamic --leasefile-ro\n"}),
             TakeStarts());
-  ASSERT_TRUE(Eventually([] { return !ReadFile(kPidFile).empty(); }));
-  const int pid = std::stoi(ReadFile(kPidFile));
+  ASSERT_TRUE(Eventually([] { return !ReadFile(kDnsmasqPidFile).empty(); }));
+  const int pid = std::stoi(ReadFile(kDnsmasqPidFile));
   EXPECT_TRUE(Eventually(Answers));
 
   // Alive: not started again. Dead: the next change starts another.
@@ -64,10 +64,10 @@ TEST_F(DnsmasqTest, IsStartedWhenNoneIsAliveAndKilledByItsPidFile) {
   ASSERT_TRUE(Eventually([&] { return access(("/proc/" + std::to_string(pid)).c_str(), F_OK) != 0; }));
   service_.ChangeDnsSetting(DnsCtrlService::kAll);
   EXPECT_EQ(1u, TakeStarts().size());
-  EXPECT_TRUE(Eventually([&] { return ReadFile(kPidFile) != std::to_string(pid) + "\n" && Answers(); }));
+  EXPECT_TRUE(Eventually([&] { return ReadFile(kDnsmasqPidFile) != std::to_string(pid) + "\n" && Answers(); }));
 
   // Another service finds and kills it, as after a restart of the host; then there is none to kill.
-  const std::string second = std::to_string(std::stoi(ReadFile(kPidFile)));
+  const std::string second = std::to_string(std::stoi(ReadFile(kDnsmasqPidFile)));
   const std::string stop = " bool kor::wwan::DnsCtrlService::Stop() #: ";
   DnsCtrlService other;
   EXPECT_TRUE(other.Stop());
@@ -100,7 +100,7 @@ TEST_F(DnsmasqTest, APidFileOfAnyContent) {
     EXPECT_EQ(1u, TakeStarts().size()) << c.text;  // Not alive.
     EXPECT_FALSE(service_.Stop()) << c.text;
     EXPECT_EQ((Calls{std::string("3 bool kor::wwan::DnsCtrlService::Stop() #: ") + c.error}), log_.TakeWith("Stop()"));
-    EXPECT_EQ(c.text, ReadFile(kPidFile));
+    EXPECT_EQ(c.text, ReadFile(kDnsmasqPidFile));
   }
   EXPECT_EQ(4, TakeUpdates());
   EXPECT_EQ(kRepaired, ReadFile(kResolvConf));
@@ -127,7 +127,7 @@ TEST_F(DnsmasqTest, APidFileOfAnyContent) {
   int status = 0;
   ASSERT_EQ(child, waitpid(child, &status, 0));
   EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
-  EXPECT_NE(0, access(kPidFile, F_OK));
+  EXPECT_NE(0, access(kDnsmasqPidFile, F_OK));
 }
 
 TEST_F(DnsmasqTest, AKilledProcessIsWaitedForByTheClock) {
@@ -152,7 +152,7 @@ TEST_F(DnsmasqTest, AKilledProcessIsWaitedForByTheClock) {
   ASSERT_EQ(0, mount("/usr/bin/false", "/bin/sh", nullptr, MS_BIND, nullptr));
   EXPECT_TRUE(service_.Stop());
   EXPECT_EQ(0, Opens::TakeLooksAtProcesses());
-  EXPECT_NE(0, access(kPidFile, F_OK));
+  EXPECT_NE(0, access(kDnsmasqPidFile, F_OK));
   EXPECT_EQ(0, umount2("/bin/sh", 0));
 
   // One that does not go: for a second, however long the looks take on a busy machine.

@@ -12,7 +12,6 @@
 namespace kor::test {
 namespace {
 
-using kor::vendor::qcom::qmi::NasQmiClient;
 using kor::wwan::NetworkManager;
 
 TEST(NetworkManagerTest, QueriesAreAnsweredLaterWithTheCallersData) {
@@ -49,19 +48,7 @@ TEST(NetworkManagerTest, QueriesAreAnsweredLaterWithTheCallersData) {
 }
 
 TEST(NetworkManagerTest, EventsReachEachManagerUntilItUnsetsThemOrGoes) {
-  Heard heard;
-  NetworkManager a;
-  a.UnsetEventCb();
-  a.SetEventCb(heard.By('x'));
-  a.SetEventCb(heard.By('a'));
-  {
-    NetworkManager b;
-    b.SetEventCb(heard.By('b'));
-    EXPECT_EQ("ab", heard.Of<NasQmiClient>());
-  }
-  EXPECT_EQ("a", heard.Of<NasQmiClient>());
-  a.UnsetEventCb();
-  EXPECT_EQ("", heard.Of<NasQmiClient>());
+  ExpectEventsUntilUnset<NetworkManager, kor::vendor::qcom::qmi::NasQmiClient>();
 }
 
 }  // namespace

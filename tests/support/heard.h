@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <string>
 
@@ -28,5 +30,26 @@ class Heard {
  private:
   std::string letters_;
 };
+
+// A manager's latest callback hears the events of each of the clients until it is taken back or the manager goes.
+template <typename Manager, typename... Clients>
+void ExpectEventsUntilUnset() {
+  Heard heard;
+  const auto publish = [&] { return (heard.Of<Clients>() + ...); };
+  std::string a, ab;
+  for (size_t i = 0; i < sizeof...(Clients); ++i) a += "a", ab += "ab";
+  Manager manager;
+  manager.UnsetEventCb();  // Without a subscription it changes nothing.
+  manager.SetEventCb(heard.By('x'));
+  manager.SetEventCb(heard.By('a'));
+  {
+    Manager other;
+    other.SetEventCb(heard.By('b'));
+    EXPECT_EQ(ab, publish());
+  }
+  EXPECT_EQ(a, publish());
+  manager.UnsetEventCb();
+  EXPECT_EQ("", publish());
+}
 
 }  // namespace kor::test

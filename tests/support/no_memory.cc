@@ -25,6 +25,17 @@ namespace kor::test {
 NoMemory::NoMemory(int left) { t_left = left; }
 NoMemory::~NoMemory() { t_left = INT_MAX; }
 
+int FailUntilThereIsMemory(const std::function<void(int left)>& attempt, const std::function<void()>& untouched) {
+  for (int failures = 0;; ++failures) {
+    try {
+      attempt(failures);
+      return failures;
+    } catch (const std::bad_alloc&) {
+      untouched();
+    }
+  }
+}
+
 long Allocations() { return g_allocations; }
 
 }  // namespace kor::test
