@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <arpa/inet.h>
 #include <sys/mount.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -12,6 +10,7 @@
 
 #include "dns/dns_fixture.h"
 #include "dns/opens.h"
+#include "support/ask_forwarder.h"
 #include "support/no_memory.h"
 
 namespace kor::test {
@@ -23,19 +22,7 @@ class DnsmasqTest : public DnsTest {
  protected:
   // Whether a real dnsmasq answers on 127.0.0.1 (a refusal is an answer).
   static bool Answers() {
-    const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(53);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    const timeval limit{0, 100'000};
-    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
-    const char query[] = "\x12\x34\x01\0\0\x01\0\0\0\0\0\0\x04test\0\0\x01\0\x01";
-    char answer[512];
-    const bool answered = connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0 &&
-                          send(fd, query, sizeof(query) - 1, 0) > 0 && recv(fd, answer, sizeof(answer), 0) > 0;
-    close(fd);
-    return answered;
+    return !AskForwarder(std::string("\x12\x34\x01\0\0\x01\0\0\0\0\0\0\x04test\0\0\x01\0\x01", 22)).empty();
   }
 
   // The command lines that dnsmasq was started with since the last call.

@@ -147,33 +147,6 @@ TEST(RacesTest, EverythingAtOnce) {
   EXPECT_TRUE(ComesTo(rest));  // What is made once was made before.
 }
 
-// After a stop no refresh runs: neither one that was in the midst of it, nor one that waited for a call to be ready.
-TEST(RacesTest, AStopEndsTheRefreshThatRuns) {
-  SimModem& modem = SimModem::Get();
-  Dice dice(Setting("KWWAN_STORY_SEED", 9));
-  DnsCtrlManager dns;
-  DataManager data;
-  modem.SetRecording(true);
-  const auto asked = [&] {
-    std::string all;
-    for (const std::string& operation : modem.TakeRecord()) all += operation + ';';
-    return all.find("GetCallConfig") != std::string::npos;
-  };
-  for (unsigned round = 0; round < Setting("KWWAN_CYCLES", 6); ++round) {
-    ASSERT_TRUE(dns.StartService());
-    modem.SetNotReadyQueries(static_cast<int>(dice.Below(3)));
-    (void)modem.TakeRecord();
-    ASSERT_EQ(0, static_cast<int>(data.Connect(0, IPFamily::kIpv4, false)));
-    ASSERT_TRUE(Eventually(asked));
-    dice.Dally(20ms);
-    ASSERT_TRUE(dns.StopService());
-    (void)modem.TakeRecord();
-    ASSERT_TRUE(modem.WaitIdle(kLongEnough));
-    ASSERT_EQ(0, static_cast<int>(data.Disconnect(0, IPFamily::kIpv4, true)));  // Events that nobody hears.
-    ASSERT_FALSE(asked());
-  }
-}
-
 // A process may leave at any moment, however busy it is.
 TEST(RacesTest, ExitWithEveryThreadBusy) {
   for (unsigned seed = 1; seed <= Setting("KWWAN_CYCLES", 3); ++seed) {

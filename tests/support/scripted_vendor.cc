@@ -61,12 +61,6 @@ bool Query(const char* operation, std::function<void(Answer&, void*)> callback, 
   return ok;
 }
 
-// A switch that is on.
-bool Switch(const char* operation, uint32_t index, bool& enabled) {
-  enabled = true;
-  return Record(operation, index).ok;
-}
-
 template <typename Client>
 Client* Instance() {
   static Client& client = *new Client;
@@ -120,11 +114,16 @@ DataManager::WwanPolicy Policy(int profile_1, int profile_2, int32_t handle) {
 
 }  // namespace kor::test
 
+// The clients themselves.
+
 namespace kor::vendor::qcom::qcmap {
 
+using kor::Result;
 using kor::test::Instance;
 using kor::test::Record;
-using kor::test::Switch;
+using kor::test::Vendor;
+using kor::util::IPFamily;
+using kor::wwan::Tech;
 
 QcmapWrapper* QcmapWrapper::GetInstance() { return Instance<QcmapWrapper>(); }
 
@@ -141,19 +140,15 @@ bool QcmapWrapper::GetWwanPolicy(uint32_t index, WwanPolicy& policy) {
   return true;
 }
 
-bool QcmapWrapper::SetWwanPolicy(uint32_t index, kor::wwan::Tech tech, kor::util::IPFamily ip_family, int profile_1,
-                                 int profile_2) {
-  return Record("SetWwanPolicy", index, tech, ip_family, profile_1, profile_2).ok;
+bool QcmapWrapper::SetWwanPolicy(uint32_t index, Tech tech, IPFamily family, int profile_1, int profile_2) {
+  return Record("SetWwanPolicy", index, tech, family, profile_1, profile_2).ok;
 }
 
-bool QcmapWrapper::CreateWwanPolicy(kor::wwan::Tech tech, kor::util::IPFamily ip_family, uint8_t profile_1,
-                                    uint8_t profile_2) {
-  const bool ok = Record("CreateWwanPolicy", tech, ip_family, profile_1, profile_2).ok;
-  if (ok) kor::test::Vendor::Set([&](auto& a) { a.policies.push_back(kor::test::Policy(profile_1, profile_2, 900)); });
+bool QcmapWrapper::CreateWwanPolicy(Tech tech, IPFamily family, uint8_t profile_1, uint8_t profile_2) {
+  const bool ok = Record("CreateWwanPolicy", tech, family, profile_1, profile_2).ok;
+  if (ok) Vendor::Set([&](auto& a) { a.policies.push_back(kor::test::Policy(profile_1, profile_2, 900)); });
   return ok;
 }
-
-bool QcmapWrapper::DeleteWwanPolicy(uint8_t index) { return Record("DeleteWwanPolicy", index).ok; }
 
 bool QcmapWrapper::GetWwanConnectStatus(uint32_t index, ConnectStatus& ipv4, ConnectStatus& ipv6) {
   const auto answers = Record("GetWwanConnectStatus", index);
@@ -164,82 +159,80 @@ bool QcmapWrapper::GetWwanConnectStatus(uint32_t index, ConnectStatus& ipv4, Con
   return true;
 }
 
-bool QcmapWrapper::SetAutoConnect(uint32_t index, bool enable) { return Record("SetAutoConnect", index, enable).ok; }
-bool QcmapWrapper::SetRoaming(uint32_t index, bool enable) { return Record("SetRoaming", index, enable).ok; }
-
-bool QcmapWrapper::GetAutoConnect(uint32_t index, bool& on) {
-  const auto answers = Record("GetAutoConnect", index);
-  on = answers.auto_connects;
-  return answers.ok;
-}
-bool QcmapWrapper::GetRoaming(uint32_t index, bool& on) { return Switch("GetRoaming", index, on); }
-
-kor::Result QcmapWrapper::ConnectBackhaul(uint32_t index, kor::util::IPFamily ip_family) {
-  return kor::test::Request("ConnectBackhaul", index, ip_family);
+Result QcmapWrapper::ConnectBackhaul(uint32_t index, IPFamily family) {
+  return kor::test::Request("ConnectBackhaul", index, family);
 }
 
-kor::Result QcmapWrapper::DisconnectBackhaul(uint32_t index, kor::util::IPFamily ip_family) {
-  return kor::test::Request("DisconnectBackhaul", index, ip_family);
+Result QcmapWrapper::DisconnectBackhaul(uint32_t index, IPFamily family) {
+  return kor::test::Request("DisconnectBackhaul", index, family);
 }
 
-kor::Result QcmapWrapper::GetNetworkConfig(uint32_t index, kor::util::IPFamily ip_family, NetworkConfig& config) {
-  const auto answers = Record("GetNetworkConfig", index, ip_family);
+Result QcmapWrapper::GetNetworkConfig(uint32_t index, IPFamily family, NetworkConfig& config) {
+  const auto answers = Record("GetNetworkConfig", index, family);
   if (answers.not_ready > 0) {
-    kor::test::Vendor::Set([](auto& a) { --a.not_ready; });
-    return kor::Result::kNotReady;
+    Vendor::Set([](auto& a) { --a.not_ready; });
+    return Result::kNotReady;
   }
-  const auto found = answers.configs.find({index, ip_family});
-  if (found == answers.configs.end()) return kor::Result::kFailure;
+  const auto found = answers.configs.find({index, family});
+  if (found == answers.configs.end()) return Result::kFailure;
   const NetworkConfig before = std::exchange(config, found->second);
   if (config.dns_1.empty()) config.dns_1 = before.dns_1;  // What the answer does not hold is not touched.
   return answers.request;
 }
 
-bool QcmapWrapper::GetIpv4State(uint32_t index, bool& on) { return Switch("GetIpv4State", index, on); }
-bool QcmapWrapper::GetIpv6State(uint32_t index, bool& on) { return Switch("GetIpv6State", index, on); }
+// Switches are on, and fill their argument also when they fail, as the LAN does.
+bool QcmapWrapper::GetAutoConnect(uint32_t index, bool& on) {
+  const auto answers = Record("GetAutoConnect", index);
+  on = answers.auto_connects;
+  return answers.ok;
+}
 
+bool QcmapWrapper::GetRoaming(uint32_t index, bool& on) { return on = true, Record("GetRoaming", index).ok; }
+bool QcmapWrapper::GetIpv4State(uint32_t index, bool& on) { return on = true, Record("GetIpv4State", index).ok; }
+bool QcmapWrapper::GetIpv6State(uint32_t index, bool& on) { return on = true, Record("GetIpv6State", index).ok; }
+bool QcmapWrapper::DeleteWwanPolicy(uint8_t index) { return Record("DeleteWwanPolicy", index).ok; }
+bool QcmapWrapper::SetAutoConnect(uint32_t index, bool on) { return Record("SetAutoConnect", index, on).ok; }
+bool QcmapWrapper::SetRoaming(uint32_t index, bool on) { return Record("SetRoaming", index, on).ok; }
 bool QcmapWrapper::EnableIpv4(uint32_t index) { return Record("EnableIpv4", index).ok; }
 bool QcmapWrapper::DisableIpv4(uint32_t index) { return Record("DisableIpv4", index).ok; }
 bool QcmapWrapper::EnableIpv6(uint32_t index) { return Record("EnableIpv6", index).ok; }
 bool QcmapWrapper::DisableIpv6(uint32_t index) { return Record("DisableIpv6", index).ok; }
+bool QcmapWrapper::ActivateLan() { return Record("ActivateLan").ok; }
 
-// Fills its arguments also when it fails.
-bool QcmapWrapper::GetLanConfig(std::string& gw, std::string& nm, bool& enable_dhcp, std::string& start,
-                                std::string& end, int& lease) {
+bool QcmapWrapper::GetLanConfig(std::string& gw, std::string& nm, bool& dhcp, std::string& start, std::string& end,
+                                int& lease) {
   const auto answers = Record("GetLanConfig");
   const auto& lan = answers.lan;
-  std::tie(gw, nm, enable_dhcp) = std::tie(lan.gw, lan.nm, lan.enable_dhcp);
+  std::tie(gw, nm, dhcp) = std::tie(lan.gw, lan.nm, lan.enable_dhcp);
   std::tie(start, end, lease) = std::tie(lan.dhcp_start_ip, lan.dhcp_end_ip, lan.dhcp_lease_time);
   return answers.ok;
 }
 
-bool QcmapWrapper::SetLanConfig(std::string gw, std::string nm, bool enable_dhcp, std::string start, std::string end,
+bool QcmapWrapper::SetLanConfig(std::string gw, std::string nm, bool dhcp, std::string start, std::string end,
                                 unsigned int lease) {
-  return Record("SetLanConfig", gw, nm, enable_dhcp, start, end, lease).ok;
+  return Record("SetLanConfig", gw, nm, dhcp, start, end, lease).ok;
 }
 
-bool QcmapWrapper::ActivateLan() { return Record("ActivateLan").ok; }
-
-bool QcmapWrapper::SetVlanConfig(VlanConfig& config) {
-  const auto answers = Record("SetVlanConfig", config.interface, config.vlan_id, config.pdn);
-  config.pdn = answers.vlan_pdn.value_or(config.pdn);
+bool QcmapWrapper::SetVlanConfig(VlanConfig& vlan) {
+  const auto answers = Record("SetVlanConfig", vlan.interface, vlan.vlan_id, vlan.pdn);
+  vlan.pdn = answers.vlan_pdn.value_or(vlan.pdn);
   return answers.ok;
 }
 
-bool QcmapWrapper::DeleteVlanConfig(VlanConfig& config) { return Record("DeleteVlanConfig", config.vlan_id).ok; }
+bool QcmapWrapper::DeleteVlanConfig(VlanConfig& vlan) { return Record("DeleteVlanConfig", vlan.vlan_id).ok; }
 
-bool QcmapWrapper::GetVlanConfigs(std::vector<VlanConfig>& configs) {
+bool QcmapWrapper::GetVlanConfigs(std::vector<VlanConfig>& vlans) {
   const auto answers = Record("GetVlanConfigs");
-  configs = answers.vlans;
+  vlans = answers.vlans;
   return answers.ok;
 }
 
-bool QcmapWrapper::SetPdnToVlanMapping(VlanConfig& config) {
-  return Record("SetPdnToVlanMapping", config.vlan_id, config.pdn).ok;
+bool QcmapWrapper::SetPdnToVlanMapping(VlanConfig& vlan) {
+  return Record("SetPdnToVlanMapping", vlan.vlan_id, vlan.pdn).ok;
 }
 
-bool QcmapWrapper::DeletePdnToVlanMapping(VlanConfig& config) {
-  return Record("DeletePdnToVlanMapping", config.vlan_id, config.pdn).ok;
+bool QcmapWrapper::DeletePdnToVlanMapping(VlanConfig& vlan) {
+  return Record("DeletePdnToVlanMapping", vlan.vlan_id, vlan.pdn).ok;
 }
 
 bool QcmapWrapper::GetPdnToVlanMapping(std::vector<VlanMapping>& mappings) {
@@ -248,92 +241,74 @@ bool QcmapWrapper::GetPdnToVlanMapping(std::vector<VlanMapping>& mappings) {
   return answers.ok;
 }
 
-bool QcmapWrapper::SetIpPassthrough(bool enable, IpPassthroughConfig& config) {
-  return Record("SetIpPassthrough", enable, config.mode, config.target).ok;
+bool QcmapWrapper::SetIpPassthrough(bool on, IpPassthroughConfig& config) {
+  return Record("SetIpPassthrough", on, config.mode, config.target).ok;
 }
 
-bool QcmapWrapper::GetIpPassthrough(bool& enabled, IpPassthroughConfig& config) {
-  enabled = true;
+bool QcmapWrapper::GetIpPassthrough(bool& on, IpPassthroughConfig& config) {
   config.target = "laptop";
-  return Record("GetIpPassthrough").ok;
+  return on = true, Record("GetIpPassthrough").ok;
 }
 
 }  // namespace kor::vendor::qcom::qcmap
 
 namespace kor::vendor::qcom::qmi {
 
-WdsQmiClient* WdsQmiClient::GetInstance() { return kor::test::Instance<WdsQmiClient>(); }
+using kor::Result;
+using kor::test::Instance;
+using kor::test::Query;
+using kor::test::Record;
+using kor::wwan::DataManager;
+using kor::wwan::SmsManager;
 
-kor::Result WdsQmiClient::GetProfileSetting(kor::wwan::DataManager::ProfileType type, int index,
-                                            kor::wwan::DataManager::ProfileSetting& setting) {
+template <typename Answer>
+using Cb = std::function<void(Answer&, void*)>;
+
+WdsQmiClient* WdsQmiClient::GetInstance() { return Instance<WdsQmiClient>(); }
+NasQmiClient* NasQmiClient::GetInstance() { return Instance<NasQmiClient>(); }
+DmsQmiClient* DmsQmiClient::GetInstance() { return Instance<DmsQmiClient>(); }
+UimQmiClient* UimQmiClient::GetInstance() { return Instance<UimQmiClient>(); }
+WmsQmiClient* WmsQmiClient::GetInstance() { return Instance<WmsQmiClient>(); }
+
+Result WdsQmiClient::GetProfileSetting(DataManager::ProfileType type, int index, DataManager::ProfileSetting& setting) {
   setting.index = index;
-  return kor::test::Record("GetProfileSetting", type, index).request;
+  return Record("GetProfileSetting", type, index).request;
 }
 
-kor::Result WdsQmiClient::GetProfileList(std::list<kor::wwan::DataManager::ProfileInfo>& profiles) {
+Result WdsQmiClient::GetProfileList(std::list<DataManager::ProfileInfo>& profiles) {
   profiles.resize(2);
-  return kor::test::Record("GetProfileList").request;
+  return Record("GetProfileList").request;
 }
 
-NasQmiClient* NasQmiClient::GetInstance() { return kor::test::Instance<NasQmiClient>(); }
-
-bool NasQmiClient::StartScanAsync(std::function<void(ScanResult&, void*)> callback, void* user_data) {
-  return kor::test::Query("StartScanAsync", std::move(callback), user_data);
-}
-
-bool NasQmiClient::GetSignalInfoAsync(std::function<void(SignalInfo&, void*)> callback, void* user_data) {
-  return kor::test::Query("GetSignalInfoAsync", std::move(callback), user_data);
-}
-
-bool NasQmiClient::GetErrorRateAsync(std::function<void(ErrorRate&, void*)> callback, void* user_data) {
-  return kor::test::Query("GetErrorRateAsync", std::move(callback), user_data);
-}
-
-bool NasQmiClient::GetCellLocationAsync(std::function<void(CellLocationInfo&, void*)> callback, void* user_data) {
-  return kor::test::Query("GetCellLocationAsync", std::move(callback), user_data);
-}
-
-bool NasQmiClient::GetSystemInfoAsync(std::function<void(SystemInfo&, void*)> callback, void* user_data) {
-  return kor::test::Query("GetSystemInfoAsync", std::move(callback), user_data);
+bool NasQmiClient::StartScanAsync(Cb<ScanResult> cb, void* data) { return Query("StartScanAsync", cb, data); }
+bool NasQmiClient::GetSignalInfoAsync(Cb<SignalInfo> cb, void* data) { return Query("GetSignalInfoAsync", cb, data); }
+bool NasQmiClient::GetErrorRateAsync(Cb<ErrorRate> cb, void* data) { return Query("GetErrorRateAsync", cb, data); }
+bool NasQmiClient::GetSystemInfoAsync(Cb<SystemInfo> cb, void* data) { return Query("GetSystemInfoAsync", cb, data); }
+bool NasQmiClient::GetCellLocationAsync(Cb<CellLocationInfo> cb, void* data) {
+  return Query("GetCellLocationAsync", cb, data);
 }
 
 bool NasQmiClient::GetCellLocation(CellLocationInfo& info) {
   info.neighbours.resize(3);
-  return kor::test::Record("GetCellLocation").ok;
+  return Record("GetCellLocation").ok;
 }
 
-DmsQmiClient* DmsQmiClient::GetInstance() { return kor::test::Instance<DmsQmiClient>(); }
-
-kor::Result DmsQmiClient::SetPinLock(int pin_id, bool enable, std::string pin) {
-  return kor::test::Record("SetPinLock", pin_id, enable, pin).request;
+Result DmsQmiClient::SetPinLock(int id, bool on, std::string pin) { return Record("SetPinLock", id, on, pin).request; }
+Result DmsQmiClient::ChangePinLockPwd(int id, std::string old_pin, std::string new_pin) {
+  return Record("ChangePinLockPwd", id, old_pin, new_pin).request;
 }
+Result DmsQmiClient::GetModelId(std::string& id) { return id = "bench modem", Record("GetModelId").request; }
+Result DmsQmiClient::GetPinStatus() { return Record("GetPinStatus").request; }
+Result UimQmiClient::TurnOnPower(int slot) { return Record("TurnOnPower", slot).request; }
+Result UimQmiClient::TurnOffPower(int slot) { return Record("TurnOffPower", slot).request; }
 
-kor::Result DmsQmiClient::ChangePinLockPwd(int pin_id, std::string old_pin, std::string new_pin) {
-  return kor::test::Record("ChangePinLockPwd", pin_id, old_pin, new_pin).request;
-}
-
-kor::Result DmsQmiClient::GetModelId(std::string& model_id) {
-  model_id = "bench modem";
-  return kor::test::Record("GetModelId").request;
-}
-
-kor::Result DmsQmiClient::GetPinStatus() { return kor::test::Record("GetPinStatus").request; }
-
-UimQmiClient* UimQmiClient::GetInstance() { return kor::test::Instance<UimQmiClient>(); }
-kor::Result UimQmiClient::TurnOnPower(int slot) { return kor::test::Record("TurnOnPower", slot).request; }
-kor::Result UimQmiClient::TurnOffPower(int slot) { return kor::test::Record("TurnOffPower", slot).request; }
-
-WmsQmiClient* WmsQmiClient::GetInstance() { return kor::test::Instance<WmsQmiClient>(); }
-
-kor::Result WmsQmiClient::GetRouteList(std::list<kor::wwan::SmsManager::RouteInfo>& routes) {
+Result WmsQmiClient::GetRouteList(std::list<SmsManager::RouteInfo>& routes) {
   routes.resize(2);
-  return kor::test::Record("GetRouteList").request;
+  return Record("GetRouteList").request;
 }
-
-kor::Result WmsQmiClient::SetRouteList(std::list<kor::wwan::SmsManager::RouteInfo>& routes) {
-  return kor::test::Record("SetRouteList", routes.size()).request;
+Result WmsQmiClient::SetRouteList(std::list<SmsManager::RouteInfo>& routes) {
+  return Record("SetRouteList", routes.size()).request;
 }
-
-kor::Result WmsQmiClient::ModifyTagAsync() { return kor::test::Record("ModifyTagAsync").request; }
+Result WmsQmiClient::ModifyTagAsync() { return Record("ModifyTagAsync").request; }
 
 }  // namespace kor::vendor::qcom::qmi
