@@ -4,8 +4,6 @@
 #include <signal.h>
 #include <unistd.h>
 
-#include <algorithm>
-
 #include "ctl/command.h"
 #include "kwwanctl/text.h"
 #include "support/files.h"
@@ -13,21 +11,16 @@
 namespace kor::test {
 namespace {
 
-// Events until all of them have begun to show them.
-bool AllHear(std::initializer_list<Command*> monitors) {
-  return Eventually([&] {
-    (void)Ctl("call up");
-    (void)Ctl("call down");
-    return std::all_of(monitors.begin(), monitors.end(), [](Command* one) { return one->HasSaid("call connected"); });
-  });
-}
-
 TEST(Life, TheMonitorEndsWithItsReaderAndOnSignals) {
   const Host host;
   Command to_reader("monitor");
   Command to_signal("monitor --json");
   Command by_ctrl_c("status --watch");
-  ASSERT_TRUE(AllHear({&to_reader, &to_signal}));
+  ASSERT_TRUE(Eventually([&] {
+    (void)Ctl("call up");
+    (void)Ctl("call down");
+    return to_reader.HasSaid("call connected") && to_signal.HasSaid("call connected");
+  }));
   EXPECT_TRUE(to_reader.HasSaid("Z  call connected          event 0x200  handle 100  index 0  family ipv4\n"));
   EXPECT_TRUE(to_signal.HasSaid("\"event\":\"0x200\",\"name\":\"call connected\",\"handle\":100"));
   by_ctrl_c.ReadTo("Device");
@@ -43,27 +36,21 @@ TEST(Life, TheMonitorEndsWithItsReaderAndOnSignals) {
   EXPECT_EQ(0, by_ctrl_c.Wait().status);
 }
 
-TEST(Life, AMonitorTellsThatItsHostIsGone) {
-  Host host;
-  Command monitor("monitor");
-  ASSERT_TRUE(AllHear({&monitor}));
-  host.Kill();
-  const Outcome outcome = monitor.Wait();
-  EXPECT_EQ(4, outcome.status);
-  EXPECT_NE(std::string::npos, outcome.err.find("the host closed the connection")) << outcome.err;
-}
-
-TEST(Life, AHostThatIsKilledInACall) {
+TEST(Life, AHostThatIsKilledInACallAndUnderAMonitor) {
   Host host;
   ASSERT_TRUE(host.Modem("connect-delay 9000"));
+  Command monitor("monitor");
   Command call("call up");
   ASSERT_TRUE(Eventually([] { return Ctl("call show").out.find("IPv4 call     connecting") != std::string::npos; }));
+  ASSERT_TRUE(
+      Eventually([&] { return host.Modem("signal 40 0") && host.Modem("signal 90 0") && monitor.HasSaid("Z  "); }));
   host.Kill();
-  const Outcome outcome = call.Wait();
-  EXPECT_EQ(4, outcome.status);
-  EXPECT_EQ(
-      "kwwanctl: the host closed the connection (/run/kwwand/kwwand.sock). What was asked may have been done or not.\n",
-      outcome.err);
+  for (Command* command : {&call, &monitor}) {
+    const Outcome outcome = command->Wait();
+    EXPECT_EQ(4, outcome.status);
+    EXPECT_EQ(0u, outcome.err.find("kwwanctl: the host closed the connection (/run/kwwand/kwwand.sock)"))
+        << outcome.err;
+  }
 
   // And from now on there is none.
   EXPECT_TRUE(Eventually([] {
@@ -75,49 +62,48 @@ TEST(Life, AHostThatIsKilledInACall) {
   EXPECT_EQ(0u, elsewhere.out.find("{\"error\":{\"code\":-32003,")) << elsewhere.out;
 }
 
+// How a command ends whose host answers that.
+Outcome Answered(const std::string& lines, const std::string& line) {
+  const FakeHost host(lines);
+  return Ctl(line);
+}
+
 TEST(Life, HostileAnswers) {
-  {  // A network with a name that would clear the screen, ring, and write backwards; and its neighbour stays in line.
-    const FakeHost host(
-        "{\"method\":\"event\",\"params\":{}}\n"
-        "{\"id\":1,\"result\":{\"networks\":["
-        "{\"mcc\":\"001\",\"mnc\":\"01\",\"name\":\"a\\u001b[2J\\u0007\\n\\u202eb\",\"status\":\"current\",\"radio\":"
-        "\"lte\"},"
-        "{\"mcc\":\"460\",\"mnc\":\"00\",\"name\":\"中国移动\",\"status\":\"available\",\"radio\":\"lte\"}]}}\n");
-    EXPECT_EQ(
-        "NETWORK  NAME                     STATUS     RADIO\n"
-        "00101    a\\x1b[2J\\x07\\n\\u{202e}b  current    lte\n"
-        "46000    中国移动                 available  lte\n",
-        Ctl("radio scan").out);
-  }
-  {  // In JSON they are escaped too.
-    const FakeHost host("{\"id\":1,\"result\":{\"model\":\"\\u001b\\u009b\\u007f\"}}\n");
-    EXPECT_EQ("{\"model\":\"\\u001b\\u009b\\u007f\"}\n", Ctl("device show --json").out);
-  }
-  {  // Nor does an event or an error write a line of its own.
-    const FakeHost host(
-        "{\"id\":1,\"result\":{}}\n"
-        "{\"method\":\"event\",\"params\":{\"time\":\"9:00\",\"name\":\"up\\n\",\"\\u001b[2J\":\"a\\nb\"}}\n");
-    EXPECT_EQ("9:00  up\\n                    \\x1b[2J a\\nb\n", Ctl("monitor").out);
-  }
-  {
-    const FakeHost host(
-        "{\"id\":null,\"error\":{\"code\":-32001,\"message\":\"full\\nkwwanctl: all is well\\u001b[1A\","
-        "\"data\":{\"nearest\":7}}}\n");
-    EXPECT_EQ("kwwanctl: full\\nkwwanctl: all is well\\x1b[1A\n", Ctl("status").err);
-  }
+  // A network with a name that would clear the screen, ring, and write backwards; and its neighbour stays in line.
+  EXPECT_EQ(
+      "NETWORK  NAME                     STATUS     RADIO\n"
+      "00101    a\\x1b[2J\\x07\\n\\u{202e}b  current    lte\n"
+      "46000    中国移动                 available  lte\n",
+      Answered("{\"method\":\"event\",\"params\":{}}\n"
+               R"({"id":1,"result":{"networks":[{"mcc":"001","mnc":"01","name":"a\u001b[2J\u0007\n\u202eb",)"
+               R"("status":"current","radio":"lte"},)"
+               R"({"mcc":"460","mnc":"00","name":"中国移动","status":"available","radio":"lte"}]}})"
+               "\n",
+               "radio scan")
+          .out);
+  // In JSON they are escaped too. Nor does an event or an error write a line of its own.
+  EXPECT_EQ("{\"model\":\"\\u001b\\u009b\\u007f\"}\n",
+            Answered("{\"id\":1,\"result\":{\"model\":\"\\u001b\\u009b\\u007f\"}}\n", "device show --json").out);
+  EXPECT_EQ("9:00  up\\n                    \\x1b[2J a\\nb\n",
+            Answered("{\"id\":1,\"result\":{}}\n"
+                     R"({"method":"event","params":{"time":"9:00","name":"up\n","\u001b[2J":"a\nb"}})"
+                     "\n",
+                     "monitor")
+                .out);
+  EXPECT_EQ("kwwanctl: full\\nkwwanctl: all is well\\x1b[1A\n",
+            Answered(R"({"id":null,"error":{"code":-32001,"message":"full\nkwwanctl: all is well\u001b[1A",)"
+                     R"("data":{"nearest":7}}})"
+                     "\n",
+                     "status")
+                .err);
   EXPECT_EQ(std::string::npos, Ctl("doctor --socket /run/\x1b[2J").out.find('\x1b'));
-  {
-    const FakeHost host("this is no JSON\n");
-    const Outcome outcome = Ctl("monitor");
-    EXPECT_EQ(1, outcome.status);
-    EXPECT_EQ(0u, outcome.err.find("kwwanctl: the host's answer is not understood: ")) << outcome.err;
-  }
-  {
-    const FakeHost host("{\"id\":1,\"result\":" + std::string(200000, '[') + std::string(200000, ']') + "}\n");
-    EXPECT_EQ("kwwanctl: the host's answer is not understood: it nests too deep\n", Ctl("status").err);
-  }
-  const FakeHost host("{\"id\":1,\"res");
-  EXPECT_EQ(4, Ctl("status").status);
+  const Outcome outcome = Answered("this is no JSON\n", "monitor");
+  EXPECT_EQ(1, outcome.status);
+  EXPECT_EQ(0u, outcome.err.find("kwwanctl: the host's answer is not understood: ")) << outcome.err;
+  EXPECT_EQ(
+      "kwwanctl: the host's answer is not understood: it nests too deep\n",
+      Answered("{\"id\":1,\"result\":" + std::string(200000, '[') + std::string(200000, ']') + "}\n", "status").err);
+  EXPECT_EQ(4, Answered("{\"id\":1,\"res", "status").status);
 }
 
 TEST(Life, TheCompletionRunsNothingOfAnAnswer) {
@@ -150,15 +136,16 @@ TEST(Life, SecretsAreNeverArguments) {
   EXPECT_EQ("kwwanctl: the secret: takes text in UTF-8\n", Ctl("profile modify 1 --password", "\xff\n").err);
 }
 
-TEST(Life, AFullDiskIsAnError) {
+TEST(Life, AFullDiskIsAnErrorAndAClosedOutputNoPlaceForTheConnection) {
   const Host host;
-  Command status(std::string("-c '") + KWWANCTL + " version >/dev/full'", Command::Over::kPipes, "/bin/sh");
-  const Outcome outcome = status.Wait();
+  const auto version = [](const std::string& redirected) {
+    return Command("-c '" + std::string(KWWANCTL) + " version " + redirected + "'", Command::Over::kPipes, "/bin/sh")
+        .Wait();
+  };
+  const Outcome outcome = version(">/dev/full");
   EXPECT_EQ(1, outcome.status);
   EXPECT_EQ("kwwanctl: cannot write the output: No space left on device\n", outcome.err);
-  // One that is closed is no place for the connection to the host.
-  EXPECT_EQ(1,
-            Command(std::string("-c '") + KWWANCTL + " version >&-'", Command::Over::kPipes, "/bin/sh").Wait().status);
+  EXPECT_EQ(1, version(">&-").status);
 }
 
 TEST(Text, IsMeasuredAndEscapedByCharacters) {

@@ -142,6 +142,10 @@ TEST(Tour, TheLanMovesAsAWholeOrNotAtAll) {
   EXPECT_EQ("ID   INTERFACE  PDN\n100  usb        -\n", Screen("vlan add 100 --interface usb"));
   EXPECT_EQ(0, Ctl("policy create --profile 5").status);
   EXPECT_EQ("ID   INTERFACE  PDN\n100  usb        1\n", Screen("vlan map 100 1"));
+  // One whose PDN has become the default one is unmapped as it is shown.
+  EXPECT_EQ(0, Ctl("policy delete 0").status);
+  EXPECT_EQ("ID   INTERFACE  PDN\n100  usb        0\n", Screen("vlan list"));
+  EXPECT_EQ("ID   INTERFACE  PDN\n100  usb        -\n", Screen("vlan unmap 100 0"));
   EXPECT_EQ("There is no VLAN.\n", Screen("vlan remove 100"));
   EXPECT_EQ(0, Ctl("passthrough on --host-name printer").status);
   EXPECT_EQ("Passthrough  off\nClient       host-name\nTarget       printer\n", Screen("passthrough off"));

@@ -279,6 +279,7 @@ TEST_F(ConnectTest, DisconnectHearsOnlyItsOwnOutcome) {
   Queue({0x202});
   OnRequest([] {
     Vendor::Publish(0x202, "101", "6");
+    Vendor::Publish(0x202, "100", "4");
     Vendor::Publish(0x203, "100", "6");
     Vendor::Publish(0x202, "100", "6");
   });

@@ -12,6 +12,7 @@
 #include <string>
 
 #include "doctor/programs.h"
+#include "support/dns_files.h"
 #include "support/files.h"
 #include "support/wait.h"
 
@@ -21,11 +22,6 @@ namespace {
 
 using Names = std::set<std::string>;
 
-constexpr char kResolvConf[] = "/etc/resolv.conf";
-constexpr char kPermanentFile[] = "/data/permanent-dns.conf";
-constexpr char kServerList[] = "/var/run/netctld-dnsmasq/dnsmasq_resolv.conf";
-constexpr char kPidFile[] = "/var/run/netctld-dnsmasq/dnsmasq.pid";
-constexpr char kRepaired[] = "#AUTOMATICALLY EDITED BY NETCTLD\nnameserver 127.0.0.1\n";
 constexpr char kList[] = "nameserver 10.255.0.53\n";
 
 class DoctorTest : public testing::Test {
@@ -91,18 +87,18 @@ TEST_F(DoctorTest, CallsAndHost) {
 }
 
 TEST_F(DoctorTest, PidFileThatNamesAnother) {
-  const std::string good = ReadFile(kPidFile);
+  const std::string good = ReadFile(kDnsmasqPidFile);
   Shell("sleep 1000 & echo $! > /run/sleep.pid");
   Shell("dnsmasq --conf-file=/dev/null --port=0 --pid-file=/run/another.pid");
   for (const std::string& text : {std::string("1\n"), std::string("soon\n"), std::string(), std::string("-5\n"),
                                   std::string("4194304\n"), ReadFile("/run/sleep.pid"), ReadFile("/run/another.pid")}) {
-    WriteFile(kPidFile, text);
+    WriteFile(kDnsmasqPidFile, text);
     EXPECT_EQ(Names{"pid-file"}, Examine()) << text << report_;
     EXPECT_TRUE(Says("ours runs as " + std::to_string(atoi(good.c_str())))) << report_;
   }
-  unlink(kPidFile);
+  unlink(kDnsmasqPidFile);
   EXPECT_EQ(Names{"pid-file"}, Examine()) << report_;
-  WriteFile(kPidFile, good);
+  WriteFile(kDnsmasqPidFile, good);
   EXPECT_EQ(Names{}, Examine()) << report_;
 }
 

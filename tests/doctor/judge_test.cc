@@ -12,12 +12,11 @@
 #include <vector>
 
 #include "kwwanctl/doctor/query.h"
+#include "support/dns_files.h"
 
 namespace kor::ctl::doctor {
 
 namespace {
-
-constexpr char kOurText[] = "#AUTOMATICALLY EDITED BY NETCTLD\nnameserver 127.0.0.1\n";
 
 // A healthy router with a host as process 12 and dnsmasq as 17.
 Facts Healthy() {
@@ -32,7 +31,7 @@ Facts Healthy() {
   facts.processes.listeners = {{"udp", false, {dnsmasq}}, {"tcp", false, {dnsmasq}}};
   facts.processes.watchers = {12};
   facts.pid_file.text = "17\n";
-  facts.resolv_conf.text = kOurText;
+  facts.resolv_conf.text = test::kRepaired;
   facts.server_list.text = "nameserver 10.255.0.53\n";
   facts.permanent_file.error = ENOENT;
   facts.name = "example.com";

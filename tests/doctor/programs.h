@@ -4,17 +4,15 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 
 #include "kwwand/wire/method.h"
+#include "support/files.h"
 #include "support/wait.h"
 
 namespace kor::test {
 
 using kor::host::Json;
-
-inline void Shell(const std::string& command) { ASSERT_EQ(0, system(command.c_str())) << command; }
 
 // What a command line writes to standard output.
 inline std::string Output(const std::string& command) {

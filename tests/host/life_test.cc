@@ -14,6 +14,7 @@
 
 #include "host/client.h"
 #include "host/host_process.h"
+#include "support/dns_files.h"
 #include "support/files.h"
 #include "support/sanitizers.h"
 #include "support/wait.h"
@@ -24,7 +25,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr char kPidFile[] = "/run/kwwand.pid";
-constexpr char kDnsmasqPidFile[] = "/run/netctld-dnsmasq/dnsmasq.pid";
 
 bool Holds(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
@@ -52,40 +52,65 @@ class FullDisk {
   const std::string filler_;
 };
 
-// Somebody else's socket, which takes nobody any more.
-class FullListener {
- public:
-  explicit FullListener(const std::string& path) {
-    sockaddr_un address{AF_UNIX, {}};
-    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-    const auto* where = reinterpret_cast<const sockaddr*>(&address);
-    sockets_.push_back(Socket());
-    EXPECT_EQ(0, bind(sockets_[0].get(), where, sizeof(address)));
-    EXPECT_EQ(0, listen(sockets_[0].get(), 0));
-    do {
-      sockets_.push_back(Socket());
-    } while (connect(sockets_.back().get(), where, sizeof(address)) == 0);
-    EXPECT_EQ(EAGAIN, errno);
-  }
-
- private:
-  static kor::host::Fd Socket() {
-    return kor::host::Fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  }
-
-  std::vector<kor::host::Fd> sockets_;
-};
+// Somebody else's socket, which takes nobody any more: kept by what is returned.
+std::vector<kor::host::Fd> ListenerThatIsFull(const std::string& path) {
+  sockaddr_un address{AF_UNIX, {}};
+  path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+  const auto* where = reinterpret_cast<const sockaddr*>(&address);
+  std::vector<kor::host::Fd> sockets;
+  do {
+    sockets.emplace_back(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (sockets.size() > 1) continue;
+    EXPECT_EQ(0, bind(sockets[0].get(), where, sizeof(address)));
+    EXPECT_EQ(0, listen(sockets[0].get(), 0));
+  } while (sockets.size() == 1 || connect(sockets.back().get(), where, sizeof(address)) == 0);
+  EXPECT_EQ(EAGAIN, errno);
+  return sockets;
+}
 
 mode_t ModeOf(const std::string& path) {
   struct stat file {};
   return stat(path.c_str(), &file) == 0 ? file.st_mode & 07777 : 0;
 }
 
+// A host that cannot start, and what it says of it.
+struct Refusal {
+  Words words;
+  std::string told;
+};
+
+void ExpectRefusal(const Refusal& refusal, int status) {
+  const Ending ending = RunKwwand(refusal.words);
+  EXPECT_EQ(status, ending.status);
+  EXPECT_TRUE(Holds(ending.said, refusal.told)) << ending.said;
+}
+
+// It ends as it is told to, and leaves nothing behind.
+Ending ExpectAnOrderlyEnd(HostProcess& host, int signal_number = SIGTERM) {
+  host.Signal(signal_number);
+  Ending ending = host.AwaitEnd();
+  EXPECT_EQ(0, ending.status) << ending.said;
+  for (const auto& left : {std::string(kSocket), std::string(kSocket) + ".lock", std::string(kPidFile),
+                           std::string(kDnsmasqPidFile), std::string(kRunDir) + "/kwwand.lock"}) {
+    EXPECT_FALSE(IsThere(left)) << left;
+  }
+  return ending;
+}
+
+bool ComesTo(Client& client, const std::string& state) {
+  return Eventually([&] { return client.Ask("call.show", {{"index", 0}})["calls"]["ipv4"]["state"] == state; });
+}
+
+// A program in dnsmasq's place; with an empty text, none.
+void PutDnsmasq(const std::string& script, const std::string& path) {
+  std::filesystem::create_directory("/tmp/bin");
+  setenv("PATH", path.c_str(), 1);
+  if (!script.empty()) WriteFile("/tmp/bin/dnsmasq", "#!/bin/sh\n" + script + "\n");
+  chmod("/tmp/bin/dnsmasq", 0755);
+}
+
 TEST(LifeTest, AWrongCommandLineIsToldByOptionAndWhatItTakes) {
-  const struct {
-    Words words;
-    std::string told;
-  } cases[] = {
+  const Refusal cases[] = {
       {{"--sokcet", "x"}, "--sokcet: no such option; did you mean --socket?"},
       {{"--mode", "888"}, "--mode: takes an octal mode from 0000 to 0777, such as 0660, not \"888\""},
       {{"--mode"}, "--mode: its MODE missing"},
@@ -96,11 +121,7 @@ TEST(LifeTest, AWrongCommandLineIsToldByOptionAndWhatItTakes) {
       {{"--daemon", "--stderr"}, "--stderr"},
       {{"word"}, "word: no such option"},
   };
-  for (const auto& c : cases) {
-    const Ending ending = RunKwwand(c.words);
-    EXPECT_EQ(2, ending.status);
-    EXPECT_TRUE(Holds(ending.said, c.told)) << ending.said;
-  }
+  for (const auto& c : cases) ExpectRefusal(c, 2);
   EXPECT_FALSE(IsThere(kSocket));
 }
 
@@ -112,11 +133,8 @@ TEST(LifeTest, AHostThatCannotStartSaysWhyAndLeavesNothing) {
   ASSERT_EQ(0, mkfifo("/tmp/pipe", 0600));
   std::filesystem::create_directory("/tmp/open");
   ASSERT_EQ(0, chmod("/tmp/open", 0777));
-  const FullListener busy("/tmp/busy");
-  const struct {
-    Words words;
-    std::string told;
-  } cases[] = {
+  const auto busy = ListenerThatIsFull("/tmp/busy");
+  const Refusal cases[] = {
       {{"--scenario", "/tmp/wrong"}, "/tmp/wrong:2: "},
       {{"--pid-file", "/none/pid"}, "/none/pid: No such file"},
       {{"--pid-file", "/tmp/link"}, "/tmp/link is a link; it is not followed"},
@@ -129,27 +147,23 @@ TEST(LifeTest, AHostThatCannotStartSaysWhyAndLeavesNothing) {
       {{"--socket", "/proc/none/sock"}, "/proc/none"},
   };
   for (const auto& c : cases) {
-    for (const bool daemon : {false, true}) {  // The one who waits for a daemon hears the same.
-      Words words = c.words;
-      if (daemon) words.emplace_back("--daemon");
-      const Ending ending = RunKwwand(words);
-      EXPECT_EQ(1, ending.status);
-      EXPECT_TRUE(Holds(ending.said, c.told)) << ending.said;
-    }
+    ExpectRefusal(c, 1);
+    Refusal of_daemon = c;  // The one who waits for a daemon hears the same.
+    of_daemon.words.emplace_back("--daemon");
+    ExpectRefusal(of_daemon, 1);
   }
   EXPECT_EQ("mine", ReadFile("/tmp/file"));
   EXPECT_FALSE(IsThere(kSocket) || IsThere(std::string(kSocket) + ".lock") || IsThere("/tmp/file.lock"));
   EXPECT_EQ("", ProcessOf(kDnsmasqPidFile));
 
   // The forwarder's folder and lock: where others could put or hold something, nobody can any more.
-  const std::string folder = "/run/netctld-dnsmasq";
-  ASSERT_EQ(0, chmod(folder.c_str(), 0777));
-  WriteFile(folder + "/kwwand.lock", "");
-  ASSERT_EQ(0, chmod((folder + "/kwwand.lock").c_str(), 0666));
+  const std::string lock = std::string(kRunDir) + "/kwwand.lock";
+  WriteFile(lock, "");
+  ASSERT_TRUE(chmod(kRunDir, 0777) == 0 && chmod(lock.c_str(), 0666) == 0);
   const HostProcess host;
   EXPECT_TRUE(host.ready());
-  EXPECT_EQ(0755u, ModeOf(folder));
-  EXPECT_EQ(0600u, ModeOf(folder + "/kwwand.lock"));
+  EXPECT_EQ(0755u, ModeOf(kRunDir));
+  EXPECT_EQ(0600u, ModeOf(lock));
 }
 
 TEST(LifeTest, ADaemonCanBeReachedWhenItsStarterReturns) {
@@ -170,8 +184,8 @@ TEST(LifeTest, ADaemonCanBeReachedWhenItsStarterReturns) {
   close(inherited[1]);
   pollfd ended{inherited[0], POLLIN, 0};
   EXPECT_EQ(1, poll(&ended, 1, std::chrono::milliseconds(kLongEnough).count()));
-  EXPECT_EQ(0755u, ModeOf("/run/netctld-dnsmasq"));
-  EXPECT_EQ(0755u, ModeOf("/run/netctld-dnsmasq/dnsmasq_resolv.conf"));
+  EXPECT_EQ(0755u, ModeOf(kRunDir));
+  EXPECT_EQ(0755u, ModeOf(kServerList));
   EXPECT_EQ(0644u, ModeOf(kPidFile));
 
   kill(std::stoi(process.substr(6)), SIGTERM);
@@ -182,17 +196,11 @@ TEST(LifeTest, ADaemonCanBeReachedWhenItsStarterReturns) {
 TEST(LifeTest, OneHostAtAPathAndADeadOnesPlaceIsTakenOver) {
   HostProcess first;
   ASSERT_TRUE(first.ready());
-  for (const Words& words : {Words{}, Words{"--daemon"}}) {
-    const Ending second = RunKwwand(words);
-    EXPECT_EQ(1, second.status);
-    EXPECT_TRUE(Holds(second.said, "another kwwand (process " + std::to_string(first.pid()) + ") serves " + kSocket))
-        << second.said;
-  }
+  const std::string another = "another kwwand (process " + std::to_string(first.pid()) + ") ";
+  ExpectRefusal({{}, another + "serves " + kSocket}, 1);
+  ExpectRefusal({{"--daemon"}, another + "serves " + kSocket}, 1);
   // With a socket of its own it would still be the same dnsmasq.
-  const Ending other = RunKwwand({"--socket", "/run/other.sock"});
-  EXPECT_EQ(1, other.status);
-  EXPECT_TRUE(Holds(other.said, "another kwwand (process " + std::to_string(first.pid()) + ") runs this machine's DNS"))
-      << other.said;
+  ExpectRefusal({{"--socket", "/run/other.sock"}, another + "runs this machine's DNS"}, 1);
   EXPECT_EQ(first.pid(), Client().Ask("host.version")["pid"]);
   EXPECT_NE(nullptr, Client().Ask("dns.show")["forwarder_pid"]);
   EXPECT_EQ(0600u, ModeOf(std::string(kSocket) + ".lock"));
@@ -244,12 +252,10 @@ TEST(LifeTest, ALanChangeThatAKilledHostLeftUnconfirmedIsTakenBackByTheNext) {
 
 TEST(LifeTest, OnAFullDiskWhatCannotBeKeptIsNotDoneAndTheRestIs) {
   const FullDisk own("/run/kwwand", 1);
-  const Ending ending = RunKwwand({"--pid-file", "/run/kwwand/pid"});
-  EXPECT_EQ(1, ending.status);
-  EXPECT_TRUE(Holds(ending.said, "/run/kwwand/pid: No space left on device")) << ending.said;
+  ExpectRefusal({{"--pid-file", "/run/kwwand/pid"}, "/run/kwwand/pid: No space left on device"}, 1);
   EXPECT_FALSE(IsThere("/run/kwwand/pid") || IsThere(std::string(kSocket) + ".lock"));
 
-  const FullDisk forwarders("/run/netctld-dnsmasq", 2);
+  const FullDisk forwarders(kRunDir, 2);
   HostProcess host;
   ASSERT_TRUE(host.ready());
   Client client;
@@ -269,45 +275,32 @@ TEST(LifeTest, OnAFullDiskWhatCannotBeKeptIsNotDoneAndTheRestIs) {
 TEST(LifeTest, ADnsmasqThatIsMissingOrHangsIsToldInBoundedTime) {
   ASSERT_EQ(0, umount2("/data", MNT_DETACH));
   ASSERT_EQ(0, rmdir("/data"));
-  std::filesystem::create_directory("/tmp/bin");
-  setenv("PATH", "/tmp/bin", 1);
-  const struct {
-    std::string dnsmasq;
-    std::string told;
-  } cases[] = {{"", "exit status 127"}, {"#!/bin/sh\n/bin/sleep 600\n", "killed: it took too long"}};
-  for (const auto& c : cases) {
-    if (!c.dnsmasq.empty()) WriteFile("/tmp/bin/dnsmasq", c.dnsmasq);
-    chmod("/tmp/bin/dnsmasq", 0755);
+  const std::pair<const char*, const char*> cases[] = {{"", "exit status 127"},
+                                                       {"/bin/sleep 600", "killed: it took too long"}};
+  for (const auto& [script, told] : cases) {
+    PutDnsmasq(script, "/tmp/bin");
     HostProcess host({"--stderr"});
     ASSERT_TRUE(host.ready());
     EXPECT_EQ(Json(true), Client().Ask("dns.show")["running"]);
-    host.Signal(SIGTERM);
-    const Ending ending = host.AwaitEnd();
-    EXPECT_EQ(0, ending.status);
-    EXPECT_TRUE(Holds(ending.said, c.told) && Holds(ending.said, "dnsmasq did not start")) << ending.said;
+    const std::string said = ExpectAnOrderlyEnd(host).said;
+    EXPECT_TRUE(Holds(said, told) && Holds(said, "dnsmasq did not start")) << said;
   }
   EXPECT_EQ(0755u, ModeOf("/data"));
 }
 
 TEST(LifeTest, ASignalBesideADnsmasqThatHangsEndsTheHostInOrder) {
-  std::filesystem::create_directory("/tmp/bin");
-  setenv("PATH", (std::string("/tmp/bin:") + getenv("PATH")).c_str(), 1);
   // The traces for the kernel's log fail here, as in a container, and are no news.
   (void)rename("/dev/kmsg", "/dev/kmsg.aside");
   std::filesystem::create_directory("/dev/kmsg");
-  WriteFile("/tmp/bin/dnsmasq", "#!/bin/sh\necho > /tmp/hangs\n/bin/sleep 600\n");
-  chmod("/tmp/bin/dnsmasq", 0755);
+  PutDnsmasq("echo > /tmp/hangs; /bin/sleep 600", std::string("/tmp/bin:") + getenv("PATH"));
   HostProcess host({"--stderr", "--pid-file", kPidFile});
   ASSERT_TRUE(host.ready());
   std::filesystem::remove("/tmp/hangs");
   Client client;
   ASSERT_TRUE(client.SendRequest("up", "call.up", {{"index", 0}, {"family", "ipv4"}}));
   ASSERT_TRUE(Eventually([] { return IsThere("/tmp/hangs"); }));
-  host.Signal(SIGTERM);
-  const Ending ending = host.AwaitEnd();
-  EXPECT_EQ(0, ending.status) << ending.said;
-  EXPECT_FALSE(IsThere(kPidFile) || IsThere(kSocket) || IsThere(std::string(kSocket) + ".lock"));
-  EXPECT_FALSE(IsThere("/run/netctld-dnsmasq/kwwand.lock") || Holds(ending.said, "kmsg")) << ending.said;
+  const std::string said = ExpectAnOrderlyEnd(host).said;
+  EXPECT_FALSE(Holds(said, "kmsg")) << said;
   std::filesystem::remove("/dev/kmsg");
   (void)rename("/dev/kmsg.aside", "/dev/kmsg");
 }
@@ -322,47 +315,26 @@ TEST(LifeTest, WhatAFileHoldsCannotForgeALineOnTheTerminal) {
   EXPECT_TRUE(Holds(said, "wrong value x\\r\\x1b[2Kkwwand[1]: all is well\\x9b\n")) << said;
 }
 
-TEST(LifeTest, ASignalInTheMiddleOfACallEndsTheHostInOrder) {
-  HostProcess host({"--pid-file", kPidFile});
-  ASSERT_TRUE(host.ready());
-  const std::string dnsmasq = ProcessOf(kDnsmasqPidFile);
-  ASSERT_TRUE(IsThere(dnsmasq));
-  Client client;
-  Client other;
-  ASSERT_TRUE(other.Modem("ignore 1"));
-  ASSERT_TRUE(client.SendRequest("up", "call.up", {{"index", 0}, {"family", "ipv4"}}));
-  ASSERT_TRUE(Eventually([&] {
-    return other.Ask("call.show", {{"index", 0}})["calls"]["ipv4"]["state"] == "connecting";
-  }));
-
-  host.Signal(SIGTERM);
-  EXPECT_EQ(-32002, client.ReadAnswer("up")["error"]["code"]);
-  EXPECT_TRUE(client.ReadToEnd());
-  EXPECT_EQ("STOPPING=1", host.TakeNotice());
-  const Ending ending = host.AwaitEnd();
-  EXPECT_EQ(0, ending.status) << ending.said;
-  EXPECT_LT(ending.took, 2s);
-  EXPECT_TRUE(Eventually([&] { return !IsThere(dnsmasq); })) << ReadFile(dnsmasq + "/stat");
-  EXPECT_FALSE(IsThere(kDnsmasqPidFile));
-  EXPECT_FALSE(IsThere(kPidFile) || IsThere(kSocket) || IsThere(std::string(kSocket) + ".lock"));
-}
-
-TEST(LifeTest, ASignalInTheMiddleOfARefreshLeavesNoForwarder) {
-  // The refresh asks a call for its configuration for two and a half seconds, and a stop waits for it.
-  HostProcess host;
-  ASSERT_TRUE(host.ready());
-  const std::string dnsmasq = ProcessOf(kDnsmasqPidFile);
-  Client client;
-  Client other;
-  ASSERT_TRUE(other.Modem("not-ready 1000000"));
-  ASSERT_TRUE(client.SendRequest("up", "call.up", {{"index", 0}, {"family", "ipv4"}}));
-  ASSERT_TRUE(Eventually([&] {
-    return other.Ask("call.show", {{"index", 0}})["calls"]["ipv4"]["state"] == "connected";
-  }));
-  host.Signal(SIGTERM);
-  const Ending ending = host.AwaitEnd();
-  EXPECT_EQ(0, ending.status) << ending.said;
-  EXPECT_FALSE(IsThere(dnsmasq) || IsThere(kDnsmasqPidFile));
+// With a call that is never answered, and with a refresh, which asks the call for its configuration for two and a half
+// seconds, and which a stop waits for.
+TEST(LifeTest, ASignalInTheMiddleOfACallOrARefreshEndsTheHostInOrder) {
+  for (const bool refresh : {false, true}) {
+    HostProcess host({"--pid-file", kPidFile});
+    ASSERT_TRUE(host.ready());
+    const std::string dnsmasq = ProcessOf(kDnsmasqPidFile);
+    ASSERT_TRUE(IsThere(dnsmasq));
+    Client client;
+    Client other;
+    ASSERT_TRUE(other.Modem(refresh ? "not-ready 1000000" : "ignore 1"));
+    ASSERT_TRUE(client.SendRequest("up", "call.up", {{"index", 0}, {"family", "ipv4"}}));
+    ASSERT_TRUE(ComesTo(other, refresh ? "connected" : "connecting"));
+    const Ending ending = ExpectAnOrderlyEnd(host);
+    EXPECT_EQ(-32002, client.ReadAnswer("up")["error"]["code"]);
+    EXPECT_TRUE(client.ReadToEnd());
+    EXPECT_EQ("STOPPING=1", host.TakeNotice());
+    EXPECT_TRUE(refresh || ending.took < 2s);
+    EXPECT_TRUE(Eventually([&] { return !IsThere(dnsmasq); })) << ReadFile(dnsmasq + "/stat");
+  }
 }
 
 TEST(LifeTest, EachOfTheSignalsEndsAnIdleHostAndABrokenPipeDoesNot) {
@@ -372,10 +344,7 @@ TEST(LifeTest, EachOfTheSignalsEndsAnIdleHostAndABrokenPipeDoesNot) {
     host.Signal(SIGPIPE);
     EXPECT_EQ(host.pid(), Client().Ask("host.version")["pid"]);
     host.Signal(signal_number);
-    host.Signal(signal_number);  // More than one changes nothing.
-    const Ending ending = host.AwaitEnd();
-    EXPECT_EQ(0, ending.status) << ending.said;
-    EXPECT_FALSE(IsThere(kSocket) || IsThere(kDnsmasqPidFile));
+    ExpectAnOrderlyEnd(host, signal_number);  // More than one changes nothing.
   }
 }
 

@@ -23,7 +23,7 @@ class AtClaimsTest : public HostTest {
 
   Json EntryOf(const std::string& name) {
     const Json list = Call("at.list");
-    for (const Json& entry : list["commands"]) {
+    for (const Json& entry : list.at("commands")) {
       if (entry["name"] == name) return entry;
     }
     return nullptr;
@@ -35,7 +35,7 @@ TEST_F(AtClaimsTest, ATextOrACommandAnswers) {
   Claim("+KWPING", "answer", "pong");
   EXPECT_EQ("pong\nOK", modem.Type("AT+KWPING"));
   EXPECT_EQ(1, EntryOf("+KWPING")["served"]);
-  EXPECT_EQ(nullptr, EntryOf("+KWPING")["run"]);
+  EXPECT_EQ(nullptr, EntryOf("+KWPING").at("run"));
 
   // Claimed anew as a command. What was typed is never part of the shell's line.
   Claim("+KWPING", "run", R"(echo "$AT_NAME $AT_OP $AT_PARAM_1 $AT_PARAM_2"; echo; echo)");

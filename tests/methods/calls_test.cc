@@ -55,7 +55,7 @@ TEST_F(HostTest, ACallUpAndDownIsExplained) {
   // Down, by its profile's number.
   const Json down = Call("call.down", R"({"cid":1,"family":"ipv4"})");
   EXPECT_EQ("disconnected", down["state"]) << down;
-  EXPECT_EQ(nullptr, down["address"]);
+  EXPECT_EQ(nullptr, down.at("address"));
   EXPECT_EQ("request modem end ", StepsOf(down["explain"]));
   EXPECT_EQ("not needed", down["explain"]["dns"]);
 

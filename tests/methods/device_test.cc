@@ -17,7 +17,7 @@ TEST_F(HostTest, TheRadioIsHeard) {
   const auto serves = [](const Json& network) { return network["status"] == "current" && network["radio"] == "lte"; };
   EXPECT_EQ(1, std::count_if(networks.begin(), networks.end(), serves)) << networks;
   const Json signal = Call("radio.signal");
-  EXPECT_EQ(nullptr, signal["gsm"]);
+  EXPECT_EQ(nullptr, signal.at("gsm"));
   EXPECT_LT(signal["lte"]["rsrp"], -40);
   EXPECT_LT(signal["lte"]["snr"], 40);
   EXPECT_EQ("lte", Call("radio.cell")["serving"]["radio"]);
@@ -84,14 +84,14 @@ TEST_F(HostTest, MessagesProfilesVlansAndTheDevice) {
   EXPECT_EQ(1u, Call("vlan.add", R"({"id":100,"interface":"usb"})")["vlans"].size());
   ASSERT_EQ(0, ErrorOf("policy.create", R"({"profile":2})"));
   EXPECT_EQ(1, Call("vlan.map", R"({"id":100,"pdn":1})")["vlans"][0]["pdn"]);
-  EXPECT_EQ(nullptr, Call("vlan.unmap", R"({"id":100,"pdn":1})")["vlans"][0]["pdn"]);
+  EXPECT_EQ(nullptr, Call("vlan.unmap", R"({"id":100,"pdn":1})").at("vlans").at(0).at("pdn"));
   // One whose PDN has become the default one is unmapped as it is shown.
   EXPECT_EQ(0, ErrorOf("vlan.map", R"({"id":100,"pdn":1})"));
   EXPECT_EQ(0, ErrorOf("policy.delete", R"({"index":0})"));
   EXPECT_EQ(0, Call("vlan.list")["vlans"][0]["pdn"]);
   EXPECT_EQ(kor::host::kInvalidParams, ErrorOf("vlan.map", R"({"id":100,"pdn":0})"));
   EXPECT_EQ(0, ErrorOf("vlan.unmap", R"({"id":100,"pdn":0})"));
-  EXPECT_EQ(nullptr, Call("vlan.list")["vlans"][0]["pdn"]);
+  EXPECT_EQ(nullptr, Call("vlan.list").at("vlans").at(0).at("pdn"));
   EXPECT_EQ(Json::array(), Call("vlan.remove", R"({"id":100})")["vlans"]);
   const Json through = Call("passthrough.set", R"({"on":true,"mode":"host-name","target":"desk"})");
   EXPECT_EQ("desk", through["target"]) << through;
@@ -101,7 +101,7 @@ TEST_F(HostTest, MessagesProfilesVlansAndTheDevice) {
 
   const Json status = Call("host.status");
   EXPECT_TRUE(status["device"]["model"].is_string()) << status;
-  EXPECT_EQ(nullptr, status["device"]["package_version"]);
+  EXPECT_EQ(nullptr, status.at("device").at("package_version"));
   EXPECT_EQ(true, status["dns"]["running"]);
   EXPECT_EQ(status["device"], Call("device.show"));
 }
@@ -111,7 +111,7 @@ TEST_F(HostTest, TheDnsFilesAreReadWithCare) {
   ASSERT_TRUE(Eventually([&] { return Call("dns.show")["forwarder_pid"].is_number(); }));
   for (const char* text : {"1\n", "", "-1", "99999999999999999999", "none"}) {
     WriteFile("/var/run/netctld-dnsmasq/dnsmasq.pid", text);
-    EXPECT_EQ(nullptr, Call("dns.show")["forwarder_pid"]) << text;
+    EXPECT_EQ(nullptr, Call("dns.show").at("forwarder_pid")) << text;
   }
   EXPECT_EQ((std::vector<std::string>{"10.0.0.1", "fd00::1"}),
             kor::tools::ServersIn("nameserver 10.0.0.1\n#nameserver 1.1.1.1\n nameserver\tfd00::1 x\nnameserver\n"));

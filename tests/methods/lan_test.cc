@@ -37,7 +37,7 @@ TEST_F(LanTest, AGatewayInAnotherSubnetTakesThePoolAlongOrIsRefused) {
   // Both in one write.
   const Json moved = Call("lan.set", kMove);
   EXPECT_EQ("10.9.0.20", moved["start"]) << moved;
-  EXPECT_EQ(nullptr, moved["confirm_in_s"]);
+  EXPECT_EQ(nullptr, moved.at("confirm_in_s"));
   EXPECT_EQ(kMoved, Lan());
 
   // Without a DHCP server the pool does not matter.
@@ -54,7 +54,7 @@ TEST_F(LanTest, AChangeThatNobodyConfirmsIsTakenBack) {
   // Confirmed, and one second later still there.
   EXPECT_NEAR(600, Call("lan.set", with_limit + "600}")["confirm_in_s"].get<double>(), 5);
   EXPECT_EQ(10, ErrorOf("lan.set", R"({"lease_s":60})"));  // One at a time.
-  EXPECT_EQ(nullptr, Call("lan.confirm")["confirm_in_s"]);
+  EXPECT_EQ(nullptr, Call("lan.confirm").at("confirm_in_s"));
   EXPECT_EQ(10, ErrorOf("lan.confirm"));
   EXPECT_EQ(10, ErrorOf("lan.rollback"));
   ASSERT_EQ(0, ErrorOf("lan.set", R"({"gateway":"192.168.225.1","move_pool":true})"));
