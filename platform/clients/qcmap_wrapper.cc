@@ -74,7 +74,7 @@ std::string Checked(IPFamily family, const std::string& text) {
 }  // namespace
 
 Router& Router::Get() {
-  static Router* const router = new Router(PortOf(QcmapWrapper::GetInstance()));
+  static Router* const router = new Router(PortOf(QcmapWrapper::GetInstance()), kStateFile);
   return *router;
 }
 

@@ -2,12 +2,14 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
+#include <functional>
+#include <utility>
 #include <vector>
 
 #include "common/mutex.h"
 #include "common/vendor/lock_ranks.h"
 #include "router/policy_table.h"
+#include "router/router_state.h"
 #include "wwan/mobileap_manager.h"
 
 namespace kor::vendor::qcom::qcmap {
@@ -23,17 +25,18 @@ class LanTable {
   using VlanMapping = kor::wwan::MobileapManager::VlanMapping;
   using IpPassthroughConfig = kor::wwan::MobileapManager::IpPassthroughConfig;
 
-  // Starts as a plain router: 192.168.225.1/24, a pool of .20 to .60, leases of 12 hours. `policies` must outlive this.
-  explicit LanTable(PolicyTable& policies) : policies_(policies) {}
+  // `changed` is called after each change, without a lock held. `policies` must outlive this.
+  LanTable(PolicyTable& policies, LanState state, std::function<void()> changed)
+      : policies_(policies), changed_(std::move(changed)), state_(std::move(state)) {}
+
+  // All that is to be kept over a restart, the policies too, of one moment.
+  RouterState Snapshot() KOR_EXCLUDES(mutex_);
 
   // What is recorded, and what is in force: that which was recorded at the last activation, not valid before the first.
   LanConfig Config() KOR_EXCLUDES(mutex_);
   LanConfig InForce() KOR_EXCLUDES(mutex_);
 
-  // Records a configuration. False when an address does not parse, the gateway's is none that a host can have in its
-  // subnet, the netmask's ones are not the first bits, or the pool's first address is above its last. Without DHCP
-  // there need be no pool. Whether the pool lies in the subnet is not looked at: gateway and pool may move one after
-  // the other.
+  // Records a configuration. False when it is none (lan_rules.h).
   bool Set(const LanConfig& config) KOR_EXCLUDES(mutex_);
 
   // Puts what is recorded into force.
@@ -59,18 +62,15 @@ class LanTable {
   bool GetPassthrough(IpPassthroughConfig& config) KOR_EXCLUDES(mutex_);  // Whether it is on.
 
  private:
-  static LanConfig Defaults();
+  // Makes a change under the lock and tells of it; false when `change` does.
+  template <typename Change>
+  bool Edit(Change change) KOR_EXCLUDES(mutex_);
 
   PolicyTable& policies_;
+  const std::function<void()> changed_;
 
   kor::util::Mutex mutex_{rank::kLan};
-  LanConfig recorded_ KOR_GUARDED_BY(mutex_) = Defaults();
-  LanConfig in_force_ KOR_GUARDED_BY(mutex_);
-  std::map<int32_t, VlanConfig> vlans_ KOR_GUARDED_BY(mutex_);
-  // VLAN to the handle of its PDN, whose index changes when another one is deleted; both are there.
-  std::map<int32_t, int32_t> mappings_ KOR_GUARDED_BY(mutex_);
-  bool passes_through_ KOR_GUARDED_BY(mutex_) = false;
-  IpPassthroughConfig passthrough_ KOR_GUARDED_BY(mutex_);
+  LanState state_ KOR_GUARDED_BY(mutex_);
 };
 
 }  // namespace kor::vendor::qcom::qcmap

@@ -1,15 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <utility>
 #include <vector>
 
+#include "common/condition.h"
 #include "common/ip_family.h"
 #include "common/mutex.h"
 #include "common/result.h"
 #include "common/vendor/lock_ranks.h"
 #include "port/modem_port.h"
+#include "router/router_state.h"
 #include "wwan/data_manager.h"
 
 namespace kor::vendor::qcom::qcmap {
@@ -22,15 +25,23 @@ namespace kor::vendor::qcom::qcmap {
 // A report tells whether the call is up, and answers the requests that the modem had taken by then. A request that came
 // after it stays unanswered, however late the report is.
 //
-// Thread safety: all operations may be called from any thread. The table's lock is held while a request is handed to
-// the modem, so that its outcome finds the state that the request has set; a report comes without it.
+// Thread safety: all operations may be called from any thread. No lock is held while a request is handed to the modem;
+// requests go there one at a time, in the order of their serials, and a second one waits for its turn. A report may
+// overtake the return of its request.
 class PolicyTable {
  public:
   using WwanPolicy = kor::wwan::DataManager::WwanPolicy;
   using ConnectStatus = kor::wwan::DataManager::ConnectStatus;
 
-  // Starts with one policy: profile 1 for both families, handle 100. `port` must outlive this object.
-  explicit PolicyTable(kor::modem::ModemPort& port) : port_(port), entries_(1) {}
+  // What has changed: something that is kept over a restart, or only the state of a call.
+  enum class Change { kKept, kState };
+  using Changed = std::function<void(Change)>;
+
+  // `changed` is called after each change, without a lock held. `port` must outlive this object.
+  PolicyTable(kor::modem::ModemPort& port, const RouterState& state, Changed changed);
+
+  // The policies, as they are to be kept; of the LAN nothing.
+  RouterState Snapshot() KOR_EXCLUDES(mutex_);
 
   std::vector<WwanPolicy> List() KOR_EXCLUDES(mutex_);
 
@@ -52,7 +63,8 @@ class PolicyTable {
   // Appends a policy under the next handle. False when there are kMaxPolicies.
   bool Create(const WwanPolicy& policy) KOR_EXCLUDES(mutex_);
 
-  // Removes one; later ones move down. False also while a call of it is not disconnected.
+  // Removes one; later ones move down. False also while a call of it is not down, or a request for one is on its way.
+  // Does not tell of it: whoever deletes does.
   bool Delete(uint32_t index) KOR_EXCLUDES(mutex_);
 
   // Hands the request to the modem and follows with the state when it is accepted. kFailure without asking the modem:
@@ -65,38 +77,54 @@ class PolicyTable {
   void Apply(int32_t handle, kor::util::IPFamily family, kor::modem::CallEvent event, uint64_t serial)
       KOR_EXCLUDES(mutex_);
 
-  static constexpr size_t kMaxPolicies = 256;  // As many as DeleteWwanPolicy can name.
-
  private:
-  static constexpr int32_t kFirstHandle = 100;
-
+  // The serials of the latest start and of the latest stop that the modem has accepted, and of those that are answered:
+  // by a report, or because the modem has given them up.
   struct CallState {
-    bool enabled = true;
-    bool up = false;     // As last reported.
-    uint64_t start = 0;  // The serials of the start and of the stop that are not answered yet; 0: none.
+    bool up = false;  // As last reported.
+    uint64_t start = 0;
+    uint64_t start_answered = 0;
     uint64_t stop = 0;
+    uint64_t stop_answered = 0;
+
+    bool starts() const { return start > start_answered; }
+    bool stops() const { return stop > stop_answered; }
   };
 
   struct Entry {
-    WwanPolicy policy{1, 1, kor::wwan::Tech::kAny, kor::util::IPFamily::kBoth, kFirstHandle};
-    bool auto_connect = false;
-    bool roaming = true;
+    PolicyState kept;
     CallState ipv4;
     CallState ipv6;
+
+    bool& enabled(kor::util::IPFamily family) { return family == kor::util::IPFamily::kIpv4 ? kept.ipv4 : kept.ipv6; }
+    CallState& call(kor::util::IPFamily family) { return family == kor::util::IPFamily::kIpv4 ? ipv4 : ipv6; }
   };
 
-  static CallState& StateOf(Entry& entry, kor::util::IPFamily family);
-  static ConnectStatus StatusOf(const CallState& state);
-  static void Take(CallState& state, kor::modem::CallEvent event, uint64_t serial);
-  Entry* FindLocked(uint32_t index) KOR_REQUIRES(mutex_);
-  kor::Result StopLocked(Entry& entry, kor::util::IPFamily family) KOR_REQUIRES(mutex_);
+  class Turn;
 
+  static ConnectStatus StatusOf(const CallState& call);
+  static bool MayConnect(Entry& entry, kor::util::IPFamily family, bool roams);
+  static bool StaysOn(Entry& entry, kor::util::IPFamily family);
+  Entry* FindLocked(uint32_t index) KOR_REQUIRES(mutex_);
+  Entry* FindHandleLocked(int32_t handle) KOR_REQUIRES(mutex_);
+  template <typename Edit>
+  bool EditKept(uint32_t index, Edit edit) KOR_EXCLUDES(mutex_);
+  // With the turn taken, and before others are told.
+  bool Switch(uint32_t index, kor::util::IPFamily family, bool enable) KOR_EXCLUDES(mutex_);
+  kor::Result Start(uint32_t index, kor::util::IPFamily family) KOR_EXCLUDES(mutex_);
+  kor::Result Stop(const Turn& turn, int32_t handle, kor::util::IPFamily family) KOR_EXCLUDES(mutex_);
+
+  // Constant after construction.
   kor::modem::ModemPort& port_;
+  const Changed changed_;
 
   kor::util::Mutex mutex_{rank::kPolicies};
   std::vector<Entry> entries_ KOR_GUARDED_BY(mutex_);
-  int32_t next_handle_ KOR_GUARDED_BY(mutex_) = kFirstHandle + 1;
+  int32_t next_handle_ KOR_GUARDED_BY(mutex_);
   uint64_t last_serial_ KOR_GUARDED_BY(mutex_) = 0;
+  bool taken_ KOR_GUARDED_BY(mutex_) = false;  // The turn.
+  int32_t asked_ KOR_GUARDED_BY(mutex_) = 0;   // The handle whose request is on its way; 0: none.
+  kor::util::Condition turn_cond_;             // Signalled when the turn is given back.
 };
 
 }  // namespace kor::vendor::qcom::qcmap

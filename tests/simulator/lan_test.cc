@@ -4,7 +4,6 @@
 #include <utility>
 #include <vector>
 
-#include "router/lan_table.h"
 #include "simulator/bench.h"
 #include "wwan/mobileap_manager.h"
 
@@ -65,17 +64,6 @@ TEST_F(LanTest, ARouterOutOfTheBoxIsConfiguredAndActivated) {
   EXPECT_TRUE(qcmap->SetLanConfig("10.9.0.1", "255.255.255.0", false, "", "", 1));
   EXPECT_EQ("10.9.0.1 255.255.255.0 off   1", Lan());
   EXPECT_TRUE(qcmap->SetLanConfig("10.9.0.1", "255.255.255.255", false, "10.0.0.9", "10.0.0.9", 1));
-}
-
-TEST_F(LanTest, InForceIsWhatWasRecordedAtTheLastActivation) {
-  kor::vendor::qcom::qcmap::PolicyTable policies(kor::modem::ModemPort::Get());
-  kor::vendor::qcom::qcmap::LanTable lan(policies);
-  EXPECT_FALSE(lan.InForce().valid);
-  ASSERT_TRUE(lan.Set({true, "10.0.0.1", "255.255.255.0", false, "", "", 1}));
-  EXPECT_FALSE(lan.InForce().valid);
-  lan.Activate();
-  ASSERT_TRUE(lan.Set({true, "10.0.0.2", "255.255.255.0", false, "", "", 1}));
-  EXPECT_EQ("10.0.0.1 10.0.0.2", lan.InForce().gw + " " + lan.Config().gw);
 }
 
 TEST_F(LanTest, VlansAreMappedToPdnsAndPassthroughIsKept) {

@@ -57,7 +57,7 @@ class PolicyTableTest : public testing::Test {
   }
 
   ScriptedPort port;
-  PolicyTable table{port};
+  PolicyTable table{port, {}, [](PolicyTable::Change) {}};
 };
 
 TEST_F(PolicyTableTest, ALateReportOfThePastDoesNotUndoANewerRequest) {

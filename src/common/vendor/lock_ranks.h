@@ -12,6 +12,7 @@ using kor::util::LockRank;
 inline constexpr LockRank kRadioTables{120, "kRadioTables"};
 inline constexpr LockRank kDataTables{150, "kDataTables"};
 inline constexpr LockRank kAtTable{190, "kAtTable"};
+inline constexpr LockRank kRouterFile{290, "kRouterFile"};
 inline constexpr LockRank kLan{300, "kLan"};
 inline constexpr LockRank kPolicies{310, "kPolicies"};
 inline constexpr LockRank kQueryAnswer{320, "kQueryAnswer"};
