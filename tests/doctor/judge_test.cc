@@ -26,7 +26,7 @@ Facts Healthy() {
   facts.host.own_pids = facts.host.own_network = false;
   facts.host.dns_running = facts.host.call_up = true;
   facts.host.servers = {"10.255.0.53"};
-  const Process dnsmasq{17, "dnsmasq", std::string("dnsmasq --pid-file=") + kPidFile, false};
+  const Process dnsmasq{17, "dnsmasq", std::string("dnsmasq --pid-file=") + kDnsmasqPidPath, false};
   facts.processes.all = {dnsmasq};
   facts.processes.listeners = {{"udp", false, {dnsmasq}}, {"tcp", false, {dnsmasq}}};
   facts.processes.watchers = {12};

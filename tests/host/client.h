@@ -42,7 +42,7 @@ class Client {
  private:
   bool Fill();
 
-  kor::host::Fd fd_;
+  kor::tools::Fd fd_;
   std::string input_;
   int last_id_ = 0;
 };

@@ -17,7 +17,7 @@ namespace kor::test {
 
 namespace {
 
-using kor::host::Fd;
+using kor::tools::Fd;
 
 constexpr char kManager[] = "kwwan-host-test-manager";  // Of the network namespace: each test's own.
 constexpr int kLimitMs = std::chrono::milliseconds(kLongEnough).count();

@@ -44,8 +44,8 @@ class HostProcess {
   size_t CountSockets() const;
 
  private:
-  kor::host::Fd manager_;
-  kor::host::Fd stderr_;
+  kor::tools::Fd manager_;
+  kor::tools::Fd stderr_;
   pid_t pid_ = -1;  // -1 iff it has ended.
   bool ready_ = false;
 };

@@ -42,7 +42,7 @@ class FullDisk {
     std::filesystem::create_directories(path);
     const std::string size = "size=" + std::to_string(pages * getpagesize());
     EXPECT_EQ(0, mount("tmpfs", path.c_str(), "tmpfs", 0, size.c_str()));
-    const kor::host::Fd fd(open(filler_.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+    const kor::tools::Fd fd(open(filler_.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
     while (write(fd.get(), "x", 1) == 1) {
     }
   }
@@ -53,11 +53,11 @@ class FullDisk {
 };
 
 // Somebody else's socket, which takes nobody any more: kept by what is returned.
-std::vector<kor::host::Fd> ListenerThatIsFull(const std::string& path) {
+std::vector<kor::tools::Fd> ListenerThatIsFull(const std::string& path) {
   sockaddr_un address{AF_UNIX, {}};
   path.copy(address.sun_path, sizeof(address.sun_path) - 1);
   const auto* where = reinterpret_cast<const sockaddr*>(&address);
-  std::vector<kor::host::Fd> sockets;
+  std::vector<kor::tools::Fd> sockets;
   do {
     sockets.emplace_back(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (sockets.size() > 1) continue;
@@ -355,8 +355,8 @@ TEST(LifeTest, AHostThatIsStuckIsEndedHard) {
   HostProcess host;
   ASSERT_TRUE(host.ready());
   // A log daemon that has stopped reading holds up whoever logs.
-  const kor::host::Fd log(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-  const kor::host::Fd filler(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+  const kor::tools::Fd log(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+  const kor::tools::Fd filler(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
   const sockaddr_un address{AF_UNIX, "/dev/log"};
   const auto* where = reinterpret_cast<const sockaddr*>(&address);
   ASSERT_EQ(0, bind(log.get(), where, sizeof(address)));

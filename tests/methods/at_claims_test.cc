@@ -5,7 +5,7 @@
 #include <csignal>
 #include <future>
 
-#include "bench.h"
+#include "host_fixture.h"
 #include "support/files.h"
 
 namespace kor::test {
@@ -110,7 +110,7 @@ TEST_F(AtClaimsTest, ACommandThatHangsIsKilledWithAllItsChildren) {
   auto typed = std::async(std::launch::async, [&] { return modem.Type("AT+KWHANG"); });
   ASSERT_TRUE(Eventually([] { return !ReadFile("/tmp/pid").empty(); }));
   const auto stop = std::chrono::steady_clock::now();
-  host.Stop();
+  core->Stop();
   EXPECT_LT(std::chrono::steady_clock::now() - stop, 2s);  // As the host promises.
   ASSERT_EQ(std::future_status::ready, typed.wait_for(kLongEnough));
 }

@@ -2,7 +2,7 @@
 // Calls by a person and by themselves, and what the host says of them.
 #include <future>
 
-#include "bench.h"
+#include "host_fixture.h"
 #include "wwan/data_manager.h"
 
 namespace kor::test {
@@ -202,7 +202,7 @@ TEST_F(HostTest, TheHostEndsWhileACallIsWaitedFor) {
   modem.SetConnectDelay(500ms);
   auto waiting = std::async(std::launch::async, [this, call = methods] { return Call("call.up", kIpv4); });
   ASSERT_TRUE(Eventually([&] { return StateOf(0, "ipv4") == "connecting"; }));
-  host.Stop();
+  core->Stop();
   ASSERT_EQ(std::future_status::timeout, waiting.wait_for(0s));
   EXPECT_EQ(kor::host::kShuttingDown, ErrorOf("dns.start"));
   const size_t heard = events.size();

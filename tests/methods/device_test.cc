@@ -2,7 +2,7 @@
 // Radio, SIM, PIN, short messages, profiles, VLANs, DNS files: each once through its methods.
 #include <algorithm>
 
-#include "bench.h"
+#include "host_fixture.h"
 #include "shared/dns_files.h"
 #include "support/files.h"
 #include "support/secrets.h"

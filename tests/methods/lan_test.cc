@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // LAN changes that would cut off the person who makes them.
-#include "bench.h"
+#include "host_fixture.h"
 #include "wwan/mobileap_manager.h"
 
 namespace kor::test {
@@ -74,7 +74,7 @@ TEST_F(LanTest, AChangeThatNobodyConfirmsIsTakenBack) {
 
   // ... and at the host's end.
   ASSERT_EQ(0, ErrorOf("lan.set", with_limit + "600}"));
-  host.Stop();
+  core->Stop();
   EXPECT_EQ(kBefore, Lan());
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "bench.h"
+#include "host_fixture.h"
 
 namespace kor::test {
 namespace {

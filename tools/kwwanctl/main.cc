@@ -7,7 +7,7 @@
 #include "kwwanctl/commands.h"
 #include "kwwanctl/help.h"
 #include "kwwanctl/usage.h"
-#include "shared/standard_streams.h"
+#include "shared/fd.h"
 
 namespace {
 

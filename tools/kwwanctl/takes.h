@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "kwwanctl/command_error.h"
-#include "shared/listed.h"
+#include "shared/suggestions.h"
 
 namespace kor::ctl {
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "kwwanctl/takes.h"
-#include "shared/nearest.h"
+#include "shared/suggestions.h"
 
 namespace kor::ctl {
 namespace {

@@ -8,7 +8,7 @@
 
 #include "kwwanctl/ending.h"
 #include "kwwanctl/help.h"
-#include "shared/nearest.h"
+#include "shared/suggestions.h"
 
 namespace kor::ctl {
 namespace {

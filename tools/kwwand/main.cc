@@ -5,21 +5,23 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <stdexcept>
+#include <memory>
+#include <string>
 
-#include "kwwand/host/host.h"
+#include "common/dns_paths.h"
+#include "kwwand/host/core.h"
 #include "kwwand/host/log.h"
 #include "kwwand/host/options.h"
 #include "kwwand/host/readiness.h"
 #include "kwwand/host/stop_signals.h"
+#include "kwwand/methods/registry.h"
 #include "kwwand/methods/simulated_modem.h"
 #include "kwwand/own_files.h"
 #include "kwwand/wire/dispatcher.h"
 #include "kwwand/wire/listen_socket.h"
 #include "kwwand/wire/mailbox.h"
 #include "kwwand/wire/server.h"
-#include "shared/dns_files.h"
-#include "shared/standard_streams.h"
+#include "shared/fd.h"
 
 namespace kor::host {
 
@@ -32,15 +34,10 @@ constexpr mode_t kUmask = 022;
 // Beside what it guards, in the folder that the library makes for it. A program of another umask may have left that
 // open to all.
 std::string ForwarderLockPath() {
-  const std::filesystem::path folder = std::filesystem::path(kor::tools::kPidFile).parent_path();
+  const std::filesystem::path folder = std::filesystem::path(kor::wwan::kDnsmasqPidPath).parent_path();
   std::filesystem::create_directories(folder);
   CloseFolder(folder);
   return folder / "kwwand.lock";
-}
-
-void StartHost(Host& host) {
-  std::string why;
-  if (!host.Start(why)) throw std::runtime_error(why);
 }
 
 // From the lock on the socket to its end, in order; each step is undone in the opposite order. Throws when it cannot
@@ -53,11 +50,12 @@ void Live(const Options& options, Readiness& readiness) {
   PidFile pid_file(options.pid_file);
   if (!options.scenario.empty()) RunModemScenario(options.scenario);
   Mailbox mailbox;
-  Host host({options.backoff_min, options.backoff_max, options.socket + ".lan"}, [&mailbox](const Json& event) {
+  const Core::Options core_options{options.backoff_min, options.backoff_max, options.socket + ".lan"};
+  const auto core = std::make_shared<Core>(core_options, [&mailbox](const Json& event) {
     mailbox.Post({Mail::Kind::kEvent, FormatNotification("event", event)});
   });
-  StartHost(host);
-  Dispatcher dispatcher(host.MakeMethods(), mailbox);
+  core->Start();
+  Dispatcher dispatcher(MakeMethods(core), mailbox);
   Server server(listener, mailbox, dispatcher, options.groups);
   syslog(LOG_INFO, "kwwand %s serves %s", KWWAN_VERSION, options.socket.c_str());
   readiness.Ready();
@@ -66,7 +64,7 @@ void Live(const Options& options, Readiness& readiness) {
   readiness.Stopping();
   syslog(LOG_INFO, "stopping");
   const bool all_returned = dispatcher.Stop();
-  host.Stop();
+  core->Stop();
   syslog(LOG_INFO, "stopped");
   if (all_returned) return;
   // A method waits in the library, for up to its ten seconds. It holds nothing that outlives the process.

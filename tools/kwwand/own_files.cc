@@ -23,14 +23,14 @@ bool IsOpenToOthers(const struct stat& folder) {
 Fd OpenOwnFile(const std::string& path, mode_t mode) {
   Fd fd(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, mode));
   if (!fd.is_open() && errno == ELOOP) throw std::runtime_error(path + " is a link; it is not followed");
-  if (!fd.is_open()) throw SystemError(path);
+  if (!fd.is_open()) throw kor::tools::SystemError(path);
   struct stat file {};
-  if (fstat(fd.get(), &file) != 0) throw SystemError(path);
+  if (fstat(fd.get(), &file) != 0) throw kor::tools::SystemError(path);
   if (!S_ISREG(file.st_mode)) throw std::runtime_error(path + " is there and is no regular file; it is left alone");
   if (file.st_uid != geteuid() || file.st_nlink > 1) {
     throw std::runtime_error(path + " is there and is not this user's alone; it is left alone");
   }
-  if (fchmod(fd.get(), mode) != 0) throw SystemError(path);
+  if (fchmod(fd.get(), mode) != 0) throw kor::tools::SystemError(path);
   return fd;
 }
 
@@ -60,7 +60,7 @@ Fd Lock(const std::string& path, const std::string& holding) {
     // Of the process: a child that a killed host was about to start does not hold it, as it would a flock().
     struct flock whole = WholeFile();
     if (fcntl(fd.get(), F_SETLK, &whole) != 0) {
-      if (errno != EACCES && errno != EAGAIN) throw SystemError(path);
+      if (errno != EACCES && errno != EAGAIN) throw kor::tools::SystemError(path);
       throw std::runtime_error("another kwwand" + HolderOf(fd.get()) + " " + holding);
     }
     if (IsAt(fd.get(), path)) return fd;
@@ -71,7 +71,7 @@ Fd Lock(const std::string& path, const std::string& holding) {
 
 void CheckFolder(const std::string& folder) {
   struct stat there {};
-  if (stat(folder.c_str(), &there) != 0) throw SystemError(folder);
+  if (stat(folder.c_str(), &there) != 0) throw kor::tools::SystemError(folder);
   const bool is_ours = there.st_uid == 0 || there.st_uid == geteuid();
   const bool is_open = IsOpenToOthers(there);
   if (is_ours && !is_open) return;
@@ -82,9 +82,9 @@ void CheckFolder(const std::string& folder) {
 void CloseFolder(const std::string& folder) {
   const Fd fd(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   struct stat there {};
-  if (!fd.is_open() || fstat(fd.get(), &there) != 0) throw SystemError(folder);
+  if (!fd.is_open() || fstat(fd.get(), &there) != 0) throw kor::tools::SystemError(folder);
   const bool is_mine = there.st_uid == geteuid();
-  if (is_mine && IsOpenToOthers(there) && fchmod(fd.get(), kFolderMode) != 0) throw SystemError(folder);
+  if (is_mine && IsOpenToOthers(there) && fchmod(fd.get(), kFolderMode) != 0) throw kor::tools::SystemError(folder);
   CheckFolder(folder);
 }
 
@@ -104,7 +104,7 @@ PidFile::PidFile(const std::string& path) {
   if (ftruncate(fd.get(), 0) == 0 && write(fd.get(), text.data(), text.size()) == static_cast<ssize_t>(text.size())) {
     return;
   }
-  const std::system_error error = SystemError(path);
+  const std::system_error error = kor::tools::SystemError(path);
   Remove();
   throw error;
 }

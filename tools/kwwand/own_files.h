@@ -10,6 +10,8 @@
 
 namespace kor::host {
 
+using kor::tools::Fd;
+
 // Throws std::runtime_error unless what is in the folder stays ours: it is root's or our user's, and whoever else may
 // write there cannot touch another's files, as in /tmp.
 void CheckFolder(const std::string& folder);

@@ -1,21 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-// The DNS service's files and what their texts mean. They are fixed by the library, which has no operation that tells
-// them.
+// What the DNS service's files (common/dns_paths.h) say; the library has no operation that tells it.
 #pragma once
+
+#include <sys/types.h>
 
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "common/dns_paths.h"
-
 namespace kor::tools {
-
-inline constexpr auto& kResolvConf = kor::wwan::kResolvConfPath;
-inline constexpr auto& kResolvConfText = kor::wwan::kResolvConfText;
-inline constexpr auto& kPermanentFile = kor::wwan::kPermanentDnsPath;
-inline constexpr auto& kServerList = kor::wwan::kDnsmasqResolvPath;
-inline constexpr auto& kPidFile = kor::wwan::kDnsmasqPidPath;
 
 struct TextFile {
   std::optional<std::string> text;  // Empty iff it could not be read.
@@ -31,5 +24,17 @@ std::vector<std::string> ServersIn(const std::string& text);
 
 // What of the permanent file's text is used in place of the calls' servers; empty when it is taken for none.
 std::string UsedPermanentText(const std::string& text);
+
+// The forwarder's process; nothing when the pid file names none that lives and is dnsmasq.
+std::optional<pid_t> ForwarderPid();
+
+// The servers in its list as it stands.
+std::vector<std::string> ForwarderServers();
+
+// Whether an operator's permanent file is used in place of the calls' servers.
+bool PermanentFileIsUsed();
+
+// Whether the system's resolver asks the forwarder, and was told so by the library.
+bool ResolvConfIsOurs();
 
 }  // namespace kor::tools

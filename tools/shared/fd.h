@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -8,7 +9,7 @@
 #include <system_error>
 #include <utility>
 
-namespace kor::host {
+namespace kor::tools {
 
 // A file descriptor that is closed at the end of its owner's life; -1 is none.
 class Fd {
@@ -39,4 +40,12 @@ inline std::system_error SystemError(const std::string& what) {
   return std::system_error(errno, std::generic_category(), what);
 }
 
-}  // namespace kor::host
+// For the start of a program: whoever started it may have closed a standard stream, and the next file or socket would
+// take its place and be written to. What is closed can be read, and is empty, but not written.
+inline void OpenStandardStreams() {
+  int fd = 0;
+  while (fd >= 0 && fd <= STDERR_FILENO) fd = open("/dev/null", O_RDONLY);
+  if (fd >= 0) close(fd);
+}
+
+}  // namespace kor::tools

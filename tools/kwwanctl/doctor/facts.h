@@ -8,17 +8,18 @@
 #include <string>
 #include <vector>
 
+#include "common/dns_paths.h"
 #include "shared/dns_files.h"
 
 // What the doctor looks at, as it was found: facts without a verdict. gather.h finds them, judge.h judges
 // them.
 namespace kor::ctl::doctor {
 
-using kor::tools::kPermanentFile;
-using kor::tools::kPidFile;
-using kor::tools::kResolvConf;
-using kor::tools::kServerList;
 using kor::tools::TextFile;
+using kor::wwan::kDnsmasqPidPath;
+using kor::wwan::kDnsmasqResolvPath;
+using kor::wwan::kPermanentDnsPath;
+using kor::wwan::kResolvConfPath;
 
 constexpr char kLocalServer[] = "127.0.0.1";
 
@@ -40,7 +41,7 @@ struct Listener {
 struct Processes {
   std::vector<Process> all;
   std::vector<Listener> listeners;
-  std::set<pid_t> watchers;  // Those with an inotify watch on the inode that is at kResolvConf now.
+  std::set<pid_t> watchers;  // Those with an inotify watch on the inode that is at kResolvConfPath now.
   bool complete = true;      // False when some process did not show its descriptors.
 };
 

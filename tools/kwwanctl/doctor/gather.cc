@@ -73,11 +73,11 @@ Facts Gather(Session& session, const std::string& name) {
   facts.name = name;
   facts.host = AskHost(session);
   facts.processes = LookAtProcesses();
-  facts.pid_file = kor::tools::ReadTextFile(kPidFile);
-  facts.resolv_conf = kor::tools::ReadTextFile(kResolvConf);
-  facts.resolv_conf_leads_to = EndOfLink(kResolvConf);
-  facts.server_list = kor::tools::ReadTextFile(kServerList);
-  facts.permanent_file = kor::tools::ReadTextFile(kPermanentFile);
+  facts.pid_file = kor::tools::ReadTextFile(kDnsmasqPidPath);
+  facts.resolv_conf = kor::tools::ReadTextFile(kResolvConfPath);
+  facts.resolv_conf_leads_to = EndOfLink(kResolvConfPath);
+  facts.server_list = kor::tools::ReadTextFile(kDnsmasqResolvPath);
+  facts.permanent_file = kor::tools::ReadTextFile(kPermanentDnsPath);
   AskServers(facts);
   return facts;
 }

@@ -141,7 +141,7 @@ Processes LookAtProcesses() {
   ReadSockets("udp6", kUdpUnconnected, wanted.sockets);
   ReadSockets("tcp", kTcpListens, wanted.sockets);
   ReadSockets("tcp6", kTcpListens, wanted.sockets);
-  wanted.watched = InodeAt(kResolvConf);
+  wanted.watched = InodeAt(kResolvConfPath);
 
   Processes found;
   std::error_code error;

@@ -7,7 +7,7 @@
 
 namespace kor::ctl::doctor {
 
-// One walk over /proc: every process, who listens on port 53, and who watches kResolvConf.
+// One walk over /proc: every process, who listens on port 53, and who watches kResolvConfPath.
 Processes LookAtProcesses();
 
 // Whether the process lives in another namespace of that kind ("pid", "net") than this one; not set when it does not

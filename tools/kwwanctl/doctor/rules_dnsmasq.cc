@@ -11,7 +11,7 @@ namespace kor::ctl::doctor {
 namespace {
 
 bool IsOurs(const Process& process) {
-  return process.name == "dnsmasq" && !process.zombie && process.command.find(kPidFile) != std::string::npos;
+  return process.name == "dnsmasq" && !process.zombie && process.command.find(kDnsmasqPidPath) != std::string::npos;
 }
 
 const Process* Find(const Processes& processes, long pid) {
@@ -29,7 +29,7 @@ const Process* FindOurs(const Processes& processes) {
 // What to do about a pid file that does not name our dnsmasq. The file goes first: stopping kills what it names.
 std::string WithoutPidFile(const Process* ours) {
   const std::string kill = ours == nullptr ? "" : "kill -9 " + std::to_string(ours->pid) + "; ";
-  return std::string("rm -f ") + kPidFile + "; " + kill + kRestart;
+  return std::string("rm -f ") + kDnsmasqPidPath + "; " + kill + kRestart;
 }
 
 std::string AndOurs(const Process* ours) {

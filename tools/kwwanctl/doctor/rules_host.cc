@@ -50,7 +50,7 @@ Finding JudgeCalls(const Facts& facts) {
   }
   if (!facts.host.servers.empty()) return Ok(name, "up, with " + Join(facts.host.servers));
   return Problem(name, "up, and the network gave no name server", "dnsmasq has nobody to ask.",
-                 std::string("Put servers into ") + kPermanentFile + ", or ask the network's operator.");
+                 std::string("Put servers into ") + kPermanentDnsPath + ", or ask the network's operator.");
 }
 
 }  // namespace kor::ctl::doctor

@@ -44,19 +44,19 @@ Finding JudgeResolvConf(const Facts& facts) {
   const char* name = "resolv-conf";
   const TextFile& file = facts.resolv_conf;
   if (!file.text && file.error == ENOENT) {
-    return Problem(name, std::string(kResolvConf) + " is missing, or leads nowhere",
+    return Problem(name, std::string(kResolvConfPath) + " is missing, or leads nowhere",
                    "Programs find no server, and the service cannot start without the file.",
-                   std::string(": > ") + kResolvConf + "; " + kRestart);
+                   std::string(": > ") + kResolvConfPath + "; " + kRestart);
   }
   if (!file.text) return Unreadable(name, file);
-  if (*file.text == kor::tools::kResolvConfText) return Ok(name, "names 127.0.0.1, as written");
+  if (*file.text == kor::wwan::kResolvConfText) return Ok(name, "names 127.0.0.1, as written");
   const std::string why = "Programs do not ask dnsmasq, so they miss the servers of the calls.";
   if (!file.text->empty() && file.text->front() == '\0')
     return Problem(name, "it begins with a NUL byte", "Such a text is taken for none and not repaired.",
-                   std::string(": > ") + kResolvConf);
+                   std::string(": > ") + kResolvConfPath);
   return Problem(
       name, "not our text; " + NameServers(*file.text), why,
-      std::string("Find who writes it (see other-manager and resolv-conf-watch); ls -l ") + kResolvConf +
+      std::string("Find who writes it (see other-manager and resolv-conf-watch); ls -l ") + kResolvConfPath +
           " shows a file that cannot be written. A change among thousands at once goes unnoticed. Then: " + kRestart);
 }
 
@@ -81,7 +81,7 @@ Finding JudgeWatch(const Facts& facts) {
 
 Finding JudgeManagers(const Facts& facts) {
   const char* name = "other-manager";
-  const bool ours = facts.resolv_conf.text == std::string(kor::tools::kResolvConfText);
+  const bool ours = facts.resolv_conf.text == std::string(kor::wwan::kResolvConfText);
   const bool nothing = !facts.resolv_conf.text && facts.resolv_conf_leads_to.empty();  // Nobody's text.
   std::string running;
   for (const Process& process : facts.processes.all) {
@@ -100,7 +100,7 @@ Finding JudgeManagers(const Facts& facts) {
       name, seen, "Two programs write the same file; the one that writes last wins.",
       std::string("Tell that program to leave the file alone (NetworkManager: dns=none; systemd-resolved: no "
                   "link at ") +
-          kResolvConf + "; udhcpc: no -s script that writes it), then make it a plain file: " + kRestart);
+          kResolvConfPath + "; udhcpc: no -s script that writes it), then make it a plain file: " + kRestart);
 }
 
 }  // namespace kor::ctl::doctor

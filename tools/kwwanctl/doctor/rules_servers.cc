@@ -57,14 +57,14 @@ Finding JudgePermanent(const Facts& facts) {
   if (Answered(facts.local)) return Ok(name, "is used instead of the calls' servers; " + NameServers(text));
   return Problem(name, "is used instead of the calls' servers; " + NameServers(text),
                  "As long as it holds a text, no call is asked for its servers, and its own do not answer.",
-                 std::string("Correct it, or remove it: rm ") + kPermanentFile);
+                 std::string("Correct it, or remove it: rm ") + kPermanentDnsPath);
 }
 
 Finding JudgeServerList(const Facts& facts) {
   const char* name = "server-list";
   const TextFile& file = facts.server_list;
   if (!file.text && file.error == ENOENT) {
-    return Problem(name, std::string(kServerList) + " is missing", "dnsmasq knows no server.",
+    return Problem(name, std::string(kDnsmasqResolvPath) + " is missing", "dnsmasq knows no server.",
                    std::string(kRestart) + "; when it stays so: 'Cannot open' in the system log");
   }
   if (!file.text) return Unreadable(name, file);
@@ -110,7 +110,7 @@ Finding JudgeQuery(const Facts& facts) {
   const bool somebody_listens = facts.local.error != ECONNREFUSED;
   if (somebody_listens && std::any_of(facts.servers.begin(), facts.servers.end(), Answered)) {
     return Problem(name, seen, why + " The server itself answers, so dnsmasq uses another list than the file's.",
-                   std::string("touch ") + kServerList + "; when that does not help: " + kRestart);
+                   std::string("touch ") + kDnsmasqResolvPath + "; when that does not help: " + kRestart);
   }
   if (facts.local.code == kRefused && facts.servers.empty())
     return Problem(name, seen, why + " dnsmasq has no server to ask.", "See calls and server-list.");

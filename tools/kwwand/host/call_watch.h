@@ -12,7 +12,6 @@
 #include "common/mutex.h"
 #include "kwwand/host/event_json.h"
 #include "kwwand/host/event_log.h"
-#include "kwwand/host/event_sink.h"
 #include "kwwand/host/reconnect_plan.h"
 #include "kwwand/lock_ranks.h"
 

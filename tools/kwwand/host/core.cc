@@ -4,10 +4,11 @@
 #include <syslog.h>
 
 #include <filesystem>
+#include <stdexcept>
+#include <string>
 #include <utility>
 
-#include "kwwand/host/dns_files.h"
-#include "kwwand/host/results.h"
+#include "common/dns_paths.h"
 #include "shared/dns_files.h"
 
 namespace kor::host {
@@ -17,14 +18,14 @@ namespace {
 // The service watches it, also while there is no permanent file; a fresh system has no /data.
 void MakePermanentFolder() {
   std::error_code error;
-  const auto folder = std::filesystem::path(kor::tools::kPermanentFile).parent_path();
+  const auto folder = std::filesystem::path(kor::wwan::kPermanentDnsPath).parent_path();
   std::filesystem::create_directory(folder, error);
   if (error) syslog(LOG_ERR, "%s: %s\n", folder.c_str(), error.message().c_str());
 }
 
 }  // namespace
 
-Core::Core(const Host::Options& options, std::function<void(const Json&)> sink_function)
+Core::Core(const Options& options, std::function<void(const Json& event)> sink_function)
     : sink(std::move(sink_function)),
       calls(options.backoff_min, options.backoff_max, log, sink),
       lan_journal_(options.lan_journal) {}
@@ -32,9 +33,18 @@ Core::Core(const Host::Options& options, std::function<void(const Json&)> sink_f
 Core::~Core() { Stop(); }
 
 void Core::Start() {
+  try {
+    StartManagers();
+  } catch (const std::exception& e) {
+    throw std::runtime_error(std::string("the modem cannot be reached: ") + e.what());
+  }
+}
+
+void Core::StartManagers() {
   dns = std::make_unique<kor::wwan::DnsCtrlManager>();
   dns->SetEventCb([this](kor::util::EventDic& event) {
-    log.Append(Source::kDns, event, ForwarderServers());  // As they stand: nobody writes before this has returned.
+    log.Append(Source::kDns, event,
+               kor::tools::ForwarderServers());  // As they stand: nobody writes before this has returned.
   });
   try {
     StartDns();
@@ -94,7 +104,7 @@ void Core::StartDns() {
     throw RequestError(static_cast<int>(kor::Result::kFailure),
                        "the DNS service cannot start: /etc/resolv.conf or the folder /data cannot be watched");
   }
-  if (ForwarderPid()) return;
+  if (kor::tools::ForwarderPid()) return;
   throw RequestError(
       static_cast<int>(kor::Result::kFailure),
       "the DNS service runs, but names are not found: dnsmasq did not start; the log tells how it ended, "

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -10,8 +11,6 @@
 #include "kwwand/host/at_claims.h"
 #include "kwwand/host/call_watch.h"
 #include "kwwand/host/event_log.h"
-#include "kwwand/host/event_sink.h"
-#include "kwwand/host/host.h"
 #include "kwwand/host/lan_guard.h"
 #include "kwwand/lock_ranks.h"
 #include "wwan/at_manager.h"
@@ -25,18 +24,42 @@
 
 namespace kor::host {
 
-// What Host and its methods share. Every method holds it while it runs, so it ends with the last of them.
+// The host's inside: the library's managers, the services they start, the reconnects; the methods are made over it.
 //
-// Thread safety: Start() and Stop() by one thread; the members lock themselves.
+// Thread safety: Start() and Stop() by one thread, once each; the members lock themselves. A method may run on any
+// thread, any number at once (those of Lane::kShort are meant to run one after another).
+//
+// Ownership: every method holds the core while it runs, so one that is still waiting in the library (up to 10 seconds;
+// a scan 3 minutes) outlives its Methods safely. A process that does not want to wait for it ends with _exit() after
+// Stop().
+//
+//   const auto core = std::make_shared<Core>(Core::Options{}, [&](const Json& event) { ... });
+//   core->Start();
+//   Dispatcher dispatcher(MakeMethods(core), mailbox);
+//   ...
+//   core->Stop();
 class Core {
  public:
-  Core(const Host::Options& options, std::function<void(const Json&)> sink);
+  struct Options {
+    std::chrono::milliseconds backoff_min{1000};   // The wait before the first reconnect; it doubles from there on ...
+    std::chrono::milliseconds backoff_max{60000};  // ... up to this.
+    std::string lan_journal{};                     // See LanJournal.
+  };
+
+  // `sink` hears every event as the params of an "event" notification, on any thread, from Start() until Stop() has
+  // returned; it does not block and calls no method.
+  Core(const Options& options, std::function<void(const Json& event)> sink);
   ~Core();
   Core(const Core&) = delete;
   Core& operator=(const Core&) = delete;
 
-  // See Host. Start() throws what the managers throw.
+  // Makes the managers, starts the DNS and the AT service, connects what is to be connected by itself. Throws
+  // std::runtime_error with the reason when the modem cannot be reached. A DNS service that cannot start is no reason:
+  // dns.show tells, the log tells why, dns.start tries again.
   void Start();
+
+  // Ends all that: no event and no reconnect comes any more, an unconfirmed LAN change is rolled back, both services
+  // are stopped. Does not wait for methods, which may still be in the library. Without effect before Start().
   void Stop();
 
   // The DNS service's start and stop, one at a time. StartDns() throws RequestError when the service cannot start, and
@@ -63,6 +86,7 @@ class Core {
   CallWatch calls;  // Last: its thread uses the rest.
 
  private:
+  void StartManagers();
   void Subscribe();
   void Unsubscribe();
 

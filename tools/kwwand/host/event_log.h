@@ -3,15 +3,18 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "common/condition.h"
 #include "common/event_dic.h"
 #include "common/mutex.h"
 #include "kwwand/lock_ranks.h"
+#include "kwwand/wire/method.h"
 
 namespace kor::host {
 
@@ -60,6 +63,29 @@ class EventLog {
   uint64_t next_ KOR_GUARDED_BY(mutex_) = 0;
   bool rung_ KOR_GUARDED_BY(mutex_) = false;
   DnsUpdates dns_updates_ KOR_GUARDED_BY(mutex_);
+};
+
+// The way of events out of the host, which can be shut.
+//
+// Thread safety: all operations may be called from any thread. Once Close() has returned, nothing is on its way and
+// nothing comes any more.
+class EventSink {
+ public:
+  explicit EventSink(std::function<void(const Json&)> sink) : sink_(std::move(sink)) {}
+
+  void Send(const Json& event) KOR_EXCLUDES(mutex_) {
+    kor::util::MutexLock lock(mutex_);
+    if (sink_) sink_(event);
+  }
+
+  void Close() KOR_EXCLUDES(mutex_) {
+    kor::util::MutexLock lock(mutex_);
+    sink_ = nullptr;
+  }
+
+ private:
+  kor::util::Mutex mutex_{rank::kEventSink};
+  std::function<void(const Json&)> sink_ KOR_GUARDED_BY(mutex_);
 };
 
 }  // namespace kor::host

@@ -12,7 +12,7 @@
 #include <map>
 #include <vector>
 
-#include "shared/nearest.h"
+#include "shared/suggestions.h"
 
 namespace kor::host {
 

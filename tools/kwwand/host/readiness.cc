@@ -44,7 +44,7 @@ void Say(const std::string& why) { (void)fprintf(stderr, "kwwand: %s\n", kor::to
 // Goes on in a child; the parent ends.
 void LeaveParent() {
   const pid_t child = fork();
-  if (child < 0) throw SystemError("cannot go into the background");
+  if (child < 0) throw kor::tools::SystemError("cannot go into the background");
   if (child > 0) _exit(EXIT_SUCCESS);
 }
 
@@ -61,9 +61,9 @@ void CloseInherited() {
 
 void LetGoOfTerminal() {
   const Fd null(open("/dev/null", O_RDWR | O_CLOEXEC));
-  if (!null.is_open()) throw SystemError("/dev/null");
+  if (!null.is_open()) throw kor::tools::SystemError("/dev/null");
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(null.get(), stream);
-  if (chdir("/") != 0) throw SystemError("/");
+  if (chdir("/") != 0) throw kor::tools::SystemError("/");
 }
 
 }  // namespace
@@ -77,11 +77,11 @@ Readiness::Readiness() {
 void Readiness::Detach() {
   CloseInherited();
   int ends[2];
-  if (pipe2(ends, O_CLOEXEC) != 0) throw SystemError("pipe");
+  if (pipe2(ends, O_CLOEXEC) != 0) throw kor::tools::SystemError("pipe");
   Fd read_end(ends[0]);
   starter_ = Fd(ends[1]);
   const pid_t child = fork();
-  if (child < 0) throw SystemError("cannot go into the background");
+  if (child < 0) throw kor::tools::SystemError("cannot go into the background");
   if (child > 0) {
     starter_.Close();
     AwaitVerdict(read_end.get());

@@ -7,6 +7,8 @@
 
 namespace kor::host {
 
+using kor::tools::Fd;
+
 // Who is told that the host is ready, or why it is not: the shell that waits for `kwwand --daemon`, the terminal, and
 // the service manager, by sd_notify's protocol.
 //

@@ -13,6 +13,8 @@
 #include <optional>
 #include <string_view>
 
+#include "shared/fd.h"
+
 namespace kor::host {
 
 namespace {
@@ -22,31 +24,6 @@ using Clock = std::chrono::steady_clock;
 // How often the shell's end, the limit and a cancellation are looked at, while there may be output and after it.
 constexpr int kTickMs = 20;
 constexpr int kLastTickMs = 2;
-
-class Pipe {
- public:
-  Pipe() {
-    if (pipe2(ends_, O_CLOEXEC) != 0) ends_[0] = ends_[1] = -1;
-    if (ends_[0] >= 0) fcntl(ends_[0], F_SETFL, O_NONBLOCK);
-  }
-  ~Pipe() {
-    CloseWriter();
-    if (ends_[0] >= 0) close(ends_[0]);
-  }
-  Pipe(const Pipe&) = delete;
-  Pipe& operator=(const Pipe&) = delete;
-
-  bool ok() const { return ends_[0] >= 0; }
-  int reader() const { return ends_[0]; }
-  int writer() const { return ends_[1]; }
-  void CloseWriter() {
-    if (ends_[1] >= 0) close(ends_[1]);
-    ends_[1] = -1;
-  }
-
- private:
-  int ends_[2];
-};
 
 // The texts as execve() takes them.
 std::vector<char*> Pointers(const std::vector<std::string>& texts) {
@@ -159,12 +136,15 @@ CommandEnd RunShell(const std::string& line, const std::vector<std::string>& var
   CommandEnd end;
   end.output.reserve(max_output);  // Once the shell runs nothing may throw: it would be left a zombie.
   const auto last = Clock::now() + limit;
-  Pipe pipe;
-  if (!pipe.ok()) return end;
-  const auto pid = Start(line, variables, pipe.writer());
-  pipe.CloseWriter();
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) return end;
+  const kor::tools::Fd reader(ends[0]);
+  kor::tools::Fd writer(ends[1]);
+  fcntl(reader.get(), F_SETFL, O_NONBLOCK);
+  const auto pid = Start(line, variables, writer.get());
+  writer.Close();
   if (!pid) return end;
-  pollfd ready{pipe.reader(), POLLIN, 0};
+  pollfd ready{reader.get(), POLLIN, 0};
   while (!HasEnded(*pid, WNOHANG, end)) {
     const bool late = Clock::now() >= last;
     if (late || cancel) {
@@ -176,7 +156,7 @@ CommandEnd RunShell(const std::string& line, const std::vector<std::string>& var
     poll(&ready, 1, ready.fd >= 0 ? kTickMs : kLastTickMs);
     if (ready.fd >= 0 && !Drain(ready.fd, max_output, end.output)) ready.fd = -1;  // poll() then only waits.
   }
-  (void)Drain(pipe.reader(), max_output, end.output);
+  (void)Drain(reader.get(), max_output, end.output);
   return end;
 }
 

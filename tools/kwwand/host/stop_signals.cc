@@ -38,20 +38,20 @@ void Catch(int signal_number, void (*handler)(int)) {
   action.sa_handler = handler;
   action.sa_flags = SA_RESTART;
   sigemptyset(&action.sa_mask);
-  if (sigaction(signal_number, &action, nullptr) != 0) throw SystemError("sigaction");
+  if (sigaction(signal_number, &action, nullptr) != 0) throw kor::tools::SystemError("sigaction");
 }
 
 }  // namespace
 
 StopSignals::StopSignals() {
   int ends[2];
-  if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) throw SystemError("pipe");
+  if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) throw kor::tools::SystemError("pipe");
   read_end_ = Fd(ends[0]);
   g_write_end = ends[1];
   sigevent alarm{};
   alarm.sigev_notify = SIGEV_SIGNAL;
   alarm.sigev_signo = SIGALRM;
-  if (timer_create(CLOCK_MONOTONIC, &alarm, &g_watchdog) != 0) throw SystemError("timer");
+  if (timer_create(CLOCK_MONOTONIC, &alarm, &g_watchdog) != 0) throw kor::tools::SystemError("timer");
   Catch(SIGALRM, OnPatienceOver);
   Catch(SIGPIPE, OnBrokenPipe);
   for (const int stop : {SIGTERM, SIGINT, SIGHUP}) Catch(stop, OnStop);

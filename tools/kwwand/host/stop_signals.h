@@ -5,6 +5,8 @@
 
 namespace kor::host {
 
+using kor::tools::Fd;
+
 // SIGTERM, SIGINT and SIGHUP as a descriptor, and the promise that the process ends soon after the first of them: when
 // it is still there after 4.8 s, whatever it does, it is ended with status 1.
 //

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Every enumeration of the library as the words of the JSON interface.
+// Every enumeration of the library as the words of the JSON interface, and its results as clauses.
 #pragma once
 
 #include <optional>
@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "common/ip_family.h"
+#include "common/result.h"
 #include "wwan/data_manager.h"
 #include "wwan/mobileap_manager.h"
 #include "wwan/network_manager.h"
@@ -104,5 +105,15 @@ inline constexpr Word<ReceiptAction> kReceiptActions[] = {{ReceiptAction::kDisca
 // A set of technologies: "any", "umts", "lte", "nr5g", or some of the last three joined with '+'.
 std::string TechnologyText(kor::wwan::Tech technology);
 std::optional<kor::wwan::Tech> ParseTechnology(std::string_view text);
+
+// What a result of the library means, as a clause: "the PIN is wrong".
+std::string ResultText(kor::Result result);
+
+// Throws RequestError with the result's code unless it is kSuccess: "WHAT: the PIN is wrong", or the clause alone when
+// `what` is empty.
+void Check(kor::Result result, const std::string& what);
+
+// The same for operations that only tell whether they were done (kFailure).
+void Check(bool done, const std::string& what);
 
 }  // namespace kor::host

@@ -4,7 +4,7 @@
 #include <cctype>
 #include <iterator>
 
-#include "kwwand/host/results.h"
+#include "kwwand/host/words.h"
 #include "kwwand/methods/params.h"
 #include "kwwand/methods/registry.h"
 
@@ -60,7 +60,7 @@ Json EntryJson(const AtClaims::Entry& entry) {
           {"served", entry.served}};
 }
 
-Json List(Core& core, const Request& request) {
+Json ListClaims(Core& core, const Request& request) {
   const Params params(request, {});
   Json commands = Json::array();
   for (const auto& entry : core.at_claims.List()) commands.push_back(EntryJson(entry));
@@ -105,7 +105,7 @@ Json Ready(Core& core, const Request& request) {
 }  // namespace
 
 void AddAtMethods(Registry& registry) {
-  registry.Read("at.list", List);
+  registry.Read("at.list", ListClaims);
   registry.Change("at.claim", Claim);
   registry.Change("at.release", Release);
   registry.Change("at.notify", Notify);

@@ -2,7 +2,7 @@
 // call.list, call.show, call.up, call.down
 #include <optional>
 
-#include "kwwand/host/results.h"
+#include "kwwand/host/words.h"
 #include "kwwand/methods/call_report.h"
 #include "kwwand/methods/policies.h"
 #include "kwwand/methods/registry.h"
@@ -147,16 +147,16 @@ Json Move(Core& core, const Request& request, bool up) {
   return answer;
 }
 
-Json Up(Core& core, const Request& request) { return Move(core, request, true); }
+Json BringUp(Core& core, const Request& request) { return Move(core, request, true); }
 
-Json Down(Core& core, const Request& request) { return Move(core, request, false); }
+Json TakeDown(Core& core, const Request& request) { return Move(core, request, false); }
 
-Json List(Core& core, const Request& request) {
+Json ListCalls(Core& core, const Request& request) {
   const Params params(request, {});
   return {{"policies", PoliciesJson(*core.data)}};
 }
 
-Json Show(Core& core, const Request& request) {
+Json ShowCall(Core& core, const Request& request) {
   const Params params(request, {"index", "cid"});
   const Statuses statuses = ReadStatuses(*core.data);
   const auto cid = CidOf(params);
@@ -174,10 +174,10 @@ Json Show(Core& core, const Request& request) {
 }  // namespace
 
 void AddCallMethods(Registry& registry) {
-  registry.Read("call.list", List);
-  registry.Read("call.show", Show);
-  registry.Change("call.up", Up, Lane::kWaiting);
-  registry.Change("call.down", Down, Lane::kWaiting);
+  registry.Read("call.list", ListCalls);
+  registry.Read("call.show", ShowCall);
+  registry.Change("call.up", BringUp, Lane::kWaiting);
+  registry.Change("call.down", TakeDown, Lane::kWaiting);
 }
 
 }  // namespace kor::host

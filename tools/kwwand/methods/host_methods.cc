@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// host.status: everything on one screen. device.show: the modem.
-#include "kwwand/host/results.h"
-#include "kwwand/methods/dns_methods.h"
+// host.status: everything on one screen. device.show: the modem. dns.*: the DNS service.
+#include "kwwand/host/words.h"
 #include "kwwand/methods/params.h"
 #include "kwwand/methods/policies.h"
 #include "kwwand/methods/registry.h"
+#include "shared/dns_files.h"
 
 namespace kor::host {
 
@@ -30,7 +30,22 @@ Json WaitsJson(Core& core) {
   return waits;
 }
 
-Json Status(Core& core, const Request& request) {
+// The DNS service and what its files say.
+Json DnsJson(Core& core) {
+  const auto pid = kor::tools::ForwarderPid();
+  const EventLog::DnsUpdates updates = core.log.dns_updates();
+  Json last;
+  if (updates.last) last = std::chrono::duration<double>(std::chrono::steady_clock::now() - *updates.last).count();
+  return {{"running", core.dns_running()},
+          {"forwarder_pid", pid ? Json(*pid) : Json()},
+          {"servers", kor::tools::ForwarderServers()},
+          {"source", kor::tools::PermanentFileIsUsed() ? "permanent file" : "calls"},
+          {"resolv_conf_is_ours", kor::tools::ResolvConfIsOurs()},
+          {"updates", updates.count},
+          {"last_update_s", last}};
+}
+
+Json ShowStatus(Core& core, const Request& request) {
   const Params params(request, {});
   return {{"policies", PoliciesJson(*core.data)},
           {"dns", DnsJson(core)},
@@ -45,11 +60,31 @@ Json ShowDevice(Core& core, const Request& request) {
   return DeviceJson(core);
 }
 
+Json ShowDns(Core& core, const Request& request) {
+  const Params params(request, {});
+  return DnsJson(core);
+}
+
+Json StartDns(Core& core, const Request& request) {
+  const Params params(request, {});
+  core.StartDns();
+  return DnsJson(core);
+}
+
+Json StopDns(Core& core, const Request& request) {
+  const Params params(request, {});
+  core.StopDns();
+  return DnsJson(core);
+}
+
 }  // namespace
 
 void AddHostMethods(Registry& registry) {
-  registry.Read("host.status", Status);
+  registry.Read("host.status", ShowStatus);
   registry.Read("device.show", ShowDevice, Lane::kWaiting);
+  registry.Read("dns.show", ShowDns);
+  registry.Change("dns.start", StartDns, Lane::kWaiting);
+  registry.Change("dns.stop", StopDns, Lane::kWaiting);
 }
 
 }  // namespace kor::host

@@ -33,12 +33,12 @@ LanChange ReadChange(const Params& params) {
   return change;
 }
 
-Json Show(Core& core, const Request& request) {
+Json ShowLan(Core& core, const Request& request) {
   const Params params(request, {});
   return StateJson(core.lan->Show());
 }
 
-Json Set(Core& core, const Request& request) {
+Json SetLan(Core& core, const Request& request) {
   const Params params(request, {"gateway", "netmask", "dhcp", "start", "end", "lease_s", "move_pool", "confirm_s"});
   const LanChange change = ReadChange(params);
   std::optional<std::chrono::seconds> confirm;
@@ -46,12 +46,12 @@ Json Set(Core& core, const Request& request) {
   return StateJson(core.lan->Set(change, confirm));
 }
 
-Json Confirm(Core& core, const Request& request) {
+Json ConfirmLan(Core& core, const Request& request) {
   const Params params(request, {});
   return StateJson(core.lan->Confirm());
 }
 
-Json RollBack(Core& core, const Request& request) {
+Json RollBackLan(Core& core, const Request& request) {
   const Params params(request, {});
   return StateJson(core.lan->RollBack("on request"));
 }
@@ -59,10 +59,10 @@ Json RollBack(Core& core, const Request& request) {
 }  // namespace
 
 void AddLanMethods(Registry& registry) {
-  registry.Read("lan.show", Show);
-  registry.Change("lan.set", Set);
-  registry.Change("lan.confirm", Confirm);
-  registry.Change("lan.rollback", RollBack);
+  registry.Read("lan.show", ShowLan);
+  registry.Change("lan.set", SetLan);
+  registry.Change("lan.confirm", ConfirmLan);
+  registry.Change("lan.rollback", RollBackLan);
 }
 
 }  // namespace kor::host

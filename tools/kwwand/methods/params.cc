@@ -3,16 +3,13 @@
 
 #include <algorithm>
 
-#include "shared/listed.h"
-#include "shared/nearest.h"
+#include "shared/suggestions.h"
 
 namespace kor::host {
 
 namespace {
 
 constexpr size_t kShownValue = 40;  // Bytes of a wrong value that its error repeats.
-constexpr kor::wwan::Tech kTechnologies[] = {kor::wwan::Tech::kUmts, kor::wwan::Tech::kLte, kor::wwan::Tech::kNr5g};
-constexpr std::string_view kTechnologyTexts[] = {"umts", "lte", "nr5g"};
 
 std::string Shown(const Json& value) {
   std::string text = value.dump(-1, ' ', false, Json::error_handler_t::replace);
@@ -30,30 +27,6 @@ RequestError Wrong(const std::string& name, const std::string& problem, const st
 }
 
 }  // namespace
-
-std::string TechnologyText(kor::wwan::Tech technology) {
-  if (technology == kor::wwan::Tech::kAny) return "any";
-  std::string text;
-  for (size_t i = 0; i < std::size(kTechnologies); ++i) {
-    if ((static_cast<uint32_t>(technology) & static_cast<uint32_t>(kTechnologies[i])) == 0) continue;
-    text.append(text.empty() ? "" : "+").append(kTechnologyTexts[i]);
-  }
-  return text.empty() ? "unknown" : text;
-}
-
-std::optional<kor::wwan::Tech> ParseTechnology(std::string_view text) {
-  if (text == "any") return kor::wwan::Tech::kAny;
-  uint32_t bits = 0;
-  for (bool more = true; more;) {
-    const size_t plus = text.find('+');
-    more = plus != std::string_view::npos;
-    const auto* const found = std::find(std::begin(kTechnologyTexts), std::end(kTechnologyTexts), text.substr(0, plus));
-    if (found == std::end(kTechnologyTexts)) return std::nullopt;
-    bits |= static_cast<uint32_t>(kTechnologies[found - std::begin(kTechnologyTexts)]);
-    if (more) text.remove_prefix(plus + 1);
-  }
-  return static_cast<kor::wwan::Tech>(bits);
-}
 
 Params::Params(const Request& request, std::initializer_list<const char*> members) : params_(request.params) {
   const std::vector<std::string> names(members.begin(), members.end());

@@ -2,14 +2,13 @@
 #include "kwwand/methods/policies.h"
 
 #include "common/addresses.h"
-#include "kwwand/host/results.h"
+#include "kwwand/host/words.h"
 
 namespace kor::host {
 
 namespace {
 
 using kor::wwan::DataManager;
-using Interfaces = kor::util::NetworkManager;
 
 constexpr char kDataInterfaces[] = "rmnet_data";
 constexpr char kNoServer[] = "0.0.0.0";  // What the modem reports for a server that it was not given.
@@ -28,7 +27,7 @@ bool Has(const std::string& name, const Call& call, bool ipv6) {
 // The interface that has one of the calls' addresses; null without one.
 Json InterfaceOf(const Call& ipv4, const Call& ipv6) {
   if (ipv4.address.empty() && ipv6.address.empty()) return nullptr;
-  for (const std::string& name : Interfaces::GetIfNames()) {
+  for (const std::string& name : kor::util::NetworkManager::GetIfNames()) {
     if (name.rfind(kDataInterfaces, 0) != 0) continue;
     if (Has(name, ipv4, false) || Has(name, ipv6, true)) return name;
   }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // policy.*: the slots that bind calls to profiles.
-#include "kwwand/host/results.h"
+#include "kwwand/host/words.h"
 #include "kwwand/methods/policies.h"
 #include "kwwand/methods/registry.h"
 
@@ -9,7 +9,7 @@ namespace kor::host {
 namespace {
 
 // The policy as it is after a change, which the watch looks at too.
-Json Changed(Core& core, uint32_t index) {
+Json AfterChange(Core& core, uint32_t index) {
   core.calls.Wake();
   const Statuses statuses = ReadStatuses(*core.data);
   Check(index < statuses.size(), "reading the policy");
@@ -23,12 +23,12 @@ void ResumeBoth(Core& core, int32_t handle) {
   core.calls.Resume({handle, IPFamily::kIpv6});
 }
 
-Json List(Core& core, const Request& request) {
+Json ListPolicies(Core& core, const Request& request) {
   const Params params(request, {});
   return {{"policies", PoliciesJson(*core.data)}};
 }
 
-Json Set(Core& core, const Request& request) {
+Json SetPolicy(Core& core, const Request& request) {
   const Params params(request, {"index", "family", "technology", "profile", "profile6"});
   const Statuses statuses = ReadStatuses(*core.data);
   const uint32_t index = PolicyIndex(params, statuses.size());
@@ -38,10 +38,10 @@ Json Set(Core& core, const Request& request) {
   const int profile = params.Number("profile", 1, kMaxProfile, now.profile_1);
   const int profile6 = params.Number("profile6", 1, kMaxProfile, params.Has("profile") ? profile : now.profile_2);
   Check(core.data->SetPolicy(index, technology, family, profile, profile6), "changing the policy");
-  return Changed(core, index);
+  return AfterChange(core, index);
 }
 
-Json Create(Core& core, const Request& request) {
+Json CreatePolicy(Core& core, const Request& request) {
   const Params params(request, {"technology", "family", "profile", "profile6"});
   const auto technology = params.Has("technology") ? params.Technology("technology") : kor::wwan::Tech::kAny;
   const IPFamily family = params.Choice("family", kFamilies, IPFamily::kBoth);
@@ -50,10 +50,10 @@ Json Create(Core& core, const Request& request) {
   const bool made =
       core.data->CreatePdn(technology, family, static_cast<uint8_t>(profile), static_cast<uint8_t>(profile6));
   Check(made, "creating a policy");
-  return Changed(core, static_cast<uint32_t>(ReadStatuses(*core.data).size() - 1));
+  return AfterChange(core, static_cast<uint32_t>(ReadStatuses(*core.data).size() - 1));
 }
 
-Json Delete(Core& core, const Request& request) {
+Json DeletePolicy(Core& core, const Request& request) {
   const Params params(request, {"index"});
   const Statuses statuses = ReadStatuses(*core.data);
   const uint32_t index = PolicyIndex(params, statuses.size());
@@ -65,41 +65,41 @@ Json Delete(Core& core, const Request& request) {
   return policy;
 }
 
-Json AutoConnect(Core& core, const Request& request) {
+Json SetAutoConnect(Core& core, const Request& request) {
   const Params params(request, {"index", "on"});
   const Statuses statuses = ReadStatuses(*core.data);
   const uint32_t index = PolicyIndex(params, statuses.size());
   const bool on = params.Switch("on");
   Check(core.data->SetAutoConnect(index, on), "switching auto-connect");
   if (on) ResumeBoth(core, statuses[index].policy.handle);
-  return Changed(core, index);
+  return AfterChange(core, index);
 }
 
-Json Roaming(Core& core, const Request& request) {
+Json SetRoaming(Core& core, const Request& request) {
   const Params params(request, {"index", "on"});
   const uint32_t index = IndexOf(core, params);
   Check(core.data->SetRoaming(index, params.Switch("on")), "switching roaming");
-  return Changed(core, index);
+  return AfterChange(core, index);
 }
 
-Json Family(Core& core, const Request& request) {
+Json SetFamily(Core& core, const Request& request) {
   const Params params(request, {"index", "family", "on"});
   const uint32_t index = IndexOf(core, params);
   const IPFamily family = params.Choice("family", kFamilies);
   Check(core.data->SetIpv4Enabled(index, params.Switch("on"), family), "switching the family");
-  return Changed(core, index);
+  return AfterChange(core, index);
 }
 
 }  // namespace
 
 void AddPolicyMethods(Registry& registry) {
-  registry.Read("policy.list", List);
-  registry.Change("policy.set", Set);
-  registry.Change("policy.create", Create);
-  registry.Change("policy.delete", Delete);
-  registry.Change("policy.autoconnect", AutoConnect);
-  registry.Change("policy.roaming", Roaming);
-  registry.Change("policy.family", Family);
+  registry.Read("policy.list", ListPolicies);
+  registry.Change("policy.set", SetPolicy);
+  registry.Change("policy.create", CreatePolicy);
+  registry.Change("policy.delete", DeletePolicy);
+  registry.Change("policy.autoconnect", SetAutoConnect);
+  registry.Change("policy.roaming", SetRoaming);
+  registry.Change("policy.family", SetFamily);
 }
 
 }  // namespace kor::host

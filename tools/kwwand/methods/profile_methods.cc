@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // profile.*: the modem's data profiles. Passwords go in and never come out.
-#include "kwwand/host/results.h"
+#include "kwwand/host/words.h"
 #include "kwwand/methods/params.h"
 #include "kwwand/methods/registry.h"
 
@@ -10,7 +10,7 @@ namespace {
 
 using kor::wwan::DataManager;
 
-constexpr size_t kMaxText = 100;  // 3GPP TS 23.003 has it for access point names.
+constexpr size_t kMaxSetting = 100;  // 3GPP TS 23.003 has it for access point names.
 constexpr size_t kMaxPassword = 127;
 
 struct Place {
@@ -24,7 +24,7 @@ Place PlaceOf(const Params& params) {
 
 std::string Named(const char* doing, int index) { return std::string(doing) + " profile " + std::to_string(index); }
 
-Json List(Core& core, const Request& request) {
+Json ListProfiles(Core& core, const Request& request) {
   const Params params(request, {});
   std::list<DataManager::ProfileInfo> profiles;
   Check(core.data->GetProfileList(profiles), "reading the profiles");
@@ -35,7 +35,7 @@ Json List(Core& core, const Request& request) {
   return {{"profiles", list}};
 }
 
-Json Show(Core& core, const Request& request) {
+Json ShowProfile(Core& core, const Request& request) {
   const Params params(request, {"index", "type"});
   const Place place = PlaceOf(params);
   DataManager::ProfileSetting setting;
@@ -51,22 +51,22 @@ Json Show(Core& core, const Request& request) {
 }
 
 // The library makes and changes none; its answer tells whether it could be done.
-Json Create(Core& core, const Request& request) {
+Json CreateProfile(Core& core, const Request& request) {
   const Params params(request, {"index", "type"});
   const Place place = PlaceOf(params);
   Check(core.data->CreateProfile(place.type, place.index), Named("creating", place.index));
   return Json::object();
 }
 
-Json Modify(Core& core, const Request& request) {
+Json ModifyProfile(Core& core, const Request& request) {
   const Params params(request, {"index", "type", "name", "apn", "user_name", "password", "pdp_type", "authentication"});
   const Place place = PlaceOf(params);
   DataManager::ProfileSetting setting;
   setting.type = place.type;
   setting.index = place.index;
-  setting.name = params.Text("name", kMaxText, "");
-  setting.apn = params.Text("apn", kMaxText, "");
-  setting.user_name = params.Text("user_name", kMaxText, "");
+  setting.name = params.Text("name", kMaxSetting, "");
+  setting.apn = params.Text("apn", kMaxSetting, "");
+  setting.user_name = params.Text("user_name", kMaxSetting, "");
   if (params.Has("password"))
     setting.password = params.Secret("password", 0, kMaxPassword, "a text of at most 127 bytes");
   setting.pdp_type = params.Choice("pdp_type", kPdpTypes, PdpType::kIpv4v6);
@@ -78,10 +78,10 @@ Json Modify(Core& core, const Request& request) {
 }  // namespace
 
 void AddProfileMethods(Registry& registry) {
-  registry.Read("profile.list", List);
-  registry.Read("profile.show", Show);
-  registry.Change("profile.create", Create);
-  registry.Change("profile.modify", Modify);
+  registry.Read("profile.list", ListProfiles);
+  registry.Read("profile.show", ShowProfile);
+  registry.Change("profile.create", CreateProfile);
+  registry.Change("profile.modify", ModifyProfile);
 }
 
 }  // namespace kor::host

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <future>
 
-#include "kwwand/host/results.h"
+#include "kwwand/host/words.h"
 #include "kwwand/methods/params.h"
 #include "kwwand/methods/registry.h"
 

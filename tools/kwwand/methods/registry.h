@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// Every method file's door: each adds the methods of one object.
 #pragma once
 
 #include <memory>
@@ -32,10 +31,13 @@ class Registry {
   Methods methods_;
 };
 
+// Every method but host.version and monitor.start. Requires: none runs before the core's Start() has returned.
+Methods MakeMethods(const std::shared_ptr<Core>& core);
+
+// Each method file adds the methods of its group.
 void AddAtMethods(Registry& registry);
 void AddCallMethods(Registry& registry);
-void AddDnsMethods(Registry& registry);
-void AddHostMethods(Registry& registry);
+void AddHostMethods(Registry& registry);  // And the DNS service's.
 void AddLanMethods(Registry& registry);
 void AddModemMethods(Registry& registry);
 void AddPolicyMethods(Registry& registry);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // sim.*: the card's power. pin.*: its lock. PINs go to the modem and nowhere else.
-#include "kwwand/host/results.h"
+#include "kwwand/host/words.h"
 #include "kwwand/methods/params.h"
 #include "kwwand/methods/registry.h"
 
@@ -24,9 +24,9 @@ Json SetPower(Core& core, const Request& request, bool on) {
   return {{"slot", slot}, {"power", on ? "on" : "off"}};
 }
 
-Json TurnOn(Core& core, const Request& request) { return SetPower(core, request, true); }
+Json TurnSimOn(Core& core, const Request& request) { return SetPower(core, request, true); }
 
-Json TurnOff(Core& core, const Request& request) { return SetPower(core, request, false); }
+Json TurnSimOff(Core& core, const Request& request) { return SetPower(core, request, false); }
 
 // PIN1's.
 Json StatusJson(Core& core) {
@@ -38,7 +38,7 @@ Json StatusJson(Core& core) {
   throw RequestError(static_cast<int>(kor::Result::kFailure), "the modem does not tell the PIN's status");
 }
 
-Json Status(Core& core, const Request& request) {
+Json PinStatus(Core& core, const Request& request) {
   const Params params(request, {});
   return StatusJson(core);
 }
@@ -57,11 +57,11 @@ Json SetLock(Core& core, const Request& request, bool on) {
   return StatusJson(core);
 }
 
-Json Lock(Core& core, const Request& request) { return SetLock(core, request, true); }
+Json LockPin(Core& core, const Request& request) { return SetLock(core, request, true); }
 
-Json Unlock(Core& core, const Request& request) { return SetLock(core, request, false); }
+Json UnlockPin(Core& core, const Request& request) { return SetLock(core, request, false); }
 
-Json Change(Core& core, const Request& request) {
+Json ChangePin(Core& core, const Request& request) {
   const Params params(request, {"pin_id", "old_pin", "new_pin"});
   const int pin_id = params.Number("pin_id", 1, 2, 1);
   const kor::Result result = core.device->ChangePinLockPwd(pin_id, PinOf(params, "old_pin"), PinOf(params, "new_pin"));
@@ -72,12 +72,12 @@ Json Change(Core& core, const Request& request) {
 }  // namespace
 
 void AddSimMethods(Registry& registry) {
-  registry.Change("sim.on", TurnOn, Lane::kWaiting);
-  registry.Change("sim.off", TurnOff, Lane::kWaiting);
-  registry.Read("pin.status", Status, Lane::kWaiting);
-  registry.Change("pin.lock", Lock, Lane::kWaiting);
-  registry.Change("pin.unlock", Unlock, Lane::kWaiting);
-  registry.Change("pin.change", Change, Lane::kWaiting);
+  registry.Change("sim.on", TurnSimOn, Lane::kWaiting);
+  registry.Change("sim.off", TurnSimOff, Lane::kWaiting);
+  registry.Read("pin.status", PinStatus, Lane::kWaiting);
+  registry.Change("pin.lock", LockPin, Lane::kWaiting);
+  registry.Change("pin.unlock", UnlockPin, Lane::kWaiting);
+  registry.Change("pin.change", ChangePin, Lane::kWaiting);
 }
 
 }  // namespace kor::host

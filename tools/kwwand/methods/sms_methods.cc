@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // sms.*: where short messages go.
-#include "kwwand/host/results.h"
+#include "kwwand/host/words.h"
 #include "kwwand/methods/params.h"
 #include "kwwand/methods/registry.h"
 
@@ -29,12 +29,12 @@ Json RoutesJson(Core& core) {
   return {{"routes", routes}};
 }
 
-Json Show(Core& core, const Request& request) {
+Json ShowRoutes(Core& core, const Request& request) {
   const Params params(request, {});
   return RoutesJson(core);
 }
 
-Json Set(Core& core, const Request& request) {
+Json SetRoute(Core& core, const Request& request) {
   const Params params(request, {"class", "storage", "action"});
   const SmsManager::RouteInfo wanted{params.Choice("class", kMessageClasses),
                                      params.Choice("storage", kMessageStorages),
@@ -46,7 +46,7 @@ Json Set(Core& core, const Request& request) {
   return RoutesJson(core);
 }
 
-Json Storage(Core& core, const Request& request) {
+Json ShowStorage(Core& core, const Request& request) {
   const Params params(request, {"storage"});
   const MessageStorage storage = params.Choice("storage", kRealStorages);
   SmsManager::MessageStorageStatus status;
@@ -57,9 +57,9 @@ Json Storage(Core& core, const Request& request) {
 }  // namespace
 
 void AddSmsMethods(Registry& registry) {
-  registry.Read("sms.routes", Show, Lane::kWaiting);
-  registry.Change("sms.route", Set, Lane::kWaiting);
-  registry.Read("sms.storage", Storage, Lane::kWaiting);
+  registry.Read("sms.routes", ShowRoutes, Lane::kWaiting);
+  registry.Change("sms.route", SetRoute, Lane::kWaiting);
+  registry.Read("sms.storage", ShowStorage, Lane::kWaiting);
 }
 
 }  // namespace kor::host

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // vlan.*: the LAN's VLANs and their PDNs. passthrough.*: the client that gets the WAN address.
-#include "kwwand/host/results.h"
+#include "kwwand/host/words.h"
 #include "kwwand/methods/params.h"
 #include "kwwand/methods/registry.h"
 
@@ -39,19 +39,19 @@ VlanConfig Existing(Core& core, const Params& params) {
   params.Refuse("id", "the number of a VLAN that is there");
 }
 
-Json List(Core& core, const Request& request) {
+Json ListVlans(Core& core, const Request& request) {
   const Params params(request, {});
   return VlansJson(core);
 }
 
-Json Add(Core& core, const Request& request) {
+Json AddVlan(Core& core, const Request& request) {
   const Params params(request, {"id", "interface"});
   VlanConfig vlan{params.Choice("interface", kLanInterfaces), params.Number("id", 1, kMaxVlan), -1};
   Check(core.mobileap->SetVlanConfig(true, vlan), "adding the VLAN");
   return VlansJson(core);
 }
 
-Json Remove(Core& core, const Request& request) {
+Json RemoveVlan(Core& core, const Request& request) {
   const Params params(request, {"id"});
   VlanConfig vlan = Existing(core, params);
   Check(core.mobileap->SetVlanConfig(false, vlan), "removing the VLAN");
@@ -68,9 +68,9 @@ Json SetMapping(Core& core, const Request& request, bool map) {
   return VlansJson(core);
 }
 
-Json Map(Core& core, const Request& request) { return SetMapping(core, request, true); }
+Json MapVlan(Core& core, const Request& request) { return SetMapping(core, request, true); }
 
-Json Unmap(Core& core, const Request& request) { return SetMapping(core, request, false); }
+Json UnmapVlan(Core& core, const Request& request) { return SetMapping(core, request, false); }
 
 Json PassthroughJson(Core& core) {
   bool on = false;
@@ -107,11 +107,11 @@ Json SetPassthrough(Core& core, const Request& request) {
 }  // namespace
 
 void AddVlanMethods(Registry& registry) {
-  registry.Read("vlan.list", List);
-  registry.Change("vlan.add", Add);
-  registry.Change("vlan.remove", Remove);
-  registry.Change("vlan.map", Map);
-  registry.Change("vlan.unmap", Unmap);
+  registry.Read("vlan.list", ListVlans);
+  registry.Change("vlan.add", AddVlan);
+  registry.Change("vlan.remove", RemoveVlan);
+  registry.Change("vlan.map", MapVlan);
+  registry.Change("vlan.unmap", UnmapVlan);
   registry.Read("passthrough.show", ShowPassthrough);
   registry.Change("passthrough.set", SetPassthrough);
 }

@@ -4,8 +4,6 @@
 #include <poll.h>
 #include <sys/socket.h>
 
-#include "kwwand/wire/kept_room.h"
-
 namespace kor::host {
 
 namespace {
@@ -82,7 +80,7 @@ void Connection::Flush() {
       HangUp();
     }
   }
-  GiveBackRoom(output_);
+  ReleaseCapacity(output_);
 }
 
 short Connection::WantedEvents() const {

@@ -13,6 +13,8 @@
 
 namespace kor::host {
 
+using kor::tools::Fd;
+
 // One client: its socket, the lines on their way in and out, and its requests that are not answered yet.
 //
 // Bounded in every direction. A client that asks faster than it reads or than answers come is not read from until it

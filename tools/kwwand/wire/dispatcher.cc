@@ -2,19 +2,43 @@
 #include "kwwand/wire/dispatcher.h"
 
 #include <syslog.h>
+#include <unistd.h>
 
+#include <chrono>
 #include <limits>
 #include <utility>
 
 #include "common/result.h"
-#include "kwwand/wire/own_methods.h"
-#include "shared/nearest.h"
+#include "shared/suggestions.h"
 
 namespace kor::host {
 
 namespace {
 
 constexpr std::chrono::milliseconds kShortPatience{500};  // Enough for a DNS file to be written, not for a dead modem.
+
+constexpr char kMonitorStart[] = "monitor.start";  // Its answer is followed by events.
+
+void TakesNothing(const Request& request) {
+  if (request.params.empty()) return;
+  throw NotKnown(kInvalidParams, "argument", request.params.begin().key(), std::nullopt);
+}
+
+// The methods of the process itself.
+Methods BuiltinMethods() {
+  const auto start = std::chrono::steady_clock::now();
+  const auto version = [start](const Request& request) -> Json {
+    TakesNothing(request);
+    const auto uptime = std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - start);
+    return {{"kwwand", KWWAN_VERSION}, {"library", KWWAN_VERSION}, {"pid", getpid()}, {"uptime_s", uptime.count()}};
+  };
+  const auto monitor = [](const Request& request) {
+    TakesNothing(request);
+    return Json::object();
+  };
+  return {{"host.version", Access::kRead, Lane::kShort, version},
+          {kMonitorStart, Access::kRead, Lane::kShort, monitor}};
+}
 
 // Throws nothing. The answer's line.
 std::string Answer(const Method& method, const Json& id, const Request& request) {
@@ -32,7 +56,7 @@ std::string Answer(const Method& method, const Json& id, const Request& request)
 
 Dispatcher::Dispatcher(Methods methods, Mailbox& mailbox)
     : mailbox_(mailbox), short_(1, std::numeric_limits<size_t>::max()), waiting_(kMaxWaiting, kMaxWaiting) {
-  for (Method& method : MakeOwnMethods()) methods_.emplace(method.name, std::move(method));
+  for (Method& method : BuiltinMethods()) methods_.emplace(method.name, std::move(method));
   for (Method& method : methods) methods_.emplace(method.name, std::move(method));
 }
 

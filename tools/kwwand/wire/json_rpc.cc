@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "shared/nearest.h"
+#include "shared/suggestions.h"
 
 namespace kor::host {
 

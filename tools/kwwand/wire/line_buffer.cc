@@ -1,9 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kwwand/wire/line_buffer.h"
 
-#include "kwwand/wire/kept_room.h"
-
 namespace kor::host {
+
+namespace {
+
+constexpr size_t kKeptCapacity = 4 * 1024;  // Bytes.
+
+}  // namespace
+
+void ReleaseCapacity(std::string& emptied) {
+  if (emptied.capacity() > kKeptCapacity) emptied.shrink_to_fit();
+}
 
 void LineBuffer::Append(std::string_view bytes) {
   bytes_.erase(0, start_);
@@ -37,7 +45,7 @@ std::optional<LineBuffer::Line> LineBuffer::TakeTooLong() {
 void LineBuffer::Clear() {
   bytes_.clear();
   start_ = 0;
-  GiveBackRoom(bytes_);
+  ReleaseCapacity(bytes_);
 }
 
 }  // namespace kor::host

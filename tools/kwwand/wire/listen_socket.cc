@@ -44,14 +44,15 @@ void ClearPath(const std::string& path) {
   if (lstat(path.c_str(), &there) != 0) return;
   if (!S_ISSOCK(there.st_mode)) throw std::runtime_error(path + " is there and is no socket; it is left alone");
   if (IsServed(path)) throw std::runtime_error("another program serves " + path);
-  if (unlink(path.c_str()) != 0) throw SystemError(path);
+  if (unlink(path.c_str()) != 0) throw kor::tools::SystemError(path);
 }
 
 Fd Bind(const std::string& path) {
   const sockaddr_un address = AddressOf(path);
   Fd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  if (!fd.is_open()) throw SystemError("socket");
-  if (bind(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) throw SystemError(path);
+  if (!fd.is_open()) throw kor::tools::SystemError("socket");
+  if (bind(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0)
+    throw kor::tools::SystemError(path);
   return fd;
 }
 
@@ -66,9 +67,10 @@ const std::string& Prepared(const std::string& path) {
 
 // Nobody can connect before listen(): by then mode and group are right.
 void Listen(int fd, const std::string& path, mode_t mode, std::optional<gid_t> group) {
-  if (group && chown(path.c_str(), static_cast<uid_t>(-1), *group) != 0) throw SystemError(path + ": its group");
-  if (chmod(path.c_str(), mode) != 0) throw SystemError(path + ": its mode");
-  if (listen(fd, kBacklog) != 0) throw SystemError(path);
+  if (group && chown(path.c_str(), static_cast<uid_t>(-1), *group) != 0)
+    throw kor::tools::SystemError(path + ": its group");
+  if (chmod(path.c_str(), mode) != 0) throw kor::tools::SystemError(path + ": its mode");
+  if (listen(fd, kBacklog) != 0) throw kor::tools::SystemError(path);
 }
 
 }  // namespace

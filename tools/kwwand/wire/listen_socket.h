@@ -11,6 +11,8 @@
 
 namespace kor::host {
 
+using kor::tools::Fd;
+
 // A host's place: the socket at a path, and the lock that tells whether its host lives.
 //
 // The lock is a file beside the socket, PATH.lock, held for the length of the process: whoever gets it knows that a

@@ -6,7 +6,7 @@
 namespace kor::host {
 
 Mailbox::Mailbox() : event_fd_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-  if (!event_fd_.is_open()) throw SystemError("eventfd");
+  if (!event_fd_.is_open()) throw kor::tools::SystemError("eventfd");
 }
 
 void Mailbox::Post(Mail mail) {

@@ -12,6 +12,8 @@
 
 namespace kor::host {
 
+using kor::tools::Fd;
+
 // One line on its way from some thread to the clients.
 struct Mail {
   enum class Kind { kAnswer, kProgress, kEvent };

@@ -29,7 +29,7 @@ std::vector<gid_t> SupplementaryGroupsOf(int fd) {
 Peer PeerOf(int fd) {
   ucred credentials{};
   socklen_t size = sizeof(credentials);
-  if (getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0) throw SystemError("SO_PEERCRED");
+  if (getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0) throw kor::tools::SystemError("SO_PEERCRED");
   Peer peer{credentials.uid, SupplementaryGroupsOf(fd), credentials.pid};
   peer.groups.insert(peer.groups.begin(), credentials.gid);
   return peer;

@@ -32,7 +32,7 @@ bool Server::Round(int stop_fd) {
   for (const auto& [name, client] : clients_) fds.push_back({client.fd(), client.WantedEvents(), 0});
   if (poll(fds.data(), fds.size(), accept_paused_ ? kAcceptPauseMs : -1) < 0) {
     if (errno == EINTR) return true;
-    throw SystemError("poll");
+    throw kor::tools::SystemError("poll");
   }
   accept_paused_ = false;
   if (fds[0].revents != 0) return false;

@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "kwwand/host/results.h"
+#include "kwwand/host/words.h"
+
+#include <algorithm>
+#include <iterator>
 
 #include "kwwand/wire/method.h"
 #include "wwan/device_manager.h"
@@ -9,6 +12,9 @@ namespace kor::host {
 namespace {
 
 using kor::wwan::DeviceManager;
+
+constexpr kor::wwan::Tech kTechnologies[] = {kor::wwan::Tech::kUmts, kor::wwan::Tech::kLte, kor::wwan::Tech::kNr5g};
+constexpr std::string_view kTechnologyTexts[] = {"umts", "lte", "nr5g"};
 
 struct Meaning {
   kor::Result result;
@@ -29,6 +35,30 @@ constexpr Meaning kMeanings[] = {
 };
 
 }  // namespace
+
+std::string TechnologyText(kor::wwan::Tech technology) {
+  if (technology == kor::wwan::Tech::kAny) return "any";
+  std::string text;
+  for (size_t i = 0; i < std::size(kTechnologies); ++i) {
+    if ((static_cast<uint32_t>(technology) & static_cast<uint32_t>(kTechnologies[i])) == 0) continue;
+    text.append(text.empty() ? "" : "+").append(kTechnologyTexts[i]);
+  }
+  return text.empty() ? "unknown" : text;
+}
+
+std::optional<kor::wwan::Tech> ParseTechnology(std::string_view text) {
+  if (text == "any") return kor::wwan::Tech::kAny;
+  uint32_t bits = 0;
+  for (bool more = true; more;) {
+    const size_t plus = text.find('+');
+    more = plus != std::string_view::npos;
+    const auto* const found = std::find(std::begin(kTechnologyTexts), std::end(kTechnologyTexts), text.substr(0, plus));
+    if (found == std::end(kTechnologyTexts)) return std::nullopt;
+    bits |= static_cast<uint32_t>(kTechnologies[found - std::begin(kTechnologyTexts)]);
+    if (more) text.remove_prefix(plus + 1);
+  }
+  return static_cast<kor::wwan::Tech>(bits);
+}
 
 std::string ResultText(kor::Result result) {
   for (const Meaning& meaning : kMeanings) {

@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "kwwand/host/host.h"
+#include "kwwand/methods/registry.h"
 
 #include <exception>
-#include <utility>
 
 #include "common/result.h"
-#include "kwwand/host/core.h"
-#include "kwwand/methods/registry.h"
 
 namespace kor::host {
 
@@ -25,30 +22,12 @@ void Registry::Add(const char* name, Access access, Lane lane, Function function
   methods_.push_back({name, access, lane, run});
 }
 
-Host::Host(Options options, std::function<void(const Json& event)> sink)
-    : core_(std::make_shared<Core>(options, std::move(sink))) {}
-
-Host::~Host() { Stop(); }
-
-bool Host::Start(std::string& why) {
-  try {
-    core_->Start();
-    return true;
-  } catch (const std::exception& e) {
-    why = std::string("the modem cannot be reached: ") + e.what();
-    return false;
-  }
-}
-
-void Host::Stop() { core_->Stop(); }
-
-Methods Host::MakeMethods() {
-  Registry registry(core_);
+Methods MakeMethods(const std::shared_ptr<Core>& core) {
+  Registry registry(core);
   AddHostMethods(registry);
   AddCallMethods(registry);
   AddPolicyMethods(registry);
   AddProfileMethods(registry);
-  AddDnsMethods(registry);
   AddAtMethods(registry);
   AddLanMethods(registry);
   AddVlanMethods(registry);

@@ -3,11 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
 
-#include "kwwand/host/host.h"
+#include "kwwand/methods/registry.h"
 #include "simulator/sim_modem.h"
 #include "support/wait.h"
 
@@ -19,9 +20,8 @@ using kor::host::Json;
 class HostTest : public testing::Test {
  protected:
   HostTest() {
-    std::string why;
-    EXPECT_TRUE(host.Start(why)) << why;
-    methods = host.MakeMethods();
+    core->Start();
+    methods = MakeMethods(core);
   }
 
   // The result of a method or {"error":{"code","message","data"}}.
@@ -64,10 +64,12 @@ class HostTest : public testing::Test {
   kor::modem::SimModem& modem = kor::modem::SimModem::Get();
   std::mutex mutex;
   std::vector<Json> events;  // Guarded by mutex.
-  kor::host::Host host{{std::chrono::milliseconds(10), std::chrono::milliseconds(80)}, [this](const Json& event) {
-                         const std::lock_guard<std::mutex> lock(mutex);
-                         events.push_back(event);
-                       }};
+  const std::shared_ptr<kor::host::Core> core = std::make_shared<kor::host::Core>(
+      kor::host::Core::Options{std::chrono::milliseconds(10), std::chrono::milliseconds(80)},
+      [this](const Json& event) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        events.push_back(event);
+      });
   kor::host::Methods methods;
 };
 

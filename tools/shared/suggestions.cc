@@ -1,17 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-#pragma once
+#include "shared/suggestions.h"
 
 #include <algorithm>
-#include <optional>
-#include <string>
-#include <string_view>
 #include <utility>
-#include <vector>
 
 namespace kor::tools {
 
+namespace {
+
 // How many letters must be put in, left out, changed or swapped with their neighbour to make `b` of `a`.
-inline size_t Distance(std::string_view a, std::string_view b) {
+size_t Distance(std::string_view a, std::string_view b) {
   std::vector<std::vector<size_t>> d(a.size() + 1, std::vector<size_t>(b.size() + 1));
   for (size_t i = 0; i <= a.size(); ++i) {
     for (size_t j = 0; j <= b.size(); ++j) {
@@ -27,9 +25,18 @@ inline size_t Distance(std::string_view a, std::string_view b) {
   return d[a.size()][b.size()];
 }
 
-// The word that was probably meant: the closest of those that begin with `word` or differ in at most a third of its
-// letters (one in a short word). Nothing when none is near, or two are equally so.
-inline std::optional<std::string> Nearest(std::string_view word, const std::vector<std::string>& known) {
+}  // namespace
+
+std::string Listed(const std::vector<std::string>& words) {
+  std::string text;
+  for (size_t i = 0; i < words.size(); ++i) {
+    if (i > 0) text += i + 1 == words.size() ? " or " : ", ";
+    text += words[i];
+  }
+  return text;
+}
+
+std::optional<std::string> Nearest(std::string_view word, const std::vector<std::string>& known) {
   constexpr size_t kLongestWord = 64;  // Longer ones are no slip of the finger, and cost time.
   if (word.empty() || word.size() > kLongestWord) return std::nullopt;
   const size_t most = std::max<size_t>(1, word.size() / 3);
