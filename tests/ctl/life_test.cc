@@ -5,7 +5,7 @@
 #include <unistd.h>
 
 #include "ctl/command.h"
-#include "kwwanctl/text.h"
+#include "kwwanctl/table.h"
 #include "support/files.h"
 
 namespace kor::test {

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "kwwanctl/text.h"
+#include "kwwanctl/table.h"
 
 namespace kor::ctl {
 namespace {
@@ -30,7 +30,7 @@ std::string UsageWords(const Verb& verb) {
 }
 
 std::string ArgHelp(const Arg& arg) {
-  return arg.help + (arg.help.empty() || arg.takes.text.empty() ? "" : ": ") + arg.takes.text;
+  return arg.help + (arg.help.empty() || arg.type.text.empty() ? "" : ": ") + arg.type.text;
 }
 
 std::string FirstSentence(const std::string& text) {

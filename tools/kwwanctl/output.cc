@@ -8,8 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "kwwanctl/screens.h"
-#include "kwwanctl/text.h"
+#include "kwwanctl/table.h"
 
 namespace kor::ctl {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "kwwanctl/command_error.h"
-#include "kwwanctl/paint.h"
+#include "kwwanctl/table.h"
 
 namespace kor::ctl {
 

@@ -9,8 +9,8 @@
 #include <optional>
 
 #include "kwwanctl/command_error.h"
-#include "kwwanctl/ending.h"
-#include "kwwanctl/text.h"
+#include "kwwanctl/interrupt_watcher.h"
+#include "kwwanctl/table.h"
 
 namespace kor::ctl {
 namespace {
@@ -37,11 +37,12 @@ class NoEcho {
 };
 
 // Byte by byte: what follows the line is the next one's.
-std::string ReadLine(Ending& ending) {
+std::string ReadLine(InterruptWatcher& watcher) {
   std::string line;
   char c = 0;
   while (line.size() < kLongestLine) {
-    if (ending.Wait(STDIN_FILENO, std::nullopt) == Ending::Woken::kEnd) throw CommandError(kErrorFailure, "given up");
+    if (watcher.Wait(STDIN_FILENO, std::nullopt) == InterruptWatcher::Woken::kInterrupted)
+      throw CommandError(kErrorFailure, "given up");
     const ssize_t n = read(STDIN_FILENO, &c, 1);
     if (n == 1 && c == '\n') return line;
     if (n != 1 && line.empty()) throw CommandError(kErrorFailure, "standard input ended before the secret");
@@ -52,11 +53,11 @@ std::string ReadLine(Ending& ending) {
 }
 
 std::string AskFor(const std::string& prompt) {
-  Ending ending;  // Signals wait until the echo is back.
-  if (!isatty(STDIN_FILENO)) return ReadLine(ending);
+  InterruptWatcher watcher;  // Signals wait until the echo is back.
+  if (!isatty(STDIN_FILENO)) return ReadLine(watcher);
   const NoEcho no_echo;
   (void)fputs(prompt.c_str(), stderr);
-  return ReadLine(ending);
+  return ReadLine(watcher);
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -58,21 +57,17 @@ Json Parse(const std::string& line) {
 
 }  // namespace
 
-Session::~Session() {
-  if (fd_ >= 0) close(fd_);
-}
-
 void Session::Open() {
   const sockaddr_un address = Address(path_);
-  fd_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (fd_ < 0 || connect(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+  fd_ = kor::tools::Fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  if (!fd_.is_open() || connect(fd(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
     throw Unreachable(path_, errno);
   }
 }
 
 Json Session::Call(const std::string& method, const Json& params, Milliseconds limit, const Watcher& watcher) {
   const Time end = std::chrono::steady_clock::now() + limit;
-  if (fd_ < 0) Open();
+  if (!fd_.is_open()) Open();
   const int id = ++last_id_;
   Send(Json{{"jsonrpc", "2.0"}, {"id", id}, {"method", method}, {"params", params}}.dump() + '\n', end);
   return Await(id, end, watcher);
@@ -81,7 +76,7 @@ Json Session::Call(const std::string& method, const Json& params, Milliseconds l
 void Session::Send(const std::string& line, Time end) {
   for (size_t sent = 0; sent < line.size();) {
     if (!WaitUntil(POLLOUT, end)) throw CommandError(kErrorTimeout, "the host takes no request");
-    const ssize_t n = send(fd_, line.data() + sent, line.size() - sent, MSG_NOSIGNAL | MSG_DONTWAIT);
+    const ssize_t n = send(fd(), line.data() + sent, line.size() - sent, MSG_NOSIGNAL | MSG_DONTWAIT);
     if (n < 0 && errno != EAGAIN && errno != EINTR) return;  // Gone, maybe with a word of why: Await() reads it.
     if (n > 0) sent += static_cast<size_t>(n);
   }
@@ -103,13 +98,13 @@ Json Session::Await(int id, Time end, const Watcher& watcher) {
 
 bool Session::WaitUntil(short events, Time end) {
   const auto left = std::chrono::ceil<Milliseconds>(end - std::chrono::steady_clock::now());
-  pollfd ready{fd_, events, 0};
+  pollfd ready{fd(), events, 0};
   return poll(&ready, 1, static_cast<int>(std::max<int64_t>(left.count(), 0))) > 0;
 }
 
 void Session::Receive() {
   char part[16384];
-  const ssize_t n = recv(fd_, part, sizeof(part), MSG_DONTWAIT);
+  const ssize_t n = recv(fd(), part, sizeof(part), MSG_DONTWAIT);
   if (n == 0) Gone("the host closed the connection");
   if (n < 0 && errno != EAGAIN && errno != EINTR) Gone(std::string("the host is gone: ") + strerror(errno));
   if (n > 0) received_.append(part, static_cast<size_t>(n));

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "kwwanctl/command_error.h"
+#include "shared/fd.h"
 
 namespace kor::ctl {
 
@@ -34,7 +35,6 @@ class Session {
   using Watcher = std::function<void(const Notification*)>;
 
   explicit Session(std::string socket_path) : path_(std::move(socket_path)) {}
-  ~Session();
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
@@ -46,7 +46,7 @@ class Session {
   // The next notification if one is there already; never waits. Poll fd() for reading until there is.
   std::optional<Notification> Next();
 
-  int fd() const { return fd_; }  // -1 before the first use.
+  int fd() const { return fd_.get(); }  // -1 before the first use.
   const std::string& path() const { return path_; }
 
  private:
@@ -62,7 +62,7 @@ class Session {
   [[noreturn]] void Gone(const std::string& why);
 
   std::string path_;
-  int fd_ = -1;
+  kor::tools::Fd fd_;
   int last_id_ = 0;
   std::string received_;  // What has come and is not taken yet.
   size_t searched_ = 0;   // The part of it that is known to hold no line end.

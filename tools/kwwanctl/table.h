@@ -1,14 +1,67 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "kwwanctl/command_error.h"
-#include "kwwanctl/paint.h"
+#include "shared/escape.h"
 
 namespace kor::ctl {
+
+using kor::tools::Escape;
+using kor::tools::EscapeLines;
+using kor::tools::IsUtf8;
+using kor::tools::TakeCharacter;
+
+// Columns that escaped text takes on a terminal: none for what combines with the character before, two for wide ones.
+size_t DisplayWidth(std::string_view text);
+
+// `text` with blanks up to `width` columns.
+std::string Pad(const std::string& text, size_t width);
+
+enum class Colour { kNone, kGood, kWarning, kBad, kFaint, kHeading };
+
+// Colours of a terminal, or their absence. Any thread.
+class Paint {
+ public:
+  explicit Paint(bool on) : on_(on) {}
+
+  std::string operator()(Colour colour, const std::string& text) const {
+    return on_ && colour != Colour::kNone && !text.empty() ? Code(colour) + text + "\x1b[0m" : text;
+  }
+
+ private:
+  static std::string Code(Colour colour) {
+    switch (colour) {
+      case Colour::kGood:
+        return "\x1b[32m";
+      case Colour::kWarning:
+        return "\x1b[33m";
+      case Colour::kBad:
+        return "\x1b[31m";
+      case Colour::kFaint:
+        return "\x1b[2m";
+      case Colour::kHeading:
+        return "\x1b[1m";
+      case Colour::kNone:
+        break;
+    }
+    return "";
+  }
+
+  bool on_;
+};
+
+// The member of an object, null when it is absent or the object is none.
+Json Member(const Json& object, const std::string& name);
+
+// "1.5 s"
+std::string Seconds(int64_t milliseconds);
 
 // A value of a result as people read it, escaped: "-" for null and empty texts, "yes" and "no", one
 // decimal, lists with ", ".

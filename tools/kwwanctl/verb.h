@@ -2,19 +2,42 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "kwwanctl/context.h"
-#include "kwwanctl/takes.h"
+#include "kwwanctl/arg_type.h"
+#include "kwwanctl/output.h"
+#include "kwwanctl/session.h"
 
 namespace kor::ctl {
+
+// What the commands of one run share. The options are read once the command line has been parsed.
+struct Context {
+  GlobalOptions options;
+  Output out{options};
+
+  Session& session() {
+    if (!session_) session_ = std::make_unique<Session>(options.socket);
+    return *session_;
+  }
+
+  // Asks the host and shows the answer.
+  int Ask(const std::string& method, const Json& params, const Render& render,
+          Session::Milliseconds limit = Session::kAnswerLimit) {
+    out.Show(session().Call(method, params, limit), render);
+    return kDone;
+  }
+
+ private:
+  std::unique_ptr<Session> session_;
+};
 
 // One argument of a verb. "INDEX" is told by its place, "--start" and "-4" by their names.
 struct Arg {
   std::string name;
   std::string key;  // The member of the request's params that it sets.
-  Takes takes;
+  ArgType type;
   std::string help;        // One sentence.
   std::string value = "";  // What stands for an option's value in the help: "ADDRESS". Empty for flags and places.
   bool required = false;
@@ -39,16 +62,19 @@ struct Verb {
   Render render = nullptr;
   std::vector<std::string> one_of = {};  // Names of arguments of which exactly one must be there.
   bool watch = false;                    // Takes --watch [SECONDS].
+  bool all_words = false;                // Whatever follows is its own, options too; params is {"words":[..]}.
   Session::Milliseconds limit = Session::kAnswerLimit;
   Action action = nullptr;  // Instead of `method` and `render`.
 };
 
-// Adds an object with verbs ("policy list"), or a verb that stands alone ("status").
-void AddObject(CLI::App& app, Context& context, const std::string& name, const std::string& help,
-               const std::vector<Verb>& verbs);
-void AddVerb(CLI::App& parent, Context& context, const Verb& verb);
+// What stands first on the command line: an object with verbs ("policy list"), or a verb alone ("status"), which is
+// then the only one and has the object's name.
+struct Object {
+  std::string name;
+  std::string help;
+  std::vector<Verb> verbs;
+};
 
-// Asks the host and shows the answer.
-int AskAndShow(Context& context, const Verb& verb, const Json& params);
+inline Object Alone(const Verb& verb) { return {verb.name, verb.help, {verb}}; }
 
 }  // namespace kor::ctl

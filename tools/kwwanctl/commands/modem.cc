@@ -1,13 +1,70 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <CLI/CLI.hpp>
+// at, sim, pin, modem
+#include <functional>
 
-#include "kwwanctl/commands.h"
-#include "kwwanctl/help.h"
-#include "kwwanctl/screens.h"
-#include "kwwanctl/text.h"
+#include "kwwanctl/commands/commands.h"
+#include "kwwanctl/secret.h"
+#include "kwwanctl/table.h"
 
 namespace kor::ctl {
+
 namespace {
+
+// For answers that say no more than that it is done.
+std::string NoText(const Json&, const Paint&) { return ""; }
+
+void AddClaim(Table& table, const Json& command) {
+  const std::string state = ToText(Member(command, "state"));
+  const Colour colour = state == "registered" ? Colour::kGood : state == "refused" ? Colour::kBad : Colour::kWarning;
+  const Json run = Member(command, "run");
+  table.Add({Member(command, "name"),
+             {state, colour},
+             Member(command, "served"),
+             run.is_null() ? "answers" : "runs",
+             run.is_null() ? Member(command, "answer") : run});
+}
+
+std::string ClaimsText(const Json& result, const Paint& paint) {
+  Table table({"NAME", "STATE", "SERVED", "HOW", "TEXT"});
+  for (const Json& command : Member(result, "commands")) AddClaim(table, command);
+  return table.Text(paint, "No AT command is claimed.");
+}
+
+std::string ClaimedText(const Json& command, const Paint& paint) {
+  return ClaimsText(Json{{"commands", Json::array({command})}}, paint);
+}
+
+std::string PowerText(const Json& sim, const Paint&) {
+  return "SIM " + ToText(Member(sim, "slot")) + ": power " + ToText(Member(sim, "power")) + '\n';
+}
+
+std::string PinText(const Json& pin, const Paint&) { return "PIN: " + ToText(Member(pin, "status")) + '\n'; }
+
+Verb PowerVerb(const std::string& name, const std::string& help) {
+  Verb verb{name, help, {{"SLOT", "slot", Number(1, 8), "The slot; 1 unless said otherwise"}}, {}};
+  verb.examples = {{"sim " + name, "slot 1"}, {"sim " + name + " 2", "slot 2"}};
+  verb.action = [name](Context& context, Json params) -> int {
+    if (!params.contains("slot")) params["slot"] = 1;
+    return context.Ask("sim." + name, params, PowerText);
+  };
+  return verb;
+}
+
+// A verb that needs PINs; `read` adds them to the params.
+Verb PinVerb(const std::string& name, const std::string& help, const std::function<void(Json& params)>& read) {
+  Verb verb{name,
+            help + " PINs are asked for, or read from standard input, a line each.",
+            {{"--pin2", "pin_id", Flag(2), "PIN2 instead of PIN1"}},
+            {{"pin " + name, "asks"}, {"pin " + name + " < FILE", "reads"}},
+            "",
+            nullptr};
+  verb.action = [name, read](Context& context, Json params) -> int {
+    if (!params.contains("pin_id")) params["pin_id"] = 1;
+    read(params);
+    return context.Ask("pin." + name, params, PinText);
+  };
+  return verb;
+}
 
 // A word as the scenario language reads it back.
 std::string Quoted(const std::string& word) {
@@ -38,22 +95,68 @@ std::string ReplyText(const Json& reply, const Paint&) {
 
 }  // namespace
 
-void AddModem(CLI::App& app, Context& context) {
-  const Verb verb{"modem",
-                  "Commands of the simulated modem.",
-                  {{"WORD...", "line", Text("a command and its arguments"), "One command", "", true}},
-                  {{"modem help", "all commands"}, {"modem drop 100 4", "the network takes a call down"}},
-                  "modem.run",
-                  ReplyText};
-  CLI::App* modem = app.add_subcommand(verb.name, verb.help);
-  modem->prefix_command();
-  modem->callback([modem, &context, verb] {
-    context.Choose([modem, &context, verb] {
-      return AskAndShow(context, verb, Json{{"line", Line(modem->remaining())}});
-    });
-  });
-  modem->formatter_fn(
-      [verb](const CLI::App*, const std::string&, CLI::AppFormatMode) { return VerbHelp("kwwanctl modem", verb); });
+Object AtCommands() {
+  const Arg name{"NAME", "name", Text("a name like +KWPING"), "The AT command", "", true};
+  const Arg run{"--run", "run", Text("a shell command"), "Runs this and answers with what it writes", "COMMAND"};
+  const Arg answer{"--answer", "answer", Text("a text"), "Answers this", "TEXT"};
+  const Arg text{"TEXT", "text", Text("a text"), "What the terminals show", "", true};
+  Verb claim{
+      "claim",
+      "Serves an AT command from now on.",
+      {name, run, answer},
+      {{"at claim +KWPING --answer \"+KWPING: pong\"", ""}, {"at claim +KWLOAD --run \"cat /proc/loadavg\"", ""}},
+      "at.claim",
+      ClaimedText};
+  claim.one_of = {"--run", "--answer"};
+  return {"at",
+          "AT commands that the host serves.",
+          {{"list", "Every claimed command and what became of it.", {}, {}, "at.list", ClaimsText},
+           claim,
+           {"release",
+            "Takes a claim back. The modem keeps the name; its commands fail until it is claimed anew.",
+            {name},
+            {{"at release +KWPING", ""}},
+            "at.release",
+            NoText},
+           {"notify",
+            "Shows a text on the AT terminals, unasked.",
+            {text},
+            {{"at notify \"+KWUP: 1\"", ""}},
+            "at.notify",
+            NoText},
+           {"ready", "Tells the modem that all commands are claimed.", {}, {}, "at.ready", NoText}}};
+}
+
+Object SimCommands() {
+  return {"sim",
+          "The power of the SIM card.",
+          {PowerVerb("on", "Gives it power."), PowerVerb("off", "Takes the power away; calls go down.")}};
+}
+
+Object PinCommands() {
+  const auto one = [](Json& params) { params["pin"] = ReadPin("PIN: "); };
+  const auto two = [](Json& params) {
+    params["old_pin"] = ReadPin("Old PIN: ");
+    params["new_pin"] = ReadNewPin("New PIN: ");
+  };
+  return {"pin",
+          "The PINs of the SIM card. Never arguments: others would see them.",
+          {{"status", "Whether the PIN is wanted.", {}, {}, "pin.status", PinText},
+           PinVerb("lock", "Switches the lock on: the PIN is wanted whenever the card gets power.", one),
+           PinVerb("unlock", "Switches the lock off.", one),
+           PinVerb("change", "Changes the PIN.", two)}};
+}
+
+Object ModemCommand() {
+  Verb verb{"modem",
+            "Commands of the simulated modem.",
+            {{"WORD...", "words", Text("a command and its arguments"), "One command", "", true}},
+            {{"modem help", "all commands"}, {"modem drop 100 4", "the network takes a call down"}}};
+  verb.all_words = true;
+  verb.action = [](Context& context, const Json& params) -> int {
+    return context.Ask("modem.run", Json{{"line", Line(params.at("words"))}}, ReplyText);
+  };
+  return Alone(verb);
 }
 
 }  // namespace kor::ctl

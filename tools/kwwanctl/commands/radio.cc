@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
+// radio, sms
 #include <cstdio>
 
-#include "kwwanctl/commands.h"
-#include "kwwanctl/screens.h"
+#include "kwwanctl/commands/commands.h"
 #include "kwwanctl/table.h"
-#include "kwwanctl/verb.h"
 
 namespace kor::ctl {
+
 namespace {
 
 constexpr std::chrono::minutes kScanLimit{5};
@@ -71,18 +71,74 @@ Verb Watched(const std::string& name, const std::string& help, const Render& ren
   return verb;
 }
 
+ArgType Classes() {
+  return Words({{"class-0", "class 0"},
+                {"class-1", "class 1"},
+                {"class-2", "class 2"},
+                {"class-3", "class 3"},
+                {"none", "none"},
+                {"cdma", "cdma"}});
+}
+
+std::string RoutesText(const Json& result, const Paint& paint) {
+  Table table({"CLASS", "STORAGE", "ACTION"});
+  for (const Json& route : Member(result, "routes")) {
+    table.Add({Member(route, "class"), Member(route, "storage"), Member(route, "action")});
+  }
+  return table.Text(paint, "There is no route.");
+}
+
+std::string StorageText(const Json& storage, const Paint&) {
+  return "Storage " + ToText(Member(storage, "storage")) + ": " + ToText(Member(storage, "used")) + " of " +
+         ToText(Member(storage, "capacity")) + " messages\n";
+}
+
+int ShowStorage(Context& context, const Json& params) {
+  const Json asked{{"storage", params.value("storage", "sim")}};
+  return context.Ask("sms.storage", asked, StorageText);
+}
+
 }  // namespace
 
-void AddRadio(CLI::App& app, Context& context) {
+Object RadioCommands() {
   Verb scan{"scan",       "Searches for networks. Takes up to minutes; calls may stand still meanwhile.",
             {},           {},
             "radio.scan", ScanText};
   scan.limit = kScanLimit;
-  AddObject(app, context, "radio", "The radio network: what the modem hears.",
-            {scan, Watched("signal", "How well the modem hears what serves it.", SignalText),
-             Watched("cell", "The cell that serves the modem, and its neighbours.", CellText),
-             Watched("errors", "Error rates of what is received.", ErrorsText),
-             Watched("system", "Registration: the network, roaming, attachment.", RecordText)});
+  return {"radio",
+          "The radio network: what the modem hears.",
+          {scan, Watched("signal", "How well the modem hears what serves it.", SignalText),
+           Watched("cell", "The cell that serves the modem, and its neighbours.", CellText),
+           Watched("errors", "Error rates of what is received.", ErrorsText),
+           Watched("system", "Registration: the network, roaming, attachment.", RecordText)}};
+}
+
+Object SmsCommands() {
+  const Arg its_class{"CLASS", "class", Classes(), "Class of the messages", "", true};
+  const Arg storage{"STORAGE", "storage", OneOf({"sim", "device", "none"}), "Where they are kept", "", true};
+  const Arg action{"ACTION",
+                   "action",
+                   OneOf({"discard", "store-and-notify", "transfer-only", "transfer-and-ack"}),
+                   "What becomes of them",
+                   "",
+                   true};
+  Verb show_storage{"storage",
+                    "How full a storage is.",
+                    {{"STORAGE", "storage", OneOf({"sim", "device"}), "Which; sim unless said otherwise"}},
+                    {{"sms storage device", ""}},
+                    "",
+                    nullptr};
+  show_storage.action = ShowStorage;
+  return {"sms",
+          "Which way short messages go.",
+          {{"routes", "The route of each class of messages.", {}, {}, "sms.routes", RoutesText},
+           {"route",
+            "Sends a class of messages another way.",
+            {its_class, storage, action},
+            {{"sms route class-1 device store-and-notify", ""}},
+            "sms.route",
+            RoutesText},
+           show_storage}};
 }
 
 }  // namespace kor::ctl

@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "kwwanctl/commands.h"
+#include "kwwanctl/commands/commands.h"
 #include "kwwanctl/doctor/gather.h"
 #include "kwwanctl/doctor/judge.h"
 #include "kwwanctl/doctor/query.h"
-#include "kwwanctl/text.h"
+#include "kwwanctl/table.h"
 #include "kwwanctl/verb.h"
 
 namespace kor::ctl {
@@ -40,7 +40,7 @@ Json ToJson(const std::vector<Finding>& findings) {
   return {{"problems", problems}, {"findings", all}};
 }
 
-Colour ColourOf(const std::string& verdict) {
+Colour VerdictColour(const std::string& verdict) {
   if (verdict == "ok") return Colour::kGood;
   return verdict == "problem" ? Colour::kBad : Colour::kWarning;
 }
@@ -68,8 +68,8 @@ std::string Screen(const Json& result, const Paint& paint) {
   std::string text;
   for (const Json& finding : result.at("findings")) {
     const auto verdict = finding.at("verdict").get<std::string>();
-    text +=
-        paint(ColourOf(verdict), Pad(verdict, kVerdictWidth)) + Pad(finding.at("name").get<std::string>(), kNameWidth);
+    text += paint(VerdictColour(verdict), Pad(verdict, kVerdictWidth)) +
+            Pad(finding.at("name").get<std::string>(), kNameWidth);
     text += finding.at("seen").get<std::string>() + '\n';
     text += Paragraph("  why it matters", finding.at("why").get<std::string>());
     text += Paragraph("  what to do", finding.at("do").get<std::string>());
@@ -80,7 +80,7 @@ std::string Screen(const Json& result, const Paint& paint) {
          (problems == 1 ? " problem.\n" : " problems; begin with the first.\n");
 }
 
-Takes HostName() {
+ArgType HostName() {
   return {"a host name", {}, [](const std::string& word) -> std::optional<Json> {
             const auto bad =
                 word.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_.");
@@ -97,7 +97,7 @@ int Examine(Context& context, const Json& params) {
 
 }  // namespace
 
-void AddDoctor(CLI::App& app, Context& context) {
+Object DoctorCommand() {
   Verb verb;
   verb.name = "doctor";
   verb.help =
@@ -107,7 +107,7 @@ void AddDoctor(CLI::App& app, Context& context) {
   verb.examples = {{"doctor", "look, and ask for a harmless name"},
                    {"doctor --name portal.carrier.example", "ask for a name of the network's own"}};
   verb.action = Examine;
-  AddVerb(app, context, verb);
+  return Alone(verb);
 }
 
 }  // namespace kor::ctl

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "kwwanctl/doctor/judge.h"
-#include "kwwanctl/doctor/processes.h"
 #include "kwwanctl/doctor/query.h"
 #include "kwwanctl/session.h"
 

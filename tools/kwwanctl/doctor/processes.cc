@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "kwwanctl/doctor/processes.h"
-
 #include <fcntl.h>
 #include <sys/inotify.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -12,6 +9,9 @@
 #include <map>
 #include <sstream>
 #include <system_error>
+
+#include "kwwanctl/doctor/gather.h"
+#include "shared/fd.h"
 
 namespace kor::ctl::doctor {
 
@@ -78,14 +78,10 @@ std::set<std::string> WatchedInodes(const std::string& fdinfo) {
 // The inode at `path` in the words of fdinfo: asked of the kernel by a watch of our own, so that it is the same on
 // every kind of file system. Empty when it cannot be watched.
 std::string InodeAt(const char* path) {
-  const int fd = inotify_init1(IN_CLOEXEC);
-  std::string inode;
-  if (fd >= 0 && inotify_add_watch(fd, path, IN_DELETE_SELF) >= 0) {
-    const std::set<std::string> inodes = WatchedInodes("/proc/self/fdinfo/" + std::to_string(fd));
-    if (!inodes.empty()) inode = *inodes.begin();
-  }
-  if (fd >= 0) close(fd);
-  return inode;
+  const kor::tools::Fd fd(inotify_init1(IN_CLOEXEC));
+  if (!fd.is_open() || inotify_add_watch(fd.get(), path, IN_DELETE_SELF) < 0) return "";
+  const std::set<std::string> inodes = WatchedInodes("/proc/self/fdinfo/" + std::to_string(fd.get()));
+  return inodes.empty() ? "" : *inodes.begin();
 }
 
 std::string CommandOf(const std::string& folder) {

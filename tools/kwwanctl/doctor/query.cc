@@ -5,12 +5,13 @@
 #include <netdb.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <memory>
 #include <sstream>
+
+#include "shared/fd.h"
 
 namespace kor::ctl::doctor {
 
@@ -27,48 +28,39 @@ constexpr unsigned char kCodeOfBits = 0x0f;                           // In the 
 constexpr char kRecursionDesired[] = {1, 0, 0, 1, 0, 0, 0, 0, 0, 0};  // Flags, one question, nothing else.
 constexpr char kTypeAClassIn[] = {0, 1, 0, 1};
 
-// A socket connected to port 53 of `server`, so that a refusal is told. -1 and errno when there is none.
-int ConnectTo(const std::string& server) {
+// A socket connected to port 53 of `server`, so that a refusal is told. None, with errno, when it cannot be had.
+kor::tools::Fd ConnectTo(const std::string& server) {
   addrinfo hints{};
   hints.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV;
   hints.ai_socktype = SOCK_DGRAM;
-  addrinfo* address = nullptr;
+  addrinfo* found = nullptr;
   errno = EINVAL;
-  if (getaddrinfo(server.c_str(), "53", &hints, &address) != 0) return -1;
-  int fd = socket(address->ai_family, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-  if (fd >= 0 && connect(fd, address->ai_addr, address->ai_addrlen) != 0) {
-    const int error = errno;
-    close(fd);
-    fd = -1;
-    errno = error;
-  }
-  const int error = errno;
-  freeaddrinfo(address);
-  errno = error;
-  return fd;
+  if (getaddrinfo(server.c_str(), "53", &hints, &found) != 0) return {};
+  const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> address(found, freeaddrinfo);
+  kor::tools::Fd fd(socket(address->ai_family, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  if (fd.is_open() && connect(fd.get(), address->ai_addr, address->ai_addrlen) == 0) return fd;
+  return {};  // Neither close() nor free() that succeeds changes errno.
 }
 
 // One question under way.
 class Question {
  public:
   Question(Reply& reply, const std::string& query) : reply_(reply), query_(query), fd_(ConnectTo(reply.server)) {
-    const bool sent = fd_ >= 0 && send(fd_, query.data(), query.size(), 0) == static_cast<ssize_t>(query.size());
+    const bool sent =
+        fd_.is_open() && send(fd_.get(), query.data(), query.size(), 0) == static_cast<ssize_t>(query.size());
     reply_.error = sent ? ETIMEDOUT : errno;
     open_ = sent;
-  }
-  ~Question() {
-    if (fd_ >= 0) close(fd_);
   }
   Question(const Question&) = delete;
   Question& operator=(const Question&) = delete;
 
   bool open() const { return open_; }
-  int fd() const { return open_ ? fd_ : -1; }
+  int fd() const { return open_ ? fd_.get() : -1; }
 
   // Takes what has come: an answer to this question, or the news that there will be none.
   void Read(steady_clock::time_point asked) {
     char answer[512] = {};
-    const ssize_t size = recv(fd_, answer, sizeof(answer), 0);
+    const ssize_t size = recv(fd_.get(), answer, sizeof(answer), 0);
     if (size < 0 && errno == EAGAIN) return;
     if (size >= 0 && !IsMine(answer, static_cast<size_t>(size))) return;
     open_ = false;
@@ -85,7 +77,7 @@ class Question {
 
   Reply& reply_;
   const std::string& query_;
-  const int fd_;
+  const kor::tools::Fd fd_;
   bool open_ = false;
 };
 

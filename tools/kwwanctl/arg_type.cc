@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "kwwanctl/takes.h"
+#include "kwwanctl/arg_type.h"
 
 #include <charconv>
 
 #include "common/addresses.h"
-#include "kwwanctl/text.h"
+#include "shared/escape.h"
 
 namespace kor::ctl {
 
-Takes Number(int64_t min, int64_t max) {
+ArgType Number(int64_t min, int64_t max) {
   return {"a number from " + std::to_string(min) + " to " + std::to_string(max),
           {},
           [min, max](const std::string& word) -> std::optional<Json> {
@@ -20,42 +20,42 @@ Takes Number(int64_t min, int64_t max) {
           }};
 }
 
-Takes Text(const std::string& what) {
+ArgType Text(const std::string& what) {
   return {what, {}, [](const std::string& word) -> std::optional<Json> {
-            if (word.empty() || !IsUtf8(word)) return std::nullopt;
+            if (word.empty() || !kor::tools::IsUtf8(word)) return std::nullopt;
             return word;
           }};
 }
 
-Takes Words(const std::vector<std::pair<std::string, Json>>& words) {
-  Takes takes;
-  for (const auto& entry : words) takes.words.push_back(entry.first);
-  takes.text = Listed(takes.words);
-  takes.parse = [words](const std::string& word) -> std::optional<Json> {
+ArgType Words(const std::vector<std::pair<std::string, Json>>& words) {
+  ArgType type;
+  for (const auto& entry : words) type.words.push_back(entry.first);
+  type.text = Listed(type.words);
+  type.parse = [words](const std::string& word) -> std::optional<Json> {
     for (const auto& [known, value] : words) {
       if (known == word) return value;
     }
     return std::nullopt;
   };
-  return takes;
+  return type;
 }
 
-Takes OneOf(const std::vector<std::string>& words) {
+ArgType OneOf(const std::vector<std::string>& words) {
   std::vector<std::pair<std::string, Json>> same;
   for (const std::string& word : words) same.emplace_back(word, word);
   return Words(same);
 }
 
-Takes OnOff() { return Words({{"on", true}, {"off", false}}); }
+ArgType OnOff() { return Words({{"on", true}, {"off", false}}); }
 
-Takes Address() {
+ArgType Address() {
   return {"an IPv4 address like 192.168.2.1", {}, [](const std::string& word) -> std::optional<Json> {
             if (!kor::util::ParseIpv4(word)) return std::nullopt;
             return word;
           }};
 }
 
-Takes Flag(const Json& value) {
+ArgType Flag(const Json& value) {
   return {"", {}, [value](const std::string&) { return std::optional<Json>(value); }};
 }
 
