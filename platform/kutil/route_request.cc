@@ -17,11 +17,6 @@ namespace {
 constexpr int kDumpAttempts = 8;  // The last one counts though links changed during it, too.
 constexpr int kAnswerMs = 1000;   // An answer is there when the request returns; a guard against a hang.
 
-bool Fail(int error) {
-  errno = error;
-  return false;
-}
-
 template <typename T>
 void Append(std::string& bytes, const T& value) {
   bytes.append(reinterpret_cast<const char*>(&value), sizeof(value));
@@ -62,7 +57,10 @@ bool Ask(uint16_t type, uint16_t flags, const std::string& body, std::vector<Rou
     for (RouteMessage& message : messages) {
       interrupted = interrupted || message.interrupted;
       if (message.kind == RouteMessage::Kind::kDone) return true;
-      if (message.kind == RouteMessage::Kind::kRefused) return Fail(EIO);
+      if (message.kind == RouteMessage::Kind::kRefused) {
+        errno = EIO;
+        return false;
+      }
       answer.push_back(std::move(message));
     }
   }

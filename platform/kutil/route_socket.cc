@@ -14,11 +14,6 @@ namespace {
 
 constexpr size_t kDatagramSize = 64 * 1024;  // Twice what the kernel puts into one answer.
 
-bool Fail(int error) {
-  errno = error;
-  return false;
-}
-
 }  // namespace
 
 RouteSocket::~RouteSocket() {
@@ -36,7 +31,8 @@ bool RouteSocket::Open(uint32_t groups, int receive_buffer) {
   if (bind(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0) return true;
   const int error = errno;
   close(std::exchange(fd_, -1));
-  return Fail(error);
+  errno = error;
+  return false;
 }
 
 RouteSocket::Status RouteSocket::Receive(std::vector<RouteMessage>& messages) {

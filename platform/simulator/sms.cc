@@ -12,14 +12,14 @@ namespace {
 
 using namespace kor::util;
 using Storage = kor::wwan::SmsManager::MessageStorage;
-using Action = kor::wwan::SmsManager::ReceiptAction;
+using Receipt = kor::wwan::SmsManager::ReceiptAction;
 
 // What is stored needs a storage; what is not stored needs none, and may name one.
 bool IsRoute(const kor::wwan::SmsManager::RouteInfo& route) {
   const bool stores = route.storage == Storage::kSim || route.storage == Storage::kDevice;
-  return route.action == Action::kStoreAndNotify
+  return route.action == Receipt::kStoreAndNotify
              ? stores
-             : (stores || route.storage == Storage::kNone) && route.action <= Action::kTransferAndAck;
+             : (stores || route.storage == Storage::kNone) && route.action <= Receipt::kTransferAndAck;
 }
 
 std::string Number(Storage storage) { return std::to_string(static_cast<uint32_t>(storage)); }
@@ -59,16 +59,16 @@ bool Sms::Receive(Class message_class, const std::string& sender, const std::str
   MutexLock lock(mutex_);
   if (index >= routes_.size()) return false;
   const Route& route = routes_[index];
-  if (route.action == Action::kDiscard) return true;
+  if (route.action == Receipt::kDiscard) return true;
   EventDic ev;
-  if (route.action == Action::kStoreAndNotify) {
+  if (route.action == Receipt::kStoreAndNotify) {
     ev = StoreLocked(route.storage);
   } else {
     ev.event = kEvtSmsReceived;
     ev.params[kParamSmsText] = text;
   }
   ev.params[kParamSmsSender] = sender;
-  if (route.action == Action::kTransferOnly) {
+  if (route.action == Receipt::kTransferOnly) {
     const uint32_t id = ++last_ack_;
     ev.params[kParamSmsAck] = std::to_string(id);
     unacknowledged_[id] = ev;
