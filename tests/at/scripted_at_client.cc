@@ -2,13 +2,11 @@
 #include "at/scripted_at_client.h"
 
 #include <atomic>
-#include <chrono>
 #include <stdexcept>
 #include <utility>
 
 #include "common/vendor/ats_qmi_client.h"
 #include "common/vendor/m2m_qmi_client.h"
-#include "support/wait.h"
 
 namespace kor::test {
 
@@ -31,20 +29,6 @@ Record AtClient::others;
 std::function<int(const std::list<std::string>&)> AtClient::on_request;
 std::function<void(const Command&, const std::string&)> AtClient::on_answer;
 bool AtClient::m2m_reachable = true;
-
-void Record::Add(std::string line) {
-  kor::util::MutexLock lock(mutex_);
-  lines_.push_back(std::move(line));
-  cond_.Signal();
-}
-
-Lines Record::Take(size_t count) {
-  const int64_t limit_us = std::chrono::microseconds(kLongEnough).count();
-  kor::util::MutexLock lock(mutex_);
-  while (lines_.size() < count && cond_.WaitUntil(mutex_, limit_us) == kor::Result::kSuccess) {
-  }
-  return std::exchange(lines_, {});
-}
 
 void AtClient::Reset() {
   on_request = nullptr;

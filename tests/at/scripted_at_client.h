@@ -6,8 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "common/condition.h"
-#include "common/mutex.h"
+#include "support/inbox.h"
 #include "wwan/at_manager.h"
 
 namespace kor::test {
@@ -16,19 +15,7 @@ using kor::wwan::AtManager;
 using Command = AtManager::Command;
 using Lines = std::vector<std::string>;
 
-// Lines that several threads write and a test takes, step by step.
-class Record {
- public:
-  void Add(std::string line);
-
-  // Waits until there are so many lines and takes them all; fewer when that takes too long.
-  Lines Take(size_t count);
-
- private:
-  kor::util::Mutex mutex_;
-  kor::util::Condition cond_;
-  Lines lines_ KOR_GUARDED_BY(mutex_);
-};
+using Record = Inbox<std::string>;
 
 // Other definitions of the AT and M2M clients, linked in their place: a test forwards commands through them, scripts
 // what the modem says to a request, and reads what it was sent.

@@ -54,8 +54,7 @@ Words Split(const std::string& line) {
   return words;
 }
 
-Command::Command(const std::string& line, Over over, const char* program) {
-  const Words words = Split(line);
+Command::Command(const Words& words, Over over, const char* program) {
   if (over == Over::kTerminal) {
     pid_ = forkpty(&out_, nullptr, nullptr, nullptr);
     if (pid_ == 0) Become(program, words);
@@ -102,20 +101,28 @@ std::string Command::ReadTo(const std::string& text) {
   return outcome_.out;
 }
 
-bool Command::HasSaid(const std::string& text) {
-  while (Readable(out_, std::chrono::milliseconds(0)) && ReadSome(out_, outcome_.out)) {
+void Command::ReadWhatIsThere() {
+  constexpr std::chrono::milliseconds kNow(0);
+  while (Readable(out_, kNow) && ReadSome(out_, outcome_.out)) {
   }
+  while (Readable(err_, kNow) && ReadSome(err_, outcome_.err)) {
+  }
+}
+
+bool Command::HasSaid(const std::string& text) {
+  ReadWhatIsThere();
   return outcome_.out.find(text) != std::string::npos;
 }
 
 Outcome Command::Wait() {
-  while (ReadSome(out_, outcome_.out)) {
-  }
-  while (ReadSome(err_, outcome_.err)) {
-  }
   int status = -1;
-  if (!Eventually([&] { return waitpid(pid_, &status, WNOHANG) == pid_; })) return {-1, "it does not end", ""};
+  const bool ended = Eventually([&] {
+    ReadWhatIsThere();
+    return waitpid(pid_, &status, WNOHANG) == pid_;
+  });
+  if (!ended) return {-1, "it does not end", ""};
   pid_ = -1;
+  ReadWhatIsThere();  // A child of its may hold its outputs open for long.
   outcome_.status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
   return outcome_;
 }

@@ -29,7 +29,9 @@ class Command {
  public:
   enum class Over { kPipes, kTerminal };
 
-  explicit Command(const std::string& line, Over over = Over::kPipes, const char* program = KWWANCTL);
+  explicit Command(const std::string& line, Over over = Over::kPipes, const char* program = KWWANCTL)
+      : Command(Split(line), over, program) {}
+  Command(const Words& words, Over over, const char* program);
   ~Command();
   Command(const Command&) = delete;
   Command& operator=(const Command&) = delete;
@@ -51,6 +53,7 @@ class Command {
  private:
   void Close(int& fd);
   bool ReadSome(int& fd, std::string& text);
+  void ReadWhatIsThere();
 
   pid_t pid_ = -1;
   int in_ = -1;

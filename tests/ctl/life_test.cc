@@ -73,11 +73,11 @@ TEST(Life, HostileAnswers) {
   EXPECT_EQ(
       "NETWORK  NAME                     STATUS     RADIO\n"
       "00101    a\\x1b[2J\\x07\\n\\u{202e}b  current    lte\n"
-      "46000    中国移动                 available  lte\n",
+      "46000    中国移动通信集团         available  lte\n",
       Answered("{\"method\":\"event\",\"params\":{}}\n"
                R"({"id":1,"result":{"networks":[{"mcc":"001","mnc":"01","name":"a\u001b[2J\u0007\n\u202eb",)"
                R"("status":"current","radio":"lte"},)"
-               R"({"mcc":"460","mnc":"00","name":"中国移动","status":"available","radio":"lte"}]}})"
+               R"({"mcc":"460","mnc":"00","name":"中国移动通信集团","status":"available","radio":"lte"}]}})"
                "\n",
                "radio scan")
           .out);

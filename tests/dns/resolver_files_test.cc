@@ -141,8 +141,8 @@ TEST_F(DnsTest, ACallThatIsNotReadyIsWaitedFor) {
              "starts from begining\n"}),
       log_.TakeWith("Not ready"));
 
-  // One pass without retry, five with; then the list is written as it stands, which is empty.
-  Vendor::Set([](Answers& a) { a.not_ready = 1000; });
+  // One pass without retry, five with; then the list is written empty: half of one is none.
+  Vendor::Set([](Answers& a) { a.refused = {"GetNetworkConfig 0 2"}; });
   EXPECT_EQ("", After(DnsCtrlService::kDnsmasqResolvConf));
   EXPECT_EQ(1u, log_.TakeWith("Not ready").size());
   start = std::chrono::steady_clock::now();

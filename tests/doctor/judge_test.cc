@@ -87,6 +87,12 @@ TEST(JudgeTest, ServersAndAnswers) {
   facts.local.code = 2;
   EXPECT_EQ((Texts{"servers: problem", "query: problem"}), Troubles(facts));
 
+  // One who listens on every address is no rival of ours on 127.0.0.1; a call without a server wants none.
+  facts = Healthy();
+  facts.processes.listeners.push_back({"udp", true, {{18, "other", "other", false}}});
+  facts.host.servers.insert("0.0.0.0");
+  EXPECT_EQ(Texts{}, Troubles(facts));
+
   // A child that nobody has waited for is alive to the library.
   facts = Healthy();
   facts.processes.all.front().zombie = true;

@@ -4,8 +4,6 @@
 #include <net/if.h>
 
 #include <chrono>
-#include <future>
-#include <thread>
 #include <vector>
 
 #include "simulator/sim_modem.h"
@@ -38,10 +36,6 @@ class DataCallTest : public testing::Test {
     Status ipv6{};
     EXPECT_TRUE(data_.GetConnectStatus(index, ipv4, ipv6));
     return family == IPFamily::kIpv4 ? ipv4 : ipv6;
-  }
-
-  std::future<kor::Result> ConnectOnAnotherThread(DataManager& data, uint32_t index, IPFamily family) {
-    return std::async(std::launch::async, [&data, index, family] { return data.Connect(index, family, true); });
   }
 
   SimModem& modem_ = SimModem::Get();
@@ -109,42 +103,6 @@ TEST_F(DataCallTest, AModemThatNeverAnswersCostsTenSeconds) {
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(kFailed, data_.Connect(0, IPFamily::kIpv4, true));
   EXPECT_GE(std::chrono::steady_clock::now() - start, 10s);
-  // The call hangs in between: refused until a disconnect has cleared it.
-  EXPECT_EQ(kFailed, data_.Connect(0, IPFamily::kIpv4, true));
-  EXPECT_EQ(kOk, data_.Disconnect(0, IPFamily::kIpv4, true));
-  EXPECT_EQ(kOk, data_.Connect(0, IPFamily::kIpv4, true));
-}
-
-TEST_F(DataCallTest, ADisconnectEndsACallThatIsStillConnecting) {
-  modem_.SetConnectDelay(60s);
-  auto connect = ConnectOnAnotherThread(data_, 0, IPFamily::kIpv4);
-  ASSERT_TRUE(Eventually([&] { return StatusOf(0, IPFamily::kIpv4) == Status::kConnecting; }));
-  DataManager other;
-  EXPECT_EQ(kOk, other.Disconnect(0, IPFamily::kIpv4, true));
-  ASSERT_EQ(std::future_status::ready, connect.wait_for(kLongEnough));
-  EXPECT_EQ(kFailed, connect.get());
-  EXPECT_EQ(Status::kDisconnected, StatusOf(0, IPFamily::kIpv4));
-}
-
-TEST_F(DataCallTest, SeveralThreadsConnectTheirOwnPoliciesAtOnce) {
-  constexpr uint32_t kPolicies = 3;
-  for (uint32_t n = 1; n < kPolicies; ++n) {
-    ASSERT_TRUE(data_.CreatePdn(kor::wwan::Tech::kAny, IPFamily::kBoth, 2, 2));
-  }
-  for (int round = 0; round < 2; ++round) {
-    std::vector<std::thread> threads;
-    for (uint32_t index = 0; index < kPolicies; ++index) {
-      for (const IPFamily family : {IPFamily::kIpv4, IPFamily::kIpv6}) {
-        threads.emplace_back([index, family] {
-          DataManager data;
-          EXPECT_EQ(kOk, data.Connect(index, family, true));
-          EXPECT_EQ(kOk, data.Disconnect(index, family, true));
-        });
-      }
-    }
-    for (auto& thread : threads) thread.join();
-  }
-  EXPECT_TRUE(Eventually([] { return Servers().empty(); }));
 }
 
 TEST_F(DataCallTest, ConnectWithCidBringsUpWhatTheProfileNeeds) {
@@ -167,30 +125,6 @@ TEST_F(DataCallTest, ConnectWithCidBringsUpWhatTheProfileNeeds) {
   EXPECT_EQ(kOk, data_.ConnectWithCid(2, IPFamily::kIpv4, true));
   EXPECT_EQ(kOk, data_.ConnectWithCid(2, IPFamily::kIpv6, true));
 }
-
-// Leaves the process by exit() while calls come and go, the forwarder is refreshed and subscribers are called.
-void ExitWhileBusy() {
-  static DnsCtrlManager& dns = *new DnsCtrlManager;
-  dns.StartService();
-  static DataManager& watcher = *new DataManager;
-  static std::atomic<int> events{0};
-  watcher.SetEventCb([](kor::util::EventDic&) { ++events; });
-  SimModem::Get().SetConnectDelay(1ms);
-  SimModem::Get().SetDisconnectDelay(1ms);
-  for (const IPFamily family : {IPFamily::kIpv4, IPFamily::kIpv6}) {
-    std::thread([family] {
-      for (;;) {
-        DataManager data;
-        (void)data.Connect(0, family, true);
-        (void)data.Disconnect(0, family, true);
-      }
-    }).detach();
-  }
-  if (!Eventually([] { return events > 6; })) _exit(1);
-  exit(0);
-}
-
-TEST(ExitTest, WhileEveryThreadIsBusyDoesNotCrash) { EXPECT_EXIT(ExitWhileBusy(), testing::ExitedWithCode(0), ""); }
 
 }  // namespace
 }  // namespace kor::test

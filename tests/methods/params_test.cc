@@ -6,8 +6,8 @@ namespace {
 
 struct Wrong {
   const char* method;
-  const char* params;
-  const char* message;
+  std::string params;
+  std::string message;
   const char* nearest;  // Empty: none.
 };
 
@@ -48,6 +48,8 @@ TEST_F(HostTest, WrongParamsSayWhichMemberAndWhatItTakes) {
       // A secret is not repeated, whatever is wrong with it.
       {"pin.lock", R"({"pin":"12x4"})", "pin: takes 4 to 8 digits", ""},
       {"pin.change", R"({"old_pin":"1234","new_pin":987654321})", "new_pin: takes 4 to 8 digits", ""},
+      {"at.notify", Json{{"text", std::string(2049, 'x')}}.dump(),
+       "text: takes a text of at most 2048 bytes, not \"" + std::string(39, 'x') + "...", ""},
       // What is long is cut, not within a character: 40 bytes hold the quote, 19 of them and half of one more.
       {"modem.run", R"({"line":["ÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄ"]})",
        R"(line: takes a text of at most 4096 bytes, not ["ÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄ...)", ""},

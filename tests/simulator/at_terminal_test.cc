@@ -2,7 +2,6 @@
 // Terminals on ptys, the names that are forwarded, and the vendor clients between them and a host.
 #include "at/at_terminal.h"
 
-#include <deque>
 #include <stdexcept>
 #include <thread>
 
@@ -10,6 +9,7 @@
 #include "common/vendor/m2m_qmi_client.h"
 #include "simulator/bench.h"
 #include "simulator/scenario.h"
+#include "support/files.h"
 #include "support/terminal.h"
 
 namespace kor::test {
@@ -24,9 +24,7 @@ class AtTerminalTest : public testing::Test {
  protected:
   AtTerminalTest() {
     ats->event_cbs.Add(this, [this](kor::util::EventDic& ev) {
-      kor::util::MutexLock lock(mutex);
-      if (ev.event == kor::util::kEvtAtCommand) commands.push_back(*static_cast<AtManager::Command*>(ev.data));
-      arrived.Signal();
+      if (ev.event == kor::util::kEvtAtCommand) commands.Add(*static_cast<AtManager::Command*>(ev.data));
     });
     EXPECT_EQ(0, ats->RegisterCommands({"+KW", "+kwslow"}));
   }
@@ -36,22 +34,11 @@ class AtTerminalTest : public testing::Test {
   }
 
   // The next forwarded command; one without a name when none comes.
-  AtManager::Command Next() {
-    kor::util::MutexLock lock(mutex);
-    constexpr int64_t kLimitUs = std::chrono::microseconds(kLongEnough).count();
-    while (commands.empty()) {
-      if (arrived.WaitUntil(mutex, kLimitUs) == kor::Result::kTimeout) return {};
-    }
-    AtManager::Command command = commands.front();
-    commands.pop_front();
-    return command;
-  }
+  AtManager::Command Next() { return commands.Next({}); }
 
   SimModem& modem = SimModem::Get();
   AtsQmiClient* const ats = AtsQmiClient::GetInstance();
-  kor::util::Mutex mutex;
-  kor::util::Condition arrived;
-  std::deque<AtManager::Command> commands KOR_GUARDED_BY(mutex);
+  Inbox<AtManager::Command> commands;
 };
 
 TEST_F(AtTerminalTest, AnswersFindTheTerminalThatAsked) {
@@ -118,14 +105,14 @@ TEST_F(AtTerminalTest, AHangUpTakesEverythingWithIt) {
 
 TEST_F(AtTerminalTest, AnEchoOfThePtysOwnMakesNoEndlessConversation) {
   const std::string path = modem.OpenTerminal();
-  EXPECT_TRUE(Shell("stty sane -F " + path));  // Another program's mode is not the next one's.
+  Shell("stty sane -F " + path);  // Another program's mode is not the next one's.
   Terminal terminal(path);
   EXPECT_EQ("AT<</OK</", terminal.Do("AT"));
   // The mode of a program that is there stays, but what the modem shows does not come back to it as typed.
-  EXPECT_TRUE(Shell("stty sane -icrnl -icanon -opost -F " + path));
+  Shell("stty sane -icrnl -icanon -opost -F " + path);
   EXPECT_EQ("AT<</OK</", terminal.Do("AT"));
   EXPECT_EQ("</+CSQ: 29,99</", (terminal.Do("ATE0+CSQ", "OK</"), terminal.Do("AT+CSQ", "99</")));
-  EXPECT_TRUE(Shell("stty -F " + path + " | grep -q -- -echo"));
+  Shell("stty -F " + path + " | grep -q -- -echo");
 }
 
 TEST_F(AtTerminalTest, AHalfLineHoldsTextsBackForSecondsOnly) {

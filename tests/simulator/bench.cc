@@ -69,21 +69,7 @@ void Listener::Hear(const std::string& text) {
     kor::util::MutexLock lock(mutex_);
     look = look_;
   }
-  const std::string seen = look ? ", " + look() : "";
-  kor::util::MutexLock lock(mutex_);
-  heard_.push_back(text + seen);
-  cond_.Signal();
-}
-
-std::string Listener::Next() {
-  kor::util::MutexLock lock(mutex_);
-  constexpr int64_t kLimitUs = std::chrono::microseconds(kLongEnough).count();
-  while (heard_.empty()) {
-    if (cond_.WaitUntil(mutex_, kLimitUs) == kor::Result::kTimeout) return "nothing";
-  }
-  std::string text = std::move(heard_.front());
-  heard_.pop_front();
-  return text;
+  heard_.Add(text + (look ? ", " + look() : ""));
 }
 
 void Listener::Observe(std::function<std::string()> look) {
@@ -104,10 +90,17 @@ std::string BenchTest::Config(uint32_t index, IPFamily family) {
   return result + " " + OrDash(config.address) + " " + OrDash(config.dns_1) + " " + OrDash(config.dns_2);
 }
 
-void BenchTest::BringUp(uint32_t index, IPFamily family) {
-  ASSERT_EQ(kSuccess, qcmap->ConnectBackhaul(index, family));
-  ASSERT_EQ(0u, listener.Next().find("connected "));
+std::string BenchTest::Connect(uint32_t index, IPFamily family) {
+  const kor::Result result = qcmap->ConnectBackhaul(index, family);
+  return result == kSuccess ? listener.Next() : Name(result);
 }
+
+std::string BenchTest::Disconnect(uint32_t index, IPFamily family) {
+  const kor::Result result = qcmap->DisconnectBackhaul(index, family);
+  return result == kSuccess ? listener.Next() : Name(result);
+}
+
+void BenchTest::BringUp(uint32_t index, IPFamily family) { ASSERT_EQ(0u, Connect(index, family).find("connected ")); }
 
 void BenchTest::ExpectQuiet() {
   EXPECT_TRUE(modem.WaitIdle(kLongEnough));
@@ -129,7 +122,5 @@ std::string Addresses(const std::string& interface) {
   freeifaddrs(list);
   return text.empty() ? "none" : text;
 }
-
-bool Shell(const std::string& command) { return system(command.c_str()) == 0; }
 
 }  // namespace kor::test

@@ -4,13 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <list>
 #include <string>
 
-#include "common/condition.h"
 #include "common/mutex.h"
 #include "common/vendor/qcmap_wrapper.h"
 #include "simulator/sim_modem.h"
+#include "support/inbox.h"
 
 namespace kor::test {
 
@@ -35,7 +34,7 @@ class Listener {
   ~Listener();
 
   // The oldest event not yet taken, waited for; "nothing" when none comes.
-  std::string Next();
+  std::string Next() { return heard_.Next("nothing"); }
 
   // Runs `look` on the modem's thread with each event; what it returns is put behind the event's text.
   void Observe(std::function<std::string()> look);
@@ -44,9 +43,8 @@ class Listener {
   void Hear(const std::string& text);
 
   QcmapWrapper* const qcmap_;
+  Inbox<std::string> heard_;
   kor::util::Mutex mutex_;
-  kor::util::Condition cond_;
-  std::list<std::string> heard_ KOR_GUARDED_BY(mutex_);
   std::function<std::string()> look_ KOR_GUARDED_BY(mutex_);
 };
 
@@ -60,6 +58,10 @@ class BenchTest : public testing::Test {
 
   // "success 10.64.0.2 10.255.0.53 -": result and texts of one call's configuration.
   std::string Config(uint32_t index, IPFamily family);
+
+  // Asks for a call, or for its end: the event that follows.
+  std::string Connect(uint32_t index, IPFamily family);
+  std::string Disconnect(uint32_t index, IPFamily family);
 
   // Brings a call up and takes the event.
   void BringUp(uint32_t index, IPFamily family);
@@ -75,8 +77,5 @@ class BenchTest : public testing::Test {
 // The IPv4 and global IPv6 addresses of an interface in the order of the system, "10.64.0.2 fd64::2"; "none" without
 // any, "absent" when there is no such interface.
 std::string Addresses(const std::string& interface);
-
-// Runs a shell command; true when it ends well.
-bool Shell(const std::string& command);
 
 }  // namespace kor::test

@@ -29,8 +29,7 @@ TEST_F(CallsTest, ACallComesUpAndGoesDown) {
   EXPECT_EQ("success 10.64.0.2 10.255.0.53 -", Config(0, kIpv4));
 
   // The IPv6 call is another one; it shares the link's number.
-  EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv6));
-  EXPECT_EQ("connected 100 6, outside, connected connected", listener.Next());
+  EXPECT_EQ("connected 100 6, outside, connected connected", Connect(0, kIpv6));
   EXPECT_EQ("success fd64:0::2 fd64:ffff::53 -", Config(0, kIpv6));
 
   EXPECT_EQ(kSuccess, qcmap->DisconnectBackhaul(0, kIpv4));
@@ -50,8 +49,7 @@ TEST_F(CallsTest, WhatIsAskedTwiceIsReportedTwice) {
   for (int i = 0; i < 2; ++i) EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv6));
   for (int i = 0; i < 2; ++i) EXPECT_EQ("connected 100 6", listener.Next());
   for (int i = 0; i < 2; ++i) {
-    EXPECT_EQ(kSuccess, qcmap->DisconnectBackhaul(0, kIpv6));
-    EXPECT_EQ("disconnected 100 6", listener.Next());
+    EXPECT_EQ("disconnected 100 6", Disconnect(0, kIpv6));
   }
 
   // Going down it takes no connect and, asked twice, goes down once, also when the network drops it meanwhile.
@@ -74,8 +72,7 @@ TEST_F(CallsTest, ACallThatIsComingUpIsGivenUp) {
   for (const Milliseconds delay : {Milliseconds(0), Milliseconds(600)}) {
     modem.SetDisconnectDelay(delay);
     EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv4));
-    EXPECT_EQ(kSuccess, qcmap->DisconnectBackhaul(0, kIpv4));
-    EXPECT_EQ("connect-failed 100 4", listener.Next());
+    EXPECT_EQ("connect-failed 100 4", Disconnect(0, kIpv4));
     EXPECT_EQ("disconnected 100 4", listener.Next());
     EXPECT_EQ("disconnected disconnected", States(0));
   }

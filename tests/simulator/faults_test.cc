@@ -158,22 +158,19 @@ class FaultsTest : public BenchTest {};
 
 TEST_F(FaultsTest, AcceptedRequestsFail) {
   modem.FailConnects(1);
-  EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv4));
-  EXPECT_EQ("connect-failed 100 4", listener.Next());
+  EXPECT_EQ("connect-failed 100 4", Connect(0, kIpv4));
   EXPECT_EQ("disconnected disconnected", States(0));
   EXPECT_EQ("failure", Config(0, kIpv4));
 
   // A disconnect that fails leaves the call as it was, up or coming up (and up meanwhile).
   BringUp(0, kIpv4);
   modem.FailDisconnects(2);
-  EXPECT_EQ(kSuccess, qcmap->DisconnectBackhaul(0, kIpv4));
-  EXPECT_EQ("disconnect-failed 100 4", listener.Next());
+  EXPECT_EQ("disconnect-failed 100 4", Disconnect(0, kIpv4));
   EXPECT_EQ("connected disconnected", States(0));
   EXPECT_EQ("success 10.64.0.2 10.255.0.53 -", Config(0, kIpv4));
   modem.SetDisconnectDelay(Milliseconds(200));
   EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv6));
-  EXPECT_EQ(kSuccess, qcmap->DisconnectBackhaul(0, kIpv6));
-  EXPECT_EQ("connected 100 6", listener.Next());
+  EXPECT_EQ("connected 100 6", Disconnect(0, kIpv6));
   EXPECT_EQ("disconnect-failed 100 6", listener.Next());
   EXPECT_EQ("connected connected", States(0));
   ExpectQuiet();
@@ -199,8 +196,7 @@ TEST_F(FaultsTest, RequestsAreNeverAnswered) {
   // One that hangs on its way up is ended by a disconnect.
   modem.IgnoreRequests(1);
   EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv4));
-  EXPECT_EQ(kSuccess, qcmap->DisconnectBackhaul(0, kIpv4));
-  EXPECT_EQ("connect-failed 100 4", listener.Next());
+  EXPECT_EQ("connect-failed 100 4", Disconnect(0, kIpv4));
   EXPECT_EQ("disconnected 100 4", listener.Next());
 }
 
@@ -213,8 +209,7 @@ TEST_F(FaultsTest, ReportsAreLost) {
   EXPECT_EQ("connecting disconnected", States(0));
 
   // A disconnect puts it right.
-  EXPECT_EQ(kSuccess, qcmap->DisconnectBackhaul(0, kIpv4));
-  EXPECT_EQ("disconnected 100 4", listener.Next());
+  EXPECT_EQ("disconnected 100 4", Disconnect(0, kIpv4));
   EXPECT_EQ("disconnected disconnected", States(0));
 }
 

@@ -1,45 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
-// The modem in its host: subscribers that throw, signals, many threads, and the end of the process.
+// The modem in its host: signals, subscribers that ask, many threads.
 #include <signal.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <cstdlib>
-#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "common/vendor/wds_qmi_client.h"
 #include "simulator/bench.h"
-#include "support/syslog_reader.h"
 #include "support/wait.h"
 
 namespace kor::test {
 
 class HostsTest : public BenchTest {};
-
-TEST_F(HostsTest, ASubscriberThatThrowsIsLoggedAndTheModemGoesOn) {
-  SyslogReader log;
-  char last_key = 0;
-  const auto throws = [](int what) {
-    return [what](kor::util::EventDic&) {
-      if (what == 0) throw std::runtime_error("no room");
-      throw what;
-    };
-  };
-  for (const int what : {0, 1}) {
-    qcmap->event_cbs.Add(&last_key, throws(what));
-    EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv4));
-    EXPECT_TRUE(modem.WaitIdle(kLongEnough));
-  }
-  qcmap->event_cbs.Remove(&last_key);
-  EXPECT_EQ("connected disconnected", States(0));
-  const auto lines = log.TakeWith("a subscriber of event 0x200 threw");
-  ASSERT_EQ(2u, lines.size());
-  EXPECT_EQ("3 ", lines[0].substr(0, 2));
-  EXPECT_NE(std::string::npos, lines[0].find("threw: no room"));
-}
 
 TEST_F(HostsTest, TheModemsThreadTakesNoSignalAndAHostMayIgnoreItsChildren) {
   // A host that ignores SIGCHLD and blocks everything else still gets interfaces.
@@ -117,26 +91,6 @@ TEST_F(HostsTest, ManyThreadsAskAtOnce) {
     for (const IPFamily family : {kIpv4, kIpv6}) EXPECT_EQ(kSuccess, qcmap->DisconnectBackhaul(index, family));
     ASSERT_TRUE(modem.WaitIdle(kLongEnough));
     EXPECT_EQ("disconnected disconnected", States(index));
-  }
-}
-
-TEST(ExitTest, TheProcessMayEndWhileTheModemIsBusy) {
-  for (int round = 0; round < 5; ++round) {
-    EXPECT_EXIT(
-        {
-          alarm(static_cast<unsigned>(kLongEnough.count()));  // Ends a process that does not.
-          SimModem::Get().SetConnectDelay(Milliseconds(0));
-          QcmapWrapper* const qcmap = QcmapWrapper::GetInstance();
-          qcmap->event_cbs.Add(qcmap, [qcmap](kor::util::EventDic&) {
-            (void)qcmap->ConnectBackhaul(0, kIpv4);
-            (void)qcmap->ConnectBackhaul(0, kIpv6);
-          });
-          (void)qcmap->ConnectBackhaul(0, kIpv4);
-          NetworkConfig config;
-          while (qcmap->GetNetworkConfig(0, kIpv6, config) != kSuccess) std::this_thread::yield();
-          exit(0);
-        },
-        testing::ExitedWithCode(0), "");
   }
 }
 

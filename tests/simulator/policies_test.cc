@@ -101,8 +101,7 @@ TEST_F(PoliciesTest, OnlyAFamilyOfThePolicyConnects) {
   EXPECT_EQ(kFailure, qcmap->ConnectBackhaul(0, kIpv6));
 
   // What is up can be taken down whatever the policy has become.
-  EXPECT_EQ(kSuccess, qcmap->DisconnectBackhaul(0, kIpv6));
-  EXPECT_EQ("disconnected 100 6", listener.Next());
+  EXPECT_EQ("disconnected 100 6", Disconnect(0, kIpv6));
   ExpectQuiet();
 }
 

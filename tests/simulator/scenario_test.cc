@@ -40,12 +40,10 @@ TEST_F(ScenarioTest, EachCommandDoesWhatItSays) {
   // Faults, and what the network does.
   Run("record");
   for (const char* line : {"fail-disconnects 1", "fail-connects 1"}) EXPECT_EQ("ok: ", Run(line)) << line;
-  EXPECT_EQ(kSuccess, qcmap->DisconnectBackhaul(0, kIpv4));
-  EXPECT_EQ("disconnect-failed 100 4", listener.Next());
+  EXPECT_EQ("disconnect-failed 100 4", Disconnect(0, kIpv4));
   EXPECT_EQ("ok: ", Run("drop 100 4"));
   EXPECT_EQ("disconnected 100 4", listener.Next());
-  EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv4));
-  EXPECT_EQ("connect-failed 100 4", listener.Next());
+  EXPECT_EQ("connect-failed 100 4", Connect(0, kIpv4));
   EXPECT_EQ("ok: StopCall 100 4\nStartCall 100 4 1", Run("record"));
   EXPECT_EQ("ok: ", Run("record off"));
   EXPECT_EQ("ok: ", Run("ignore 1"));

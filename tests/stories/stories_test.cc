@@ -5,11 +5,8 @@
 #include <malloc.h>
 
 #include <atomic>
-#include <condition_variable>
-#include <list>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <string>
 #include <thread>
@@ -94,60 +91,6 @@ void PublishNoise(Dice& dice, bool at_rest) {
     kor::vendor::qcom::qcmap::QcmapWrapper::GetInstance()->event_cbs.Notify(ev);
   }
 }
-
-// Whatever the modem reports of a call is heard twice, in the midst of a wait and after it.
-class Echo {
- public:
-  Echo() {
-    table_.Add(this, [this](EventDic& ev) {
-      std::lock_guard<std::mutex> lock(mutex_);
-      if (ev.params.count(kEcho) == 0) heard_.push_back(ev);
-      changed_.notify_all();
-    });
-  }
-  ~Echo() {
-    table_.Remove(this);
-    {
-      std::lock_guard<std::mutex> lock(mutex_);
-      ended_ = true;
-      changed_.notify_all();
-    }
-    thread_.join();
-    EXPECT_LT(0, count_);
-  }
-
-  // All has been said twice.
-  bool WaitIdle() {
-    std::unique_lock<std::mutex> lock(mutex_);
-    return changed_.wait_for(lock, kLongEnough, [this] { return heard_.empty(); });
-  }
-
- private:
-  static constexpr auto kEcho = EventDic::Param(1000);
-
-  void Run() {
-    std::unique_lock<std::mutex> lock(mutex_);
-    for (;; ++count_) {
-      changed_.wait(lock, [this] { return ended_ || !heard_.empty(); });
-      if (heard_.empty()) return;
-      EventDic ev = heard_.front();
-      ev.params[kEcho] = "";
-      lock.unlock();
-      table_.Notify(ev);
-      lock.lock();
-      heard_.pop_front();
-      changed_.notify_all();
-    }
-  }
-
-  kor::util::EventCbMap& table_ = kor::vendor::qcom::qcmap::QcmapWrapper::GetInstance()->event_cbs;
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::list<EventDic> heard_;
-  bool ended_ = false;
-  int count_ = 0;
-  std::thread thread_{[this] { Run(); }};
-};
 
 class StoriesTest : public testing::Test {
  protected:
@@ -253,10 +196,7 @@ class Host {
     ExpectQuiet();
   }
 
-  void ExpectQuiet() {
-    EXPECT_TRUE(modem_.WaitIdle(kLongEnough));
-    EXPECT_TRUE(echo_.WaitIdle());
-  }
+  void ExpectQuiet() { EXPECT_TRUE(modem_.WaitIdle(kLongEnough)); }
 
   void ChangeServers(Call& call) {
     call.next_servers = {call.Address(1 + dice_.Below(9)), call.Address(1 + dice_.Below(9))};
@@ -286,7 +226,6 @@ class Host {
   Dice dice_;
   std::vector<Call>& calls_;
   SimModem& modem_ = SimModem::Get();
-  Echo echo_;
   DnsCtrlManager dns_;
   bool running_ = false;
   std::atomic<int> heard_{0};  // Events, by the objects.

@@ -169,10 +169,8 @@ Result QcmapWrapper::DisconnectBackhaul(uint32_t index, IPFamily family) {
 
 Result QcmapWrapper::GetNetworkConfig(uint32_t index, IPFamily family, NetworkConfig& config) {
   const auto answers = Record("GetNetworkConfig", index, family);
-  if (answers.not_ready > 0) {
-    Vendor::Set([](auto& a) { --a.not_ready; });
-    return Result::kNotReady;
-  }
+  if (answers.not_ready > 0) Vendor::Set([](auto& a) { --a.not_ready; });
+  if (answers.not_ready > 0 || !answers.ok) return Result::kNotReady;
   const auto found = answers.configs.find({index, family});
   if (found == answers.configs.end()) return Result::kFailure;
   const NetworkConfig before = std::exchange(config, found->second);
