@@ -6,7 +6,6 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <cstdint>
-#include <string>
 
 #include "at/at_text.h"
 #include "require.h"

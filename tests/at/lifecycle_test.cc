@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Starts, stops, and the coming and going of managers.
-#include <atomic>
 #include <future>
-#include <stdexcept>
 #include <thread>
 
 #include "at/at_fixture.h"
@@ -185,23 +183,6 @@ TEST_F(AtTest, AHandlersManagersWhileTheLastOtherOneGoesAreOfTheNextService) {
   EXPECT_EQ((Lines{"+GATE OK ", "+NEXT OK "}), AtClient::answers.Take(2));
   next.reset();
   EXPECT_EQ(0, AtClient::holders());
-}
-
-// Regression: the thread that had ended was not joined before the next one was put in its place.
-TEST_F(AtTest, ARunThatAnyStopMessageEndsIsFollowedByAnother) {
-  Claim("+N");
-  const auto serve_and_end = [&] {
-    at_->StartService();
-    AtClient::Forward(Cmd("+N"));
-    EXPECT_EQ(Lines{"+N OK "}, AtClient::answers.Take(1));
-    for (int i = 0; i < 2; ++i) AtService::s_ins_->PushMsg({kor::wwan::kMsgStop, {}});
-    EXPECT_TRUE(Eventually([] { return !AtServicePeer::IsRunning(); }));
-  };
-  serve_and_end();
-  EXPECT_EQ(0, at_->StopService());
-  serve_and_end();
-  serve_and_end();
-  at_.reset();
 }
 
 TEST_F(AtTest, TheRetryTimerMayFireAtAnyMomentOfTheEnd) {

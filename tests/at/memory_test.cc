@@ -140,20 +140,6 @@ TEST_F(ThreadWithoutMemoryTest, WhatTheModemHasAnsweredIsNoted) {
   EXPECT_EQ(Lines{name + " 1"}, results_.Take(1));
 }
 
-// What the client's own side throws costs the pass, and no more.
-TEST_F(AtTest, APassThatFailsIsMadeAgainInTime) {
-  std::atomic<int> asked{0};
-  AtClient::on_request = [&](const Names&) -> int {
-    if (++asked < 4) throw std::bad_alloc();
-    return 0;
-  };
-  AtServicePeer::SetInterval(1ms);
-  Claim("+R");
-  at_->StartService();
-  EXPECT_EQ(Lines{"+R 1"}, results_.Take(1));
-  at_.reset();
-}
-
 // A handler ends the last manager, and there is no thread to destroy the service on.
 TEST_F(AtTest, AServiceThatNothingCanDestroyIsLeftBehind) {
   Claim("+LAST", [this](Command&) {

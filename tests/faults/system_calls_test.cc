@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <functional>
 #include <string>
 
 #include "simulator/sim_modem.h"

@@ -6,7 +6,6 @@
 #include <functional>
 #include <map>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "dns/dns_ctrl_service.h"

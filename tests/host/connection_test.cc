@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 #include <malloc.h>
-#include <poll.h>
 #include <sys/socket.h>
 
 namespace kor::test {

@@ -180,26 +180,20 @@ TEST_F(NetworkManagerTest, NothingComesAfterUnsetOrTheObjectsEnd) {
     while (!done) Flip("carrier0");
   });
   const ProcessState busy = ProcessState::Now();
-  std::atomic<int> calls{0};
   for (int round = 0; round < 60; ++round) {
-    auto subscribed = std::make_shared<std::atomic<bool>>(true);
+    const auto subscribed = std::make_shared<std::atomic<bool>>(true);
+    const auto calls = std::make_shared<std::atomic<int>>(0);
     std::optional<NetworkManager> manager(std::in_place);
     manager->UnsetEventCb();
-    const auto count = [&calls, subscribed](EventDic&) {
+    manager->SetEventCb([=](EventDic&) {
       EXPECT_TRUE(*subscribed);
-      ++calls;
-    };
-    manager->SetEventCb(count);
-    const int seen = calls;
-    if (round % 2 == 0) {
-      EXPECT_TRUE(Eventually([&] { return calls > seen; }));
-    }
+      ++*calls;
+    });
+    EXPECT_TRUE(round % 2 == 0 || Eventually([&] { return *calls > 0; }));
     if (round % 3 == 0) manager->UnsetEventCb();
     if (round % 3 == 1) manager->SetEventCb([](EventDic&) {});
     if (round % 3 == 2) manager.reset();
     *subscribed = false;
-    if (manager) manager->UnsetEventCb();
-    EXPECT_TRUE(busy.Returns());
   }
   // The first event may come, and end it all, before SetEventCb() has returned.
   for (int round = 0; round < 30; ++round) {

@@ -125,28 +125,5 @@ TEST(TimerManagerTest, ATaskMayDestroyItsManager) {
   EXPECT_EQ(1, alive.use_count());
 }
 
-TEST(TimerManagerTest, ManyThreadsAddTasksWhileTheyRun) {
-  constexpr int kThreads = 4;
-  constexpr int kTasks = 500;
-  std::vector<std::atomic<int>> runs(kThreads * kTasks);
-  std::atomic<int> left{kThreads * kTasks};
-  Happening all;
-  TimerManager timers;
-  const auto task = [&](int id, void*) {
-    ++runs[static_cast<size_t>(id)];
-    if (--left == 0) all.Happen();
-    return false;
-  };
-  std::vector<std::thread> threads;
-  for (int t = 0; t < kThreads; ++t) {
-    threads.emplace_back([&, t] {
-      for (int i = 0; i < kTasks; ++i) timers.AddTask((i * 7 + t) % 50 * 100, task, nullptr);
-    });
-  }
-  for (auto& thread : threads) thread.join();
-  ASSERT_TRUE(all.Awaited());
-  for (const auto& count : runs) EXPECT_EQ(1, count);  // Each once, under an id of its own.
-}
-
 }  // namespace
 }  // namespace kor::util

@@ -12,7 +12,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
-#include <thread>
 
 #include "simulator/sim_modem.h"
 #include "support/ask_forwarder.h"

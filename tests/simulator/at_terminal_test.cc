@@ -2,7 +2,6 @@
 // Terminals on ptys, the names that are forwarded, and the vendor clients between them and a host.
 #include "at/at_terminal.h"
 
-#include <stdexcept>
 #include <thread>
 
 #include "common/vendor/ats_qmi_client.h"

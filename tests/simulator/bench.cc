@@ -6,7 +6,6 @@
 #include <netdb.h>
 #include <netinet/in.h>
 
-#include <cstdlib>
 #include <map>
 #include <utility>
 

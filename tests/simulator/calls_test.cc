@@ -2,6 +2,9 @@
 // The life of a call as the vendor's client sees it.
 #include "simulator/calls.h"
 
+#include <signal.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <future>
 #include <string>
@@ -106,6 +109,48 @@ TEST_F(CallsTest, NameServersAreTheNetworksButOnlyAddressesArriveHere) {
   EXPECT_EQ("success fd64:0::2 - 2001:db8::1", Config(0, kIpv6));
   EXPECT_EQ("success 10.64.1.2 - -", Config(1, kIpv4));
   EXPECT_EQ("success fd64:1::2 - -", Config(1, kIpv6));
+}
+
+TEST_F(CallsTest, TheModemsThreadTakesNoSignalAndAHostMayIgnoreItsChildren) {
+  // A host that ignores SIGCHLD and blocks everything else still gets interfaces.
+  static std::atomic<int> taken{0};
+  signal(SIGCHLD, SIG_IGN);
+  signal(SIGUSR1, [](int) { ++taken; });
+  modem.SetLinks(true);
+  sigset_t all;
+  sigfillset(&all);
+  pthread_sigmask(SIG_BLOCK, &all, nullptr);
+  BringUp(0, kIpv4);
+  EXPECT_EQ("10.64.0.2", Addresses("rmnet_data0"));
+
+  // With every other thread deaf the signal waits.
+  kill(getpid(), SIGUSR1);
+  BringUp(0, kIpv6);
+  sigset_t waiting;
+  sigpending(&waiting);
+  EXPECT_EQ(1, sigismember(&waiting, SIGUSR1));
+  EXPECT_EQ(0, taken);
+  pthread_sigmask(SIG_UNBLOCK, &all, nullptr);
+  signal(SIGCHLD, SIG_DFL);
+}
+
+TEST_F(CallsTest, AnEventMayAskTheModem) {
+  // A host that reconnects from the event itself, until the third time; there it is the modem's thread that would wait.
+  std::atomic<int> drops{0};
+  char key = 0;
+  qcmap->event_cbs.Add(&key, [&](kor::util::EventDic& ev) {
+    if (ev.event == kor::util::kEvtWwanConnected) {
+      EXPECT_TRUE(modem.Drop(100, kIpv4));
+    }
+    if (ev.event != kor::util::kEvtWwanDisconnected || ++drops == 3) return;
+    EXPECT_FALSE(modem.WaitIdle(kLongEnough));
+    EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv4));
+  });
+  EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv4));
+  EXPECT_TRUE(modem.WaitIdle(kLongEnough));
+  qcmap->event_cbs.Remove(&key);
+  EXPECT_EQ(3, drops);
+  EXPECT_EQ("disconnected disconnected", States(0));
 }
 
 // The modem's calls alone, with a service that comes and goes as the test has it.

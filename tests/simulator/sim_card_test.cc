@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The SIM card: its PINs and its power, and what goes with it.
 #include <string>
-#include <vector>
 
 #include "common/vendor/dms_qmi_client.h"
 #include "common/vendor/uim_qmi_client.h"

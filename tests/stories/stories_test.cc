@@ -5,7 +5,6 @@
 #include <malloc.h>
 
 #include <atomic>
-#include <map>
 #include <memory>
 #include <set>
 #include <string>
