@@ -9,7 +9,7 @@
 #include <memory>
 #include <string>
 
-#include "kutil/address_rules.h"
+#include "common/addresses.h"
 #include "kutil/link_names.h"
 
 namespace kor::util {

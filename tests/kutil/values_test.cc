@@ -7,10 +7,10 @@
 #include <type_traits>
 #include <utility>
 
+#include "common/addresses.h"
 #include "common/util/fd_monitor.h"
 #include "common/util/misc.h"
 #include "common/util/network_manager.h"
-#include "kutil/address_rules.h"
 
 namespace kor::util {
 namespace {
