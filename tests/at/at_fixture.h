@@ -88,6 +88,13 @@ class AtTest : public testing::Test {
     }));
   }
 
+  // The answer to a plain command.
+  static std::string Ask(const std::string& name) {
+    AtClient::Forward(Cmd(name));
+    const Lines answers = AtClient::answers.Take(1);
+    return answers.size() == 1 ? answers[0] : "not one answer";
+  }
+
   SyslogReader log_;  // Outlives the service that logs.
   Record results_;
   std::unique_ptr<AtManager> at_;

@@ -107,8 +107,7 @@ TEST_F(AtTest, ManagersShareOneServiceAndTheLastOneEndsIt) {
   EXPECT_EQ(2, AtServicePeer::Holders());
   Claim("+XY");
   other->StartService();
-  AtClient::Forward(Cmd("+XY"));
-  EXPECT_EQ(Lines{"+XY OK "}, AtClient::answers.Take(1));
+  EXPECT_EQ("+XY OK ", Ask("+XY"));
 
   // One going leaves the service running for the other.
   at_.reset();
@@ -116,8 +115,7 @@ TEST_F(AtTest, ManagersShareOneServiceAndTheLastOneEndsIt) {
   EXPECT_NE(std::string::npos, console.find("int kor::wwan::AtService::ReleaseInstance() ")) << console;
   EXPECT_EQ(std::string::npos, console.find("static"));
   EXPECT_NE(std::string::npos, console.find(": ref_cnt 1\n"));
-  AtClient::Forward(Cmd("+XY"));
-  EXPECT_EQ(Lines{"+XY OK "}, AtClient::answers.Take(1));
+  EXPECT_EQ("+XY OK ", Ask("+XY"));
   EXPECT_EQ(2, AtClient::holders());  // The manager and the service.
 
   // The last one stops it in the midst of its work. What it did not come to is dropped; nothing reaches it any more.
@@ -125,16 +123,14 @@ TEST_F(AtTest, ManagersShareOneServiceAndTheLastOneEndsIt) {
   other->RegisterCallback("+GATE", gate, nullptr);
   for (const char* name : {"+GATE", "+XY", "+XY"}) AtClient::Forward(Cmd(name));
   EndInside(gate, std::move(other));
-  AtClient::Forward(Cmd("+XY"));
-  EXPECT_EQ(Lines{"+GATE OK "}, AtClient::answers.Take(1));
+  EXPECT_EQ("+GATE OK ", Ask("+XY"));
   EXPECT_EQ(nullptr, AtService::s_ins_);
   EXPECT_EQ(0, AtClient::holders());
 
   // The next one starts from nothing.
   AtManager next;
   next.StartService();
-  AtClient::Forward(Cmd("+XY"));
-  EXPECT_EQ(Lines{"+XY ERROR "}, AtClient::answers.Take(1));
+  EXPECT_EQ("+XY ERROR ", Ask("+XY"));
 }
 
 // Regression: a handler's own manager can turn out to be the last; its end used to join the thread it ran on.

@@ -44,8 +44,7 @@ TEST_F(AtTest, WhatFailsForWantOfMemoryChangesNothing) {
   };
   EXPECT_LT(1, FailUntilThereIsMemory(start, [] { EXPECT_FALSE(AtServicePeer::IsRunning()); }));
   EXPECT_EQ(Lines{name}, AtClient::requests.Take(1));
-  AtClient::Forward(Cmd(name));
-  EXPECT_EQ(Lines{name + " OK "}, AtClient::answers.Take(1));
+  EXPECT_EQ(name + " OK ", Ask(name));
 
   // To stop takes no memory, nor does the last manager's end.
   {
@@ -87,8 +86,7 @@ class ThreadWithoutMemoryTest : public AtTest {
 TEST_F(ThreadWithoutMemoryTest, NoPassAndNoThreadsEndIsLostForGood) {
   AtClient::Forward(Cmd("+OUT"));
   Claim("+R");
-  AtClient::Forward(Cmd("+IN"));
-  EXPECT_EQ(Lines{"+IN "}, AtClient::answers.Take(1));
+  EXPECT_EQ("+IN ", Ask("+IN"));
   EXPECT_EQ(2u, log_.TakeWith(" of names threw: std::bad_alloc\n").size());  // The pass, and asking for another.
   Claim("+S");
   EXPECT_EQ(Lines{"+R +S"}, AtClient::requests.Take(1));
@@ -114,8 +112,7 @@ TEST_F(ThreadWithoutMemoryTest, AnAnswerWithoutRoomForItsTextIsAFailure) {
     AtClient::answers.Add(cmd.name + " [" + shown + "]");
   };
   at_->StartService();
-  AtClient::Forward(Cmd("+LONG"));
-  EXPECT_EQ(Lines{"+LONG []"}, AtClient::answers.Take(1));
+  EXPECT_EQ("+LONG []", Ask("+LONG"));
   EXPECT_EQ(Lines{"after"}, AtClient::others.Take(1));
 }
 
@@ -134,8 +131,7 @@ TEST_F(ThreadWithoutMemoryTest, WhatTheModemHasAnsweredIsNoted) {
     given_up += accepted || refused != name ? 100 : 1;
   });
   ASSERT_TRUE(Eventually([&] { return given_up == 1; }));
-  AtClient::Forward(Cmd("+IN"));
-  EXPECT_EQ(Lines{"+IN "}, AtClient::answers.Take(1));
+  EXPECT_EQ("+IN ", Ask("+IN"));
   Claim(name);
   EXPECT_EQ(Lines{name + " 1"}, results_.Take(1));
 }
@@ -148,8 +144,7 @@ TEST_F(AtTest, AServiceThatNothingCanDestroyIsLeftBehind) {
     return Ok();
   });
   at_->StartService();
-  AtClient::Forward(Cmd("+LAST"));
-  EXPECT_EQ(Lines{"+LAST OK "}, AtClient::answers.Take(1));
+  EXPECT_EQ("+LAST OK ", Ask("+LAST"));
   EXPECT_EQ(1u, log_.TakeWith("The service is left behind: std::bad_alloc\n").size());
 }
 

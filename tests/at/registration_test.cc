@@ -48,8 +48,7 @@ TEST_F(AtTest, ARefusedNameIsGivenUpAfterSixRequestsAndMayBeClaimedAnew) {
   EXPECT_EQ(expected, AtClient::requests.Take(12));
 
   // The handler is gone with the claim, until there is a new one with new tries.
-  AtClient::Forward(Cmd("+BB"));
-  EXPECT_EQ(Lines{"+BB ERROR "}, AtClient::answers.Take(1));
+  EXPECT_EQ("+BB ERROR ", Ask("+BB"));
   Claim("+BB");
   EXPECT_EQ(Lines{"+BB 0"}, results_.Take(1));
   EXPECT_EQ(6u, AtClient::requests.Take(6).size());
@@ -57,8 +56,7 @@ TEST_F(AtTest, ARefusedNameIsGivenUpAfterSixRequestsAndMayBeClaimedAnew) {
   // Others are served meanwhile; nothing is left to do after that.
   Claim("+GOOD");
   EXPECT_EQ(Lines{"+GOOD 1"}, results_.Take(1));
-  AtClient::Forward(Cmd("+GOOD"));
-  EXPECT_EQ(Lines{"+GOOD OK "}, AtClient::answers.Take(1));
+  EXPECT_EQ("+GOOD OK ", Ask("+GOOD"));
   EXPECT_EQ(Lines{"+GOOD"}, AtClient::requests.Take(1));
 }
 
@@ -108,15 +106,13 @@ TEST_F(AtTest, ASecondClaimReplacesTheCallablesAndNothingElse) {
   claim_again("+XY");
   EXPECT_EQ(queued, AtServicePeer::QueuedTypes());
   at_->StartService();
-  AtClient::Forward(Cmd("+XY"));
-  EXPECT_EQ(Lines{"+XY OK second\n"}, AtClient::answers.Take(1));
+  EXPECT_EQ("+XY OK second\n", Ask("+XY"));
 
   // Empty callables replace others too. Names are told apart by case.
   at_->RegisterCallback("+XY", nullptr, nullptr);
   claim_again("+xy");
   EXPECT_EQ(Lines{"+xy 1"}, second.Take(1));
-  AtClient::Forward(Cmd("+xy"));
-  EXPECT_EQ(Lines{"+XY ERROR "}, AtClient::answers.Take(1));
+  EXPECT_EQ("+XY ERROR ", Ask("+xy"));
   EXPECT_EQ((Lines{"+XY", "+xy"}), AtClient::requests.Take(2));
   EXPECT_EQ(Lines{}, results_.Take(0));
   EXPECT_EQ(0, at_->ReleaseCommands());

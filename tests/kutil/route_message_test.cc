@@ -10,12 +10,10 @@
 #include <string>
 
 #include "common/addresses.h"
-#include "kutil/link_names.h"
 
 namespace kor::util {
 namespace {
 
-using Kind = RouteMessage::Kind;
 using Names = std::vector<std::string>;
 using namespace std::string_literals;
 
@@ -104,35 +102,6 @@ TEST(RouteMessageTest, NoBytesAreTooHostile) {
       EXPECT_LE(Parse(turned).size(), 2u);
     }
   }
-}
-
-RouteMessage Told(Kind kind, int index, const std::string& name = {}) {
-  RouteMessage message{};
-  message.kind = kind;
-  message.index = index;
-  message.name = name;
-  return message;
-}
-
-TEST(LinkNamesTest, RemembersNamesForMessagesWithoutThem) {
-  LinkNames names;
-  EXPECT_EQ((Names{}), names.Learn(Told(Kind::kAddress, 3)));
-  EXPECT_EQ((Names{"rmnet_data0"}), names.Learn(Told(Kind::kLink, 3, "rmnet_data0")));
-  EXPECT_EQ((Names{"rmnet_data0"}), names.Learn(Told(Kind::kAddress, 3)));
-
-  // A rename concerns both names; leaving a bridge is not the end; a deleted link is forgotten after its last word.
-  EXPECT_EQ((Names{"wan0", "rmnet_data0"}), names.Learn(Told(Kind::kLink, 3, "wan0")));
-  EXPECT_EQ((Names{"wan0"}), names.Learn(Told(Kind::kLinkLeft, 3, "wan0")));
-  EXPECT_EQ((Names{"wan0"}), names.Learn(Told(Kind::kAddress, 3)));
-  EXPECT_EQ((Names{"wan0"}), names.Learn(Told(Kind::kLinkGone, 3)));
-  EXPECT_EQ((Names{}), names.Learn(Told(Kind::kAddress, 3)));
-
-  // Starting anew concerns what was known and what is.
-  names.Learn(Told(Kind::kLink, 1, "lo"));
-  names.Learn(Told(Kind::kLink, 7, "gone0"));
-  EXPECT_EQ((std::set<std::string>{"gone0", "lo", "new0"}), names.Replace({{1, "lo"}, {8, "new0"}}));
-  EXPECT_EQ((Names{}), names.Learn(Told(Kind::kAddress, 7)));
-  EXPECT_EQ((Names{"new0"}), names.Learn(Told(Kind::kAddress, 8)));
 }
 
 }  // namespace

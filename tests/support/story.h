@@ -14,6 +14,12 @@ struct DataManagerPeer {
   static void SetWaitBudget(DataManager& data, std::chrono::microseconds budget) {
     data.wait_budget_us_ = budget.count();
   }
+  static uint32_t InstanceNumber(const DataManager& data) { return data.ins_no_; }
+  static size_t Queued(DataManager& data) {
+    kor::util::MutexLock lock(data.mutex_);
+    return data.events_.size();
+  }
+  static void WakeForNothing(DataManager& data) { data.cond_.Signal(); }
 };
 
 }  // namespace kor::wwan
