@@ -19,7 +19,6 @@ namespace {
 kor::util::Mutex g_mutex;
 Answers g_answers KOR_GUARDED_BY(g_mutex);
 Calls g_calls KOR_GUARDED_BY(g_mutex);
-std::vector<std::function<void()>> g_queries KOR_GUARDED_BY(g_mutex);
 
 void Put(std::ostream& call, const std::string& text) { call << ' ' << text; }
 
@@ -46,21 +45,6 @@ kor::Result Request(const char* operation, uint32_t index, IPFamily family) {
   return answers.request;
 }
 
-// Keeps a copy of the callback until AnswerQueries().
-template <typename Answer>
-bool Query(const char* operation, std::function<void(Answer&, void*)> callback, void* user_data) {
-  const bool ok = Record(operation).ok;
-  kor::util::MutexLock lock(g_mutex);
-  if (ok && callback) {
-    g_queries.push_back([callback, user_data] {
-      Answer answer;
-      answer.result = kor::Result::kSuccess;
-      callback(answer, user_data);
-    });
-  }
-  return ok;
-}
-
 template <typename Client>
 Client* Instance() {
   static Client& client = *new Client;
@@ -75,7 +59,6 @@ void Vendor::Reset() {
   kor::util::MutexLock lock(g_mutex);
   g_answers = Answers();
   g_calls.clear();
-  g_queries.clear();
 }
 
 void Vendor::Set(const std::function<void(Answers&)>& change) {
@@ -86,15 +69,6 @@ void Vendor::Set(const std::function<void(Answers&)>& change) {
 Calls Vendor::Take() {
   kor::util::MutexLock lock(g_mutex);
   return std::exchange(g_calls, {});
-}
-
-void Vendor::AnswerQueries() {
-  std::vector<std::function<void()>> queries;
-  {
-    kor::util::MutexLock lock(g_mutex);
-    queries.swap(g_queries);
-  }
-  for (const auto& query : queries) query();
 }
 
 void Vendor::Publish(uint32_t event, const std::string& handle, const std::string& family) {
@@ -254,11 +228,10 @@ namespace kor::vendor::qcom::qmi {
 
 using kor::Result;
 using kor::test::Instance;
-using kor::test::Query;
 using kor::test::Record;
 using kor::wwan::DataManager;
-using kor::wwan::SmsManager;
 
+using Routes = std::list<kor::wwan::SmsManager::RouteInfo>;
 template <typename Answer>
 using Cb = std::function<void(Answer&, void*)>;
 
@@ -278,18 +251,13 @@ Result WdsQmiClient::GetProfileList(std::list<DataManager::ProfileInfo>& profile
   return Record("GetProfileList").request;
 }
 
-bool NasQmiClient::StartScanAsync(Cb<ScanResult> cb, void* data) { return Query("StartScanAsync", cb, data); }
-bool NasQmiClient::GetSignalInfoAsync(Cb<SignalInfo> cb, void* data) { return Query("GetSignalInfoAsync", cb, data); }
-bool NasQmiClient::GetErrorRateAsync(Cb<ErrorRate> cb, void* data) { return Query("GetErrorRateAsync", cb, data); }
-bool NasQmiClient::GetSystemInfoAsync(Cb<SystemInfo> cb, void* data) { return Query("GetSystemInfoAsync", cb, data); }
-bool NasQmiClient::GetCellLocationAsync(Cb<CellLocationInfo> cb, void* data) {
-  return Query("GetCellLocationAsync", cb, data);
-}
-
-bool NasQmiClient::GetCellLocation(CellLocationInfo& info) {
-  info.neighbours.resize(3);
-  return Record("GetCellLocation").ok;
-}
+// Queries are taken and never answered.
+bool NasQmiClient::StartScanAsync(Cb<ScanResult>, void*) { return Record("StartScanAsync").ok; }
+bool NasQmiClient::GetSignalInfoAsync(Cb<SignalInfo>, void*) { return Record("GetSignalInfoAsync").ok; }
+bool NasQmiClient::GetErrorRateAsync(Cb<ErrorRate>, void*) { return Record("GetErrorRateAsync").ok; }
+bool NasQmiClient::GetSystemInfoAsync(Cb<SystemInfo>, void*) { return Record("GetSystemInfoAsync").ok; }
+bool NasQmiClient::GetCellLocationAsync(Cb<CellLocationInfo>, void*) { return Record("GetCellLocationAsync").ok; }
+bool NasQmiClient::GetCellLocation(CellLocationInfo&) { return Record("GetCellLocation").ok; }
 
 Result DmsQmiClient::SetPinLock(int id, bool on, std::string pin) { return Record("SetPinLock", id, on, pin).request; }
 Result DmsQmiClient::ChangePinLockPwd(int id, std::string old_pin, std::string new_pin) {
@@ -300,13 +268,8 @@ Result DmsQmiClient::GetPinStatus() { return Record("GetPinStatus").request; }
 Result UimQmiClient::TurnOnPower(int slot) { return Record("TurnOnPower", slot).request; }
 Result UimQmiClient::TurnOffPower(int slot) { return Record("TurnOffPower", slot).request; }
 
-Result WmsQmiClient::GetRouteList(std::list<SmsManager::RouteInfo>& routes) {
-  routes.resize(2);
-  return Record("GetRouteList").request;
-}
-Result WmsQmiClient::SetRouteList(std::list<SmsManager::RouteInfo>& routes) {
-  return Record("SetRouteList", routes.size()).request;
-}
+Result WmsQmiClient::GetRouteList(Routes&) { return Record("GetRouteList").request; }
+Result WmsQmiClient::SetRouteList(Routes& routes) { return Record("SetRouteList", routes.size()).request; }
 Result WmsQmiClient::ModifyTagAsync() { return Record("ModifyTagAsync").request; }
 
 }  // namespace kor::vendor::qcom::qmi

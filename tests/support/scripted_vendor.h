@@ -53,9 +53,6 @@ class Vendor {
   // What was asked since the last call, as "Operation arg arg".
   static Calls Take();
 
-  // Answers the queries of the radio network that are open, on this thread.
-  static void AnswerQueries();
-
   // Publishes a data event on this thread, as the modem's thread does.
   static void Publish(uint32_t event, const std::string& handle, const std::string& family);
 };
