@@ -63,7 +63,7 @@ bool DnsCtrlService::StartDnsmasq() {
   cmd += " --listen-address 127.0.0.1 --bind-dynamic";  // Loopback only.
   cmd += " --leasefile-ro";                             // No DHCP leases on disk.
   KOR_LOG(LOG_INFO, "cmd %s\n", cmd.c_str());
-  return system(cmd.c_str()) == 0;
+  return system(cmd.c_str()) == 0;  // NOLINT(cert-env33-c): fixed text.
 }
 
 bool DnsCtrlService::IsDnsmasqAlive() {
@@ -102,6 +102,7 @@ bool DnsCtrlService::KillDnsmasq() {
   char cmd[kShortTextSize];
   snprintf(cmd, sizeof(cmd), "kill -9 %ld", pid);
   KOR_LOG_AS(kStop, LOG_DEBUG, "Try to kill dnsmasq with cmd [%s] and remove file %s\n", cmd, kDnsmasqPidPath);
+  // NOLINTNEXTLINE(cert-env33-c): fixed text and a number.
   if (system(cmd) == 0) WaitUntilGone(pid);  // A process that is gone already is as good.
   KOR_LOG_AS(kStop, LOG_DEBUG, "after kill dnsmasq with cmd [%s] and remove file %s\n", cmd, kDnsmasqPidPath);
   unlink(kDnsmasqPidPath);
