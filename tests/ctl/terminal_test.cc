@@ -69,7 +69,7 @@ TEST(Terminal, PinsAreTypedUnseen) {
   shell.ReadTo("PIN: ");
   shell.Type("12\x03");
   const std::string shown = shell.Wait().out;
-  EXPECT_TRUE(Holds(shown, "given up")) << shown;
+  EXPECT_TRUE(Holds(shown, "interrupted")) << shown;
   EXPECT_TRUE(Holds(shown, " echo ")) << shown;
 }
 

@@ -78,7 +78,7 @@ TEST(Tour, AConnectThatFailsIsExplained) {
       "DNS update  not needed\n"
       "Took        N s\n"
       "TIME   STEP\n"
-      "N s  request  policy 0, ipv4, is to connect; it is disconnected\n"
+      "N s  request  policy 0, ipv4, connect requested; the call is disconnected\n"
       "N s  modem    the modem reports a failure\n"
       "N s  end      the call is disconnected\n",
       std::regex_replace(failed.err, std::regex("[0-9]+\\.[0-9] s"), "N s"));
@@ -124,7 +124,7 @@ TEST(Tour, TheLanMovesAsAWholeOrNotAtAll) {
       moved.out.substr(0, moved.out.find("To confirm")));
   EXPECT_EQ("Unless you run \"kwwanctl lan confirm\" within 600 seconds, the old settings come back.\n", moved.err);
   EXPECT_NE(std::string::npos, Screen("lan rollback").find("192.168.225.1"));
-  EXPECT_EQ("status 1: kwwanctl: no change of the LAN waits for a confirmation\n", Screen("lan confirm"));
+  EXPECT_EQ("status 1: kwwanctl: no LAN change awaits confirmation\n", Screen("lan confirm"));
   EXPECT_NE(std::string::npos, Screen("lan dhcp off --lease 60").find("DHCP server  off"));
 
   EXPECT_EQ("ID   INTERFACE  PDN\n100  usb        -\n", Screen("vlan add 100 --interface usb"));
@@ -185,17 +185,17 @@ TEST(Tour, JsonIsOneLineAndNothingElse) {
 TEST(Tour, AWrongWordIsNamedWithWhatTheArgumentTakes) {
   const std::pair<const char*, const char*> lines[] = {
       {"statsu", "Did you mean \"status\"?"},
-      {"call", "call: takes list, show, up or down, and there is none"},
+      {"call", "call: takes list, show, up or down; none given"},
       {"call upp", "call: takes list, show, up or down, not \"upp\"\nDid you mean \"up\"?"},
       {"call list 5", "call list: takes no further argument, not \"5\""},
       {"call up x", "INDEX: takes a number from 0 to 254, not \"x\""},
-      {"call up --cidd 3", "call up: has no option \"--cidd\"\nDid you mean \"--cid\"?"},
-      {"call up --cid", "--cid: takes a number from 1 to 24, and there is none"},
+      {"call up --cidd 3", "call up: unknown option \"--cidd\"\nDid you mean \"--cid\"?"},
+      {"call up --cid", "--cid: takes a number from 1 to 24; none given"},
       {"call up -4 -6", "-4 and -6 exclude each other"},
       {"call up 0 --cid 1", "INDEX and --cid exclude each other"},
-      {"policy autoconnect 0", "on|off: takes on or off, and there is none"},
+      {"policy autoconnect 0", "on|off: takes on or off; none given"},
       {"profile create 1 --type 3gp", "Did you mean \"3gpp\"?"},
-      {"at claim +X", "claim: takes --run or --answer, and there is none"},
+      {"at claim +X", "claim: takes --run or --answer; none given"},
       {"lan gateway 192.168.1", "ADDRESS: takes an IPv4 address like 192.168.2.1, not \"192.168.1\""},
       {"lan set --confirm 5", "lan set: takes at least one setting"},
       {"status --watch 0", "--watch: takes a number from 1 to 86400, not \"0\""},

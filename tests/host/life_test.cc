@@ -111,7 +111,7 @@ void PutDnsmasq(const std::string& script, const std::string& path) {
 
 TEST(LifeTest, AWrongCommandLineIsToldByOptionAndWhatItTakes) {
   const Refusal cases[] = {
-      {{"--sokcet", "x"}, "--sokcet: no such option; did you mean --socket?"},
+      {{"--sokcet", "x"}, "--sokcet: unknown option; did you mean --socket?"},
       {{"--mode", "888"}, "--mode: takes an octal mode from 0000 to 0777, such as 0660, not \"888\""},
       {{"--mode"}, "--mode: its MODE missing"},
       {{"--group", "no-such"}, "--group: takes the name of a group of this machine, not \"no-such\""},
@@ -119,7 +119,7 @@ TEST(LifeTest, AWrongCommandLineIsToldByOptionAndWhatItTakes) {
       {{"--scenario", "/none"}, "--scenario: takes a file that can be read, not \"/none\""},
       {{"--backoff-ms", "0", "5"}, "--backoff-ms"},
       {{"--daemon", "--stderr"}, "--stderr"},
-      {{"word"}, "word: no such option"},
+      {{"word"}, "word: unknown option"},
   };
   for (const auto& c : cases) ExpectRefusal(c, 2);
   EXPECT_FALSE(IsThere(kSocket));
@@ -137,12 +137,12 @@ TEST(LifeTest, AHostThatCannotStartSaysWhyAndLeavesNothing) {
   const Refusal cases[] = {
       {{"--scenario", "/tmp/wrong"}, "/tmp/wrong:2: "},
       {{"--pid-file", "/none/pid"}, "/none/pid: No such file"},
-      {{"--pid-file", "/tmp/link"}, "/tmp/link is a link; it is not followed"},
-      {{"--pid-file", "/tmp/twice"}, "/tmp/twice is there and is not this user's alone"},
-      {{"--pid-file", "/tmp/pipe"}, "/tmp/pipe is there and is no regular file"},
+      {{"--pid-file", "/tmp/link"}, "/tmp/link is a symbolic link; it is not followed"},
+      {{"--pid-file", "/tmp/twice"}, "/tmp/twice exists and is not this user's alone"},
+      {{"--pid-file", "/tmp/pipe"}, "/tmp/pipe exists and is not a regular file"},
       {{"--socket", "/tmp/open/sock"}, "/tmp/open can be written by others"},
       {{"--socket", "/tmp/busy"}, "another program serves /tmp/busy"},
-      {{"--socket", "/tmp/file"}, "/tmp/file is there and is no socket"},
+      {{"--socket", "/tmp/file"}, "/tmp/file exists and is not a socket"},
       {{"--socket", "/tmp/" + std::string(120, 'x')}, "at most 107 bytes"},
       {{"--socket", "/proc/none/sock"}, "/proc/none"},
   };

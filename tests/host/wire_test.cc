@@ -22,12 +22,12 @@ TEST_F(WireTest, EachMalformedLineIsAnsweredWithItsReasonAndTheConnectionLivesOn
     Json id;
     std::string reason;
   } cases[] = {
-      {"", -32700, nullptr, "not JSON"},
-      {"hello", -32700, nullptr, "not JSON"},
+      {"", -32700, nullptr, "invalid JSON"},
+      {"hello", -32700, nullptr, "invalid JSON"},
       {R"({"id":1)", -32700, nullptr, "column 8"},
-      {"\xff\xfe\x80", -32700, nullptr, "not JSON"},
-      {std::string("{\"id\":1,\0}", 10), -32700, nullptr, "not JSON"},
-      {"[]", -32600, nullptr, "one object a line"},
+      {"\xff\xfe\x80", -32700, nullptr, "invalid JSON"},
+      {std::string("{\"id\":1,\0}", 10), -32700, nullptr, "invalid JSON"},
+      {"[]", -32600, nullptr, "one object per line"},
       {"7", -32600, nullptr, "an object"},
       {"{}", -32600, nullptr, "id"},
       {R"({"id":null,"method":"host.version"})", -32600, nullptr, "id"},
@@ -40,9 +40,9 @@ TEST_F(WireTest, EachMalformedLineIsAnsweredWithItsReasonAndTheConnectionLivesOn
       {R"({"id":5,"method":"host.version","params":[]})", -32602, 5, "an object"},
       {R"({"id":6,"method":"host.version","params":{"x":1}})", -32602, 6, "x"},
       {R"({"id":7,"method":"host.verson"})", -32601, 7, "did you mean host.version?"},
-      {R"({"id":8,"method":"\u0000\u001b[31m"})", -32601, 8, "no method"},
+      {R"({"id":8,"method":"\u0000\u001b[31m"})", -32601, 8, "unknown method"},
       {deep + std::string(5000, ']') + "}}", -32600, nullptr, "nested"},
-      {"[" + std::string(65535, ' '), -32700, nullptr, "not JSON"},  // As long as a line may be.
+      {"[" + std::string(65535, ' '), -32700, nullptr, "invalid JSON"},  // As long as a line may be.
       {"[" + std::string(65536, ' '), -32600, nullptr, "65536"},
   };
   for (const auto& c : cases) {

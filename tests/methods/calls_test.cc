@@ -42,7 +42,7 @@ TEST_F(HostTest, ACallUpAndDownIsExplained) {
   EXPECT_EQ("updated", explain["dns"]);
   EXPECT_GE(explain["took_ms"], 400);
   EXPECT_EQ(Json(told), explain["steps"]);  // Told live, all of them, once.
-  EXPECT_EQ("another call's", explain["ignored"][0]["why"]);
+  EXPECT_EQ("for another call", explain["ignored"][0]["why"]);
   EXPECT_EQ(101, explain["ignored"][0]["handle"]);
 
   // Up already: nothing is asked for.
@@ -73,7 +73,7 @@ TEST_F(HostTest, ARefusedOrFailedCallSaysWhichHalfItWas) {
   modem.FailNext("StartCall", 1, static_cast<kor::Result>(77));
   Json error = Call("call.up", kIpv4)["error"];
   EXPECT_EQ(77, error["code"]);
-  EXPECT_EQ("The request was refused: the modem refused with its code 77.", error["message"]);
+  EXPECT_EQ("The request was refused: the modem refused with code 77.", error["message"]);
   EXPECT_EQ("failed", error["data"]["explain"]["modem"]);
   EXPECT_EQ("not needed", error["data"]["explain"]["dns"]);
 
@@ -92,7 +92,7 @@ TEST_F(HostTest, ARefusedOrFailedCallSaysWhichHalfItWas) {
 
   // Asked for while it is on its way: the library refuses at once.
   modem.SetConnectDelay(60s);
-  EXPECT_EQ("The modem took the request; its outcome was not waited for.",
+  EXPECT_EQ("The modem accepted the request; its outcome was not waited for.",
             Call("call.up", R"({"index":0,"family":"ipv4","wait":false})")["explain"]["summary"]);
   error = Call("call.up", kIpv4)["error"];
   EXPECT_EQ("connecting", error["data"]["explain"]["before"]);

@@ -12,7 +12,7 @@ CommandError UsageError(const std::string& argument, const std::string& takes, c
                         const std::string& nearest) {
   Json data{{"argument", argument}, {"takes", takes}};
   if (!nearest.empty()) data["nearest"] = nearest;
-  const std::string found = given.empty() ? ", and there is none" : ", not \"" + given + '"';
+  const std::string found = given.empty() ? "; none given" : ", not \"" + given + '"';
   return {kErrorUsage, argument + ": takes " + takes + found, data};
 }
 

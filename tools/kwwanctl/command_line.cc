@@ -174,7 +174,7 @@ Json Data(const std::string& word, const std::string& nearest) {
 CommandError Unknown(const std::string& path, const CLI::App& app, const std::string& word) {
   const Names known = IsOption(word) ? OptionNames(app) : NamesOf(app);
   const std::string nearest = kor::tools::Nearest(word, known).value_or("");
-  if (IsOption(word)) return {kErrorUsage, path + ": has no option \"" + word + '"', Data(word, nearest)};
+  if (IsOption(word)) return {kErrorUsage, path + ": unknown option \"" + word + '"', Data(word, nearest)};
   return UsageError(path, known.empty() ? "no further argument" : Listed(known), word, nearest);
 }
 
@@ -199,7 +199,7 @@ CommandError ParserError(const CLI::App& app, const std::string& message) {
   const CLI::Option* option = level->get_option_no_throw(name);
   const bool missing = message.find("missing") != std::string::npos;
   if (option != nullptr && missing) return UsageError(name, option->get_description(), "");
-  if (option != nullptr) return {kErrorUsage, name + ": must not be there twice", Json{{"argument", name}}};
+  if (option != nullptr) return {kErrorUsage, name + ": may be given only once", Json{{"argument", name}}};
   return {kErrorUsage, message, Json{{"argument", name}}};
 }
 

@@ -9,7 +9,7 @@ namespace kor::ctl {
 namespace {
 
 const char kGlobalOptions[] =
-    "\nEverywhere: --json (the host's answer as it is), --no-color, --socket PATH (the host's), --help\n";
+    "\nGlobal options: --json (the host's answer as it is), --no-color, --socket PATH (the host's), --help\n";
 
 std::string Option(const Arg& arg) { return arg.value.empty() ? arg.name : arg.name + ' ' + arg.value; }
 
@@ -53,7 +53,7 @@ std::string VerbHelp(const std::string& path, const Verb& verb) {
   std::string text = "Usage: " + path + UsageWords(verb) + "\n\n" + verb.help + '\n';
   Entries args;
   for (const Arg& arg : verb.args) args.emplace_back(Option(arg), ArgHelp(arg));
-  if (verb.watch) args.emplace_back("--watch [SECONDS]", "Again and again, every 2 seconds unless said otherwise");
+  if (verb.watch) args.emplace_back("--watch [SECONDS]", "Repeat every SECONDS (default 2)");
   if (!verb.args.empty() || verb.watch) text += '\n' + Columns(args);
   Entries examples;
   for (const Example& example : verb.examples) examples.emplace_back("kwwanctl " + example.command, example.what);

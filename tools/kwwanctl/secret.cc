@@ -21,12 +21,11 @@ constexpr size_t kLongestLine = 4096;
 class NoEcho {
  public:
   NoEcho() {
-    if (tcgetattr(STDIN_FILENO, &before_) != 0) throw CommandError(kErrorFailure, "cannot switch the echo off");
+    if (tcgetattr(STDIN_FILENO, &before_) != 0) throw CommandError(kErrorFailure, "cannot turn the echo off");
     termios quiet = before_;
     quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
     quiet.c_lflag |= ECHONL;
-    if (tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet) != 0)
-      throw CommandError(kErrorFailure, "cannot switch the echo off");
+    if (tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet) != 0) throw CommandError(kErrorFailure, "cannot turn the echo off");
   }
   ~NoEcho() { (void)tcsetattr(STDIN_FILENO, TCSAFLUSH, &before_); }
   NoEcho(const NoEcho&) = delete;
@@ -42,7 +41,7 @@ std::string ReadLine(InterruptWatcher& watcher) {
   char c = 0;
   while (line.size() < kLongestLine) {
     if (watcher.Wait(STDIN_FILENO, std::nullopt) == InterruptWatcher::Woken::kInterrupted)
-      throw CommandError(kErrorFailure, "given up");
+      throw CommandError(kErrorFailure, "interrupted");
     const ssize_t n = read(STDIN_FILENO, &c, 1);
     if (n == 1 && c == '\n') return line;
     if (n != 1 && line.empty()) throw CommandError(kErrorFailure, "standard input ended before the secret");
@@ -78,7 +77,7 @@ std::string ReadPin(const std::string& prompt) {
 std::string ReadNewPin(const std::string& prompt) {
   std::string pin = ReadPin(prompt);
   if (!isatty(STDIN_FILENO) || ReadSecret("Once more: ") == pin) return pin;
-  throw CommandError(kErrorFailure, "the new PIN was not the same both times; nothing is changed");
+  throw CommandError(kErrorFailure, "the new PINs differ; nothing is changed");
 }
 
 }  // namespace kor::ctl

@@ -75,7 +75,7 @@ Json Session::Call(const std::string& method, const Json& params, Milliseconds l
 
 void Session::Send(const std::string& line, Time end) {
   for (size_t sent = 0; sent < line.size();) {
-    if (!WaitUntil(POLLOUT, end)) throw CommandError(kErrorTimeout, "the host takes no request");
+    if (!WaitUntil(POLLOUT, end)) throw CommandError(kErrorTimeout, "the host accepts no request");
     const ssize_t n = send(fd(), line.data() + sent, line.size() - sent, MSG_NOSIGNAL | MSG_DONTWAIT);
     if (n < 0 && errno != EAGAIN && errno != EINTR) return;  // Gone, maybe with a word of why: Await() reads it.
     if (n > 0) sent += static_cast<size_t>(n);
@@ -108,7 +108,7 @@ void Session::Receive() {
   if (n == 0) Gone("the host closed the connection");
   if (n < 0 && errno != EAGAIN && errno != EINTR) Gone(std::string("the host is gone: ") + strerror(errno));
   if (n > 0) received_.append(part, static_cast<size_t>(n));
-  if (received_.size() > kLongestMessage) Gone("the host's answer has no end");
+  if (received_.size() > kLongestMessage) Gone("the host's answer is too long");
 }
 
 std::optional<Json> Session::TakeMessage() {
@@ -145,7 +145,7 @@ std::optional<Session::Notification> Session::Next() {
 }
 
 void Session::Gone(const std::string& why) {
-  throw CommandError(kErrorUnreachable, why + " (" + path_ + "). What was asked may have been done or not.");
+  throw CommandError(kErrorUnreachable, why + " (" + path_ + "). The request may or may not have been carried out.");
 }
 
 }  // namespace kor::ctl

@@ -22,13 +22,13 @@ bool IsOpenToOthers(const struct stat& folder) {
 // file, another user's file says what he wants, a pipe waits for its other end. Throws std::runtime_error.
 Fd OpenOwnFile(const std::string& path, mode_t mode) {
   Fd fd(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, mode));
-  if (!fd.is_open() && errno == ELOOP) throw std::runtime_error(path + " is a link; it is not followed");
+  if (!fd.is_open() && errno == ELOOP) throw std::runtime_error(path + " is a symbolic link; it is not followed");
   if (!fd.is_open()) throw kor::tools::SystemError(path);
   struct stat file {};
   if (fstat(fd.get(), &file) != 0) throw kor::tools::SystemError(path);
-  if (!S_ISREG(file.st_mode)) throw std::runtime_error(path + " is there and is no regular file; it is left alone");
+  if (!S_ISREG(file.st_mode)) throw std::runtime_error(path + " exists and is not a regular file; it is left alone");
   if (file.st_uid != geteuid() || file.st_nlink > 1) {
-    throw std::runtime_error(path + " is there and is not this user's alone; it is left alone");
+    throw std::runtime_error(path + " exists and is not this user's alone; it is left alone");
   }
   if (fchmod(fd.get(), mode) != 0) throw kor::tools::SystemError(path);
   return fd;
@@ -76,7 +76,7 @@ void CheckFolder(const std::string& folder) {
   const bool is_open = IsOpenToOthers(there);
   if (is_ours && !is_open) return;
   throw std::runtime_error(folder + (is_ours ? " can be written by others" : " belongs to another user") +
-                           ", who could put a file of theirs in the place of the host's");
+                           ", who could replace the host's files");
 }
 
 void CloseFolder(const std::string& folder) {

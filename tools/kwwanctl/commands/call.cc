@@ -183,11 +183,11 @@ Action ChangeCall(const std::string& method) {
   };
 }
 
-const Arg kCallIndex{"INDEX", "index", Number(0, 254), "The policy; 0 unless said otherwise"};
+const Arg kCallIndex{"INDEX", "index", Number(0, 254), "The policy (default 0)"};
 const Arg kCallCid{"--cid", "cid", Number(1, 24), "The policy that carries this profile instead", "N"};
-const Arg kIpv4{"-4", "family", Flag("ipv4"), "The IPv4 call; so unless said otherwise"};
+const Arg kIpv4{"-4", "family", Flag("ipv4"), "The IPv4 call (default)"};
 const Arg kIpv6{"-6", "family", Flag("ipv6"), "The IPv6 call"};
-const Arg kNoWait{"--no-wait", "wait", Flag(false), "Ask for it and do not wait for the outcome"};
+const Arg kNoWait{"--no-wait", "wait", Flag(false), "Do not wait for the outcome"};
 
 Verb ChangeCallVerb(const std::string& name, const std::string& help) {
   Verb verb{name, help, {kCallIndex, kCallCid, kIpv4, kIpv6, kNoWait}, {}};

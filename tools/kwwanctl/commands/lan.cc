@@ -19,8 +19,8 @@ const Arg kStart{"--start", "start", Address(), "First address of the DHCP pool"
 const Arg kEnd{"--end", "end", Address(), "Last address of the DHCP pool", "ADDRESS"};
 const Arg kLease{"--lease", "lease_s", Number(1, INT32_MAX), "Lease time in seconds", "SECONDS"};
 const Arg kMovePool{"--move-pool", "move_pool", Flag(), "Moves the DHCP pool along to the gateway's new subnet"};
-const Arg kConfirm{"--confirm", "confirm_s", Number(1, kDay),
-                   "Goes back to what was before unless it is confirmed in time", "SECONDS"};
+const Arg kConfirm{"--confirm", "confirm_s", Number(1, kDay), "Rolls the change back unless it is confirmed in time",
+                   "SECONDS"};
 
 std::string LanText(const Json& lan, const Paint& paint) {
   Fields fields;
@@ -120,8 +120,8 @@ Object LanCommands() {
                      "with the DHCP pool; back again in a minute unless confirmed"}}),
            LanVerb("dhcp", "Switches the DHCP server, and sets its pool.", {new_dhcp, kStart, kEnd, kLease, kConfirm},
                    {{"lan dhcp off", ""}, {"lan dhcp on --lease 3600", ""}}),
-           {"confirm", "Keeps a change that waits for its confirmation.", {}, {}, "lan.confirm", LanText},
-           {"rollback", "Undoes a change that waits for its confirmation, at once.", {}, {}, "lan.rollback", LanText}}};
+           {"confirm", "Keeps a change that awaits confirmation.", {}, {}, "lan.confirm", LanText},
+           {"rollback", "Rolls a change that awaits confirmation back at once.", {}, {}, "lan.rollback", LanText}}};
 }
 
 Object VlanCommands() {
@@ -129,8 +129,7 @@ Object VlanCommands() {
   const Arg pdn{"PDN", "pdn", Number(1, 255), "The PDN: a policy's index, not the default one's (0)", "", true};
   const Arg mapped{"PDN", "pdn", Number(0, 255), "The PDN, as the list shows it", "", true};
   const Arg interface {
-    "--interface", "interface", OneOf({"ethernet", "usb", "wlan"}),
-        "Where its frames travel; ethernet unless said otherwise", "INTERFACE"
+    "--interface", "interface", OneOf({"ethernet", "usb", "wlan"}), "Its LAN interface (default ethernet)", "INTERFACE"
   };
   Verb add{"add", "Adds a VLAN.", {id, interface}, {{"vlan add 100", ""}, {"vlan add 200 --interface usb", ""}},
            "",    nullptr};
@@ -140,17 +139,17 @@ Object VlanCommands() {
     return its_context.Ask("vlan.add", with_interface, VlansText);
   };
   return {"vlan",
-          "VLANs of the LAN, and the PDNs that serve them.",
+          "VLANs of the LAN and the PDNs they are mapped to.",
           {{"list", "Every VLAN and its PDN.", {}, {}, "vlan.list", VlansText},
            add,
            {"remove", "Removes a VLAN.", {id}, {{"vlan remove 100", ""}}, "vlan.remove", VlansText},
-           {"map", "Lets a PDN serve a VLAN.", {id, pdn}, {{"vlan map 100 1", ""}}, "vlan.map", VlansText},
+           {"map", "Maps a VLAN to a PDN.", {id, pdn}, {{"vlan map 100 1", ""}}, "vlan.map", VlansText},
            {"unmap", "Ends that.", {id, mapped}, {{"vlan unmap 100 1", ""}}, "vlan.unmap", VlansText}}};
 }
 
 Object PassthroughCommands() {
   const Arg mac{"--mac", "mac", Text("an address like 02:00:5e:10:00:01"), "The client with this MAC address", "MAC"};
-  const Arg host{"--host-name", "host_name", Text("a DHCP host name"), "The client that calls itself so", "NAME"};
+  const Arg host{"--host-name", "host_name", Text("a DHCP host name"), "The client with this DHCP host name", "NAME"};
   Verb on{"on",
           "Gives one client of the LAN the WAN address itself: the first that asks unless one is named.",
           {mac, host},

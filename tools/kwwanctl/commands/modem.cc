@@ -41,7 +41,7 @@ std::string PowerText(const Json& sim, const Paint&) {
 std::string PinText(const Json& pin, const Paint&) { return "PIN: " + ToText(Member(pin, "status")) + '\n'; }
 
 Verb PowerVerb(const std::string& name, const std::string& help) {
-  Verb verb{name, help, {{"SLOT", "slot", Number(1, 8), "The slot; 1 unless said otherwise"}}, {}};
+  Verb verb{name, help, {{"SLOT", "slot", Number(1, 8), "The slot (default 1)"}}, {}};
   verb.examples = {{"sim " + name, "slot 1"}, {"sim " + name + " 2", "slot 2"}};
   verb.action = [name](Context& context, Json params) -> int {
     if (!params.contains("slot")) params["slot"] = 1;
@@ -80,7 +80,7 @@ std::string Quoted(const std::string& word) {
 // A single word with blanks is a whole line ("kwwanctl modem 'connect-delay 300'").
 std::string Line(std::vector<std::string> words) {
   if (!words.empty() && words[0] == "--") words.erase(words.begin());
-  if (words.empty()) throw UsageError("modem", "a command; \"kwwanctl modem help\" lists them", "");
+  if (words.empty()) throw UsageError("modem", "a command (\"kwwanctl modem help\" lists them)", "");
   std::string line;
   for (const std::string& word : words) line += (line.empty() ? "" : " ") + (words.size() == 1 ? word : Quoted(word));
   if (!IsUtf8(line)) throw UsageError("modem", "text in UTF-8", Escape(line));
@@ -110,7 +110,7 @@ Object AtCommands() {
   claim.one_of = {"--run", "--answer"};
   return {"at",
           "AT commands that the host serves.",
-          {{"list", "Every claimed command and what became of it.", {}, {}, "at.list", ClaimsText},
+          {{"list", "Every claimed command and its state.", {}, {}, "at.list", ClaimsText},
            claim,
            {"release",
             "Takes a claim back. The modem keeps the name; its commands fail until it is claimed anew.",
@@ -119,7 +119,7 @@ Object AtCommands() {
             "at.release",
             NoText},
            {"notify",
-            "Shows a text on the AT terminals, unasked.",
+            "Sends an unsolicited text to the AT terminals.",
             {text},
             {{"at notify \"+KWUP: 1\"", ""}},
             "at.notify",
@@ -130,7 +130,7 @@ Object AtCommands() {
 Object SimCommands() {
   return {"sim",
           "The power of the SIM card.",
-          {PowerVerb("on", "Gives it power."), PowerVerb("off", "Takes the power away; calls go down.")}};
+          {PowerVerb("on", "Switches it on."), PowerVerb("off", "Switches it off; calls go down.")}};
 }
 
 Object PinCommands() {
@@ -141,8 +141,8 @@ Object PinCommands() {
   };
   return {"pin",
           "The PINs of the SIM card. Never arguments: others would see them.",
-          {{"status", "Whether the PIN is wanted.", {}, {}, "pin.status", PinText},
-           PinVerb("lock", "Switches the lock on: the PIN is wanted whenever the card gets power.", one),
+          {{"status", "Whether the PIN is required.", {}, {}, "pin.status", PinText},
+           PinVerb("lock", "Switches the lock on: the PIN is required at each power-up of the card.", one),
            PinVerb("unlock", "Switches the lock off.", one),
            PinVerb("change", "Changes the PIN.", two)}};
 }

@@ -47,8 +47,7 @@ std::string DeletedText(const Json& policy, const Paint&) {
 }
 
 const Arg kProfileCid{"CID", "index", Number(1, 24), "The profile", "", true};
-const Arg kProfileType{"--type", "type", OneOf({"3gpp", "3gpp2", "epc"}), "Its kind; 3gpp unless said otherwise",
-                       "TYPE"};
+const Arg kProfileType{"--type", "type", OneOf({"3gpp", "3gpp2", "epc"}), "Its type (default 3gpp)", "TYPE"};
 
 const std::vector<Arg> kSettings{
     kProfileCid,
@@ -112,7 +111,7 @@ Object PolicyCommands() {
             PolicyLine},
            {"delete", "Deletes a policy.", {kIndex}, {{"policy delete 1", ""}}, "policy.delete", DeletedText},
            {"autoconnect",
-            "Whether its calls come up by themselves, and again when they are lost.",
+            "Whether its calls are connected automatically, and again when they are lost.",
             {kIndex, kSwitch},
             {{"policy autoconnect 0 on", ""}},
             "policy.autoconnect",

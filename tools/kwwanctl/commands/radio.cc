@@ -21,7 +21,7 @@ std::string ScanText(const Json& result, const Paint& paint) {
                {status, colour},
                Member(network, "radio")});
   }
-  return table.Text(paint, "No network is heard.");
+  return table.Text(paint, "No network was found.");
 }
 
 std::string SignalText(const Json& result, const Paint& paint) {
@@ -32,18 +32,18 @@ std::string SignalText(const Json& result, const Paint& paint) {
     table.Add({radio, Member(signal, "rssi"), Member(signal, "rsrp"), Member(signal, "rsrq"), Member(signal, "snr"),
                Member(signal, "ecio")});
   }
-  return table.Text(paint, "The modem is not served.");
+  return table.Text(paint, "No service.");
 }
 
 std::string CellText(const Json& result, const Paint& paint) {
   const Json serving = Member(result, "serving");
-  std::string text = serving.is_object() ? RecordText(serving, paint) : "No cell serves the modem.\n";
+  std::string text = serving.is_object() ? RecordText(serving, paint) : "No serving cell.\n";
   Table table({"NEIGHBOUR", "CHANNEL", "CELL", "RSRP", "RSRQ"});
   for (const Json& cell : Member(result, "neighbours")) {
     table.Add({Member(cell, "radio"), Member(cell, "channel"), Member(cell, "physical_cell"), Member(cell, "rsrp"),
                Member(cell, "rsrq")});
   }
-  return text + '\n' + table.Text(paint, "No other cell is heard.");
+  return text + '\n' + table.Text(paint, "No neighbour cell.");
 }
 
 // Block error rates come in hundredths of a percent.
@@ -101,15 +101,14 @@ int ShowStorage(Context& context, const Json& params) {
 }  // namespace
 
 Object RadioCommands() {
-  Verb scan{"scan",       "Searches for networks. Takes up to minutes; calls may stand still meanwhile.",
-            {},           {},
-            "radio.scan", ScanText};
+  Verb scan{"scan",  "Scans for networks. Takes up to minutes; calls may stall meanwhile.", {}, {}, "radio.scan",
+            ScanText};
   scan.limit = kScanLimit;
   return {"radio",
-          "The radio network: what the modem hears.",
-          {scan, Watched("signal", "How well the modem hears what serves it.", SignalText),
-           Watched("cell", "The cell that serves the modem, and its neighbours.", CellText),
-           Watched("errors", "Error rates of what is received.", ErrorsText),
+          "The radio network: scan, signal, cells, registration.",
+          {scan, Watched("signal", "Signal strength and quality.", SignalText),
+           Watched("cell", "The serving cell and its neighbours.", CellText),
+           Watched("errors", "Error rates of reception.", ErrorsText),
            Watched("system", "Registration: the network, roaming, attachment.", RecordText)}};
 }
 
@@ -124,16 +123,16 @@ Object SmsCommands() {
                    true};
   Verb show_storage{"storage",
                     "How full a storage is.",
-                    {{"STORAGE", "storage", OneOf({"sim", "device"}), "Which; sim unless said otherwise"}},
+                    {{"STORAGE", "storage", OneOf({"sim", "device"}), "Which one (default sim)"}},
                     {{"sms storage device", ""}},
                     "",
                     nullptr};
   show_storage.action = ShowStorage;
   return {"sms",
-          "Which way short messages go.",
+          "Routes and storages of short messages.",
           {{"routes", "The route of each class of messages.", {}, {}, "sms.routes", RoutesText},
            {"route",
-            "Sends a class of messages another way.",
+            "Changes the route of a class of messages.",
             {its_class, storage, action},
             {{"sms route class-1 device store-and-notify", ""}},
             "sms.route",

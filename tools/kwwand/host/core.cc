@@ -107,8 +107,8 @@ void Core::StartDns() {
   if (kor::tools::ForwarderPid()) return;
   throw RequestError(
       static_cast<int>(kor::Result::kFailure),
-      "the DNS service runs, but names are not found: dnsmasq did not start; the log tells how it ended, "
-      "kwwanctl doctor what stands in its way");
+      "the DNS service runs, but names are not resolved: dnsmasq did not start; the log says how it ended, "
+      "kwwanctl doctor what prevents it");
 }
 
 void Core::StopDns() {

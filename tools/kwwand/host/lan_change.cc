@@ -31,7 +31,7 @@ void CheckGateway(const LanConfig& lan) {
   const uint32_t host = ~Number(lan.nm);
   const uint32_t part = Number(lan.gw) & host;
   if (part != 0 && part != host) return;
-  Refuse("gateway", lan.gw + " is the subnet's own or its broadcast address", "an address that a host can have");
+  Refuse("gateway", lan.gw + " is the subnet's network or broadcast address", "a host address");
 }
 
 void CheckPool(const LanConfig& lan, const LanChange& change) {
@@ -49,8 +49,8 @@ void CheckPool(const LanConfig& lan, const LanChange& change) {
   Refuse(change.gateway   ? "gateway"
          : change.netmask ? "netmask"
                           : "dhcp",
-         "the DHCP pool " + pool + " would be left outside " + subnet +
-             ", or hold its address; give start and end, or " + "move_pool to move it along",
+         "the DHCP pool " + pool + " would be outside " + subnet + ", or contain its address; give start and end, or " +
+             "move_pool to move it too",
          "a change that the DHCP pool fits: with start and end, or with move_pool");
 }
 
@@ -74,7 +74,7 @@ LanConfig Changed(const LanConfig& current, const LanChange& change) {
   CheckAddress("start", change.start);
   CheckAddress("end", change.end);
   if (change.move_pool && (change.start || change.end)) {
-    Refuse("move_pool", "does not go with start or end", "true only without start and end");
+    Refuse("move_pool", "cannot be combined with start or end", "true only without start and end");
   }
   LanConfig lan = current;
   lan.gw = change.gateway.value_or(current.gw);

@@ -52,7 +52,7 @@ void LanJournal::Keep(const LanConfig& before) {
   const std::string why = kor::tools::SystemError(path_).what();
   unlink(fresh.c_str());
   throw RequestError(static_cast<int>(kor::Result::kFailure),
-                     "what is there now cannot be kept to come back to, the LAN is as before: " + why);
+                     "the present settings cannot be saved for a rollback, nothing was changed: " + why);
 }
 
 bool LanJournal::Forget() {
@@ -68,7 +68,7 @@ std::optional<LanConfig> LanJournal::Kept() const {
     if (file.st_uid != geteuid()) throw std::runtime_error("it is another user's");
     return Parse(kor::tools::ReadTextFile(path_).text.value_or(""));
   } catch (const std::exception& e) {
-    syslog(LOG_ERR, "%s, an unconfirmed change of the LAN, is not taken back: %s\n", path_.c_str(), e.what());
+    syslog(LOG_ERR, "%s: an unconfirmed LAN change is not rolled back: %s\n", path_.c_str(), e.what());
     return std::nullopt;
   }
 }
@@ -109,7 +109,7 @@ LanGuard::State LanGuard::Set(const LanChange& change, std::optional<std::chrono
   kor::util::MutexLock lock(mutex_);
   if (open_) {
     throw RequestError(static_cast<int>(kRefused),
-                       "an earlier change waits for its confirmation: confirm it or roll it back first");
+                       "an earlier change awaits confirmation: confirm it or roll it back first");
   }
   const LanConfig before = ShowLocked().lan;
   LanConfig lan = Changed(before, change);
@@ -122,8 +122,8 @@ LanGuard::State LanGuard::Set(const LanChange& change, std::optional<std::chrono
     LanConfig back = before;
     const bool restored = lan_.SetLanConfig(back, true);
     if (restored) (void)journal_.Forget();  // Otherwise the next host tries once more.
-    Check(false, restored ? "writing the LAN configuration (the one before is in force)"
-                          : "writing the LAN configuration, and the one before too");
+    Check(false, restored ? "writing the LAN configuration (the previous one is in force)"
+                          : "writing the LAN configuration, and restoring the previous one");
   }
   if (confirm && !OpenFor(*confirm, before)) {
     RollBackLocked("no timer");
@@ -134,7 +134,7 @@ LanGuard::State LanGuard::Set(const LanChange& change, std::optional<std::chrono
 
 LanGuard::State LanGuard::Confirm() {
   kor::util::MutexLock lock(mutex_);
-  if (!open_) throw RequestError(static_cast<int>(kRefused), "no change of the LAN waits for a confirmation");
+  if (!open_) throw RequestError(static_cast<int>(kRefused), "no LAN change awaits confirmation");
   Check(journal_.Forget(), "keeping the change for good");
   open_.reset();
   return ShowLocked();
@@ -142,7 +142,7 @@ LanGuard::State LanGuard::Confirm() {
 
 LanGuard::State LanGuard::RollBack(const char* why) {
   kor::util::MutexLock lock(mutex_);
-  if (!open_) throw RequestError(static_cast<int>(kRefused), "no change of the LAN waits for a confirmation");
+  if (!open_) throw RequestError(static_cast<int>(kRefused), "no LAN change awaits confirmation");
   Check(RollBackLocked(why), "rolling the LAN back");
   return ShowLocked();
 }

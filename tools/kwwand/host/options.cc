@@ -22,18 +22,18 @@ constexpr int kUsage = 2;  // Exit status.
 constexpr char kBackoff[] = "--backoff-ms";
 
 constexpr char kDescription[] =
-    "kwwand: holds the data calls, the DNS forwarder and the AT service, and serves kwwanctl at a socket.";
+    "kwwand: holds the data calls, the DNS forwarder and the AT service, and serves kwwanctl on a socket.";
 
 constexpr char kFooter[] = R"(Examples:
   kwwand --modem simulated --stderr                 in the foreground, the log on the terminal too
   kwwand --modem simulated --daemon                 return when the host can be reached
   kwwand --modem simulated --group wwan             members of the group wwan may change things
-  kwwand --modem simulated --scenario bench.txt     the simulated modem plays a story
+  kwwand --modem simulated --scenario bench.txt     the simulated modem runs a scenario
 
 On a device whose maker brings libraries of its own, --modem is not needed.
 
-SIGTERM, SIGINT and SIGHUP end it in order within 5 seconds.
-Exit status: 0 ended in order, 1 failed (standard error and the log say why), 2 usage.)";
+SIGTERM, SIGINT and SIGHUP stop it within 5 seconds.
+Exit status: 0 stopped, 1 failed (standard error and the log say why), 2 usage.)";
 
 // What a value must be. CLI11 puts the option's name before the text.
 CLI::Validator Takes(const std::string& what, const std::function<bool(const std::string&)>& is_right) {
@@ -134,12 +134,12 @@ class CommandLine {
 
   void AddProcessOptions() {
     CLI::Option* daemon =
-        app_.add_flag("--daemon", options_.daemon, "Work in the background; return when ready")->option_text(" ");
+        app_.add_flag("--daemon", options_.daemon, "Run in the background; return when ready")->option_text(" ");
     app_.add_option("--pid-file", options_.pid_file, "Write the process id there; removed at the end")
         ->type_name("PATH")
         ->check(TakesPath());
     app_.add_option("--log-level", log_level_,
-                    "Least weighty lines of the log: debug, info, warning or err (default info)")
+                    "Lowest priority that is logged: debug, info, warning or err (default info)")
         ->type_name("LEVEL")
         ->check(Takes("debug, info, warning or err",
                       [](const std::string& level) { return kLogLevels.count(level) != 0; }));
@@ -167,7 +167,7 @@ class CommandLine {
     std::vector<std::string> known;
     for (const CLI::Option* option : app_.get_options()) known.push_back(option->get_name());
     const auto nearest = kor::tools::Nearest(extras[0], known);
-    throw CLI::ValidationError(extras[0], "no such option" + (nearest ? "; did you mean " + *nearest + "?" : ""));
+    throw CLI::ValidationError(extras[0], "unknown option" + (nearest ? "; did you mean " + *nearest + "?" : ""));
   }
 
   CLI::App app_;

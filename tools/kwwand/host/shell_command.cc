@@ -124,7 +124,7 @@ std::string EndText(const CommandEnd& end) {
     case CommandEnd::kTimedOut:
       return "killed: it took too long";
     case CommandEnd::kCancelled:
-      return "killed at the host's end";
+      return "killed: the host is stopping";
     case CommandEnd::kNotStarted:
       return "not started";
   }

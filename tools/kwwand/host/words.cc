@@ -25,13 +25,13 @@ constexpr Meaning kMeanings[] = {
     {kor::Result::kSuccess, "done"},
     {kor::Result::kFailure, "the modem refused or does not answer"},
     {kor::Result::kTimeout, "no answer came in time"},
-    {kor::Result::kPreconditionFailed, "the state that this needs is not there"},
+    {kor::Result::kPreconditionFailed, "not possible in the present state"},
     {kor::Result::kNotSupported, "not supported"},
     {kor::Result::kNotReady, "not ready yet"},
-    {DeviceManager::kPinBlocked, "the PIN is blocked, the PUK is wanted"},
-    {DeviceManager::kPinPermanentlyBlocked, "the PIN is blocked for good"},
+    {DeviceManager::kPinBlocked, "the PIN is blocked, the PUK is required"},
+    {DeviceManager::kPinPermanentlyBlocked, "the PIN is permanently blocked"},
     {DeviceManager::kPinIncorrect, "the PIN is wrong"},
-    {DeviceManager::kSimNotReady, "the SIM card is not there or not ready"},
+    {DeviceManager::kSimNotReady, "the SIM card is absent or not ready"},
 };
 
 }  // namespace
@@ -64,7 +64,7 @@ std::string ResultText(kor::Result result) {
   for (const Meaning& meaning : kMeanings) {
     if (meaning.result == result) return meaning.text;
   }
-  return "the modem refused with its code " + std::to_string(static_cast<int>(result));
+  return "the modem refused with code " + std::to_string(static_cast<int>(result));
 }
 
 void Check(kor::Result result, const std::string& what) {

@@ -74,7 +74,7 @@ Json Claim(Core& core, const Request& request) {
   if (Holds(kModemsOwn, entry.name)) params.Refuse("name", "a name that no modem answers itself");
   if (Holds(kSecret, entry.name))
     params.Refuse("name", "a name without PINs or passwords as parameters, which the log would show");
-  if (params.Has("run") && params.Has("answer")) params.Refuse("answer", "no value beside run");
+  if (params.Has("run") && params.Has("answer")) params.Refuse("answer", "no value together with run");
   if (params.Has("run")) Require(request.access, Access::kRun, "at.claim with run");
   if (params.Has("answer")) {
     entry.answer = params.Text("answer", kMaxText);

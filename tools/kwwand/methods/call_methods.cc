@@ -21,7 +21,7 @@ struct Target {
 };
 
 std::optional<int> CidOf(const Params& params) {
-  if (params.Has("index") && params.Has("cid")) params.Refuse("cid", "no value beside index");
+  if (params.Has("index") && params.Has("cid")) params.Refuse("cid", "no value together with index");
   if (!params.Has("cid")) return std::nullopt;
   return params.Number("cid", 1, kMaxProfile);
 }

@@ -50,11 +50,11 @@ struct Findings {
 
 // Why an event of the data side says nothing about the call; null when it does.
 const char* WhyIgnored(const CallStory& story, const kor::util::EventDic& event) {
-  if (!IsCallEvent(event.event)) return "not a call's";
+  if (!IsCallEvent(event.event)) return "not a call event";
   const auto handle = HandleOf(event);
-  if (!handle) return "its handle is no number";
-  if (*handle != story.handle) return "another call's";
-  if (FamilyOf(event) != story.family) return "the other family's";
+  if (!handle) return "its handle is not a number";
+  if (*handle != story.handle) return "for another call";
+  if (FamilyOf(event) != story.family) return "for the other family";
   const bool about_up = event.event == kor::util::kEvtWwanConnected || event.event == kor::util::kEvtWwanConnectFailed;
   if (about_up != story.up) return story.up ? "not about a connect" : "not about a disconnect";
   return nullptr;
@@ -94,7 +94,8 @@ void TakeDnsEvent(const CallStory& story, const SeenEvent& seen, Findings& found
 
 std::string RequestText(const CallStory& story) {
   const std::string call = "policy " + std::to_string(story.index) + ", " + TextOf(kCallFamilies, story.family) + ", ";
-  return call + (story.up ? "is to connect; it is " : "is to disconnect; it is ") + TextOf(kStates, story.before);
+  return call + (story.up ? "connect requested; the call is " : "disconnect requested; the call is ") +
+         TextOf(kStates, story.before);
 }
 
 Findings Look(const CallStory& story) {
@@ -163,7 +164,7 @@ std::string RanOutText(const CallStory& story, const Findings& found) {
 }
 
 std::string DoneText(const CallStory& story, const Findings& found) {
-  if (!story.waited) return "The modem took the request; its outcome was not waited for.";
+  if (!story.waited) return "The modem accepted the request; its outcome was not waited for.";
   const std::string what = story.up ? "the call" : "that the call is down";
   std::string text = "The modem confirmed " + what + " after " + Seconds(found.confirmed_ms.value_or(0));
   if (found.dns_ms) text += "; the list of DNS servers was written after " + Seconds(*found.dns_ms);

@@ -35,7 +35,7 @@ Params::Params(const Request& request, std::initializer_list<const char*> member
     const std::string shown = Shown(name);
     const std::string takes = names.empty() ? "no params" : kor::tools::Listed(names);
     const auto nearest = kor::tools::Nearest(name, names);
-    std::string problem = "is not known here, which takes " + takes;
+    std::string problem = "unknown; takes " + takes;
     if (nearest) problem += "; did you mean " + *nearest + "?";
     throw Wrong(shown.substr(1, shown.size() - 2), problem, takes, nearest);
   }

@@ -35,7 +35,7 @@ Json StatusJson(Core& core) {
     if (word.value == status) return {{"status", word.text}};
   }
   Check(status, "");
-  throw RequestError(static_cast<int>(kor::Result::kFailure), "the modem does not tell the PIN's status");
+  throw RequestError(static_cast<int>(kor::Result::kFailure), "the modem does not report the PIN's status");
 }
 
 Json PinStatus(Core& core, const Request& request) {
@@ -65,7 +65,7 @@ Json ChangePin(Core& core, const Request& request) {
   const Params params(request, {"pin_id", "old_pin", "new_pin"});
   const int pin_id = params.Number("pin_id", 1, 2, 1);
   const kor::Result result = core.device->ChangePinLockPwd(pin_id, PinOf(params, "old_pin"), PinOf(params, "new_pin"));
-  Check(result, result == kor::Result::kPreconditionFailed ? "a PIN is changed only while its lock is on" : "");
+  Check(result, result == kor::Result::kPreconditionFailed ? "a PIN can be changed only while its lock is on" : "");
   return StatusJson(core);
 }
 

@@ -30,9 +30,9 @@ Json ParseBounded(std::string_view line) {
   } catch (const Json::exception& e) {
     const std::string what = e.what();  // "[json.exception.parse_error.101] parse error at line 1, column 3: ..."
     const size_t column = what.find("column ");
-    throw RequestError(kParseError, "not JSON: " + (column == std::string::npos ? what : what.substr(column)));
+    throw RequestError(kParseError, "invalid JSON: " + (column == std::string::npos ? what : what.substr(column)));
   }
-  if (too_much) throw RequestError(kInvalidRequest, "nested too deep, or too many members, for any method");
+  if (too_much) throw RequestError(kInvalidRequest, "nested too deeply, or too many members");
   return json;
 }
 
@@ -42,12 +42,12 @@ bool IsId(const Json& json) {
 
 void TakeId(const Json& json, RpcRequest& request) {
   if (!json.is_object()) {
-    throw RequestError(kInvalidRequest, json.is_array() ? "one object a line: batches are not taken"
+    throw RequestError(kInvalidRequest, json.is_array() ? "one object per line: batches are not supported"
                                                         : "a request is an object with id, method and params");
   }
   const auto id = json.find("id");
   if (id == json.end() || !IsId(*id)) {
-    throw RequestError(kInvalidRequest, "id: takes an integer or a string of at most 256 bytes, and must be there");
+    throw RequestError(kInvalidRequest, "id: must be an integer or a string of at most 256 bytes");
   }
   request.id = *id;
 }
@@ -65,7 +65,7 @@ void CheckMembers(const Json& json) {
 void TakeCall(const Json& json, RpcRequest& request) {
   const auto method = json.find("method");
   if (method == json.end() || !method->is_string()) {
-    throw RequestError(kInvalidRequest, "method: takes the name of a method, and must be there");
+    throw RequestError(kInvalidRequest, "method: must be the name of a method");
   }
   request.method = *method;
   const auto params = json.find("params");
@@ -108,7 +108,7 @@ std::string FormatNotification(const char* method, const Json& params) {
 RequestError NotKnown(int code, const std::string& what, const std::string& word,
                       const std::optional<std::string>& nearest) {
   constexpr size_t kShown = 64;  // Of a word that may be a line long.
-  std::string message = "no " + what + " \"" + word.substr(0, kShown) + (word.size() > kShown ? "..." : "") + "\"";
+  std::string message = "unknown " + what + " \"" + word.substr(0, kShown) + (word.size() > kShown ? "..." : "") + "\"";
   if (!nearest) return RequestError(code, message);
   return RequestError(code, message + "; did you mean " + *nearest + "?", {{"nearest", *nearest}});
 }

@@ -27,7 +27,7 @@ std::string FormatResult(const Json& id, const Json& result);
 std::string FormatError(const Json& id, const RequestError& error);
 std::string FormatNotification(const char* method, const Json& params);
 
-// "no method "call.upp"; did you mean call.up?", with data.nearest when `nearest` is not empty.
+// "unknown method "call.upp"; did you mean call.up?", with data.nearest when `nearest` is not empty.
 RequestError NotKnown(int code, const std::string& what, const std::string& word,
                       const std::optional<std::string>& nearest);
 

@@ -42,7 +42,7 @@ bool IsServed(const std::string& path) {
 void ClearPath(const std::string& path) {
   struct stat there {};
   if (lstat(path.c_str(), &there) != 0) return;
-  if (!S_ISSOCK(there.st_mode)) throw std::runtime_error(path + " is there and is no socket; it is left alone");
+  if (!S_ISSOCK(there.st_mode)) throw std::runtime_error(path + " exists and is not a socket; it is left alone");
   if (IsServed(path)) throw std::runtime_error("another program serves " + path);
   if (unlink(path.c_str()) != 0) throw kor::tools::SystemError(path);
 }

@@ -53,10 +53,10 @@ struct Request {
 inline void Require(Access held, Access wanted, const std::string& what) {
   if (held >= wanted) return;
   throw RequestError(kNotPermitted,
-                     what + (wanted == Access::kRun ? " runs a command: that takes root, kwwand's own user or a member "
-                                                      "of its --run-group"
-                                                    : " changes things: that takes root, kwwand's own user or a member "
-                                                      "of its --group or --run-group"));
+                     what + (wanted == Access::kRun ? " runs a command: only root, kwwand's own user and members "
+                                                      "of its --run-group may"
+                                                    : " changes settings: only root, kwwand's own user and members "
+                                                      "of its --group or --run-group may"));
 }
 
 // Which thread runs it: the one that runs all short methods one after another, or one of those that may wait.

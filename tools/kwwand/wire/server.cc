@@ -53,7 +53,7 @@ void Server::Accept() {
       Welcome(std::move(socket));
     } else if (errno != ECONNABORTED && errno != EINTR) {
       accept_paused_ = errno != EAGAIN;
-      if (accept_paused_) syslog(LOG_WARNING, "cannot take a client: %m");
+      if (accept_paused_) syslog(LOG_WARNING, "cannot accept a client: %m");
       return;
     }
   }
@@ -61,7 +61,7 @@ void Server::Accept() {
 
 void Server::Welcome(Fd socket) {
   if (clients_.size() >= kMaxClients) {
-    syslog(LOG_WARNING, "a client is turned away: there are %zu", clients_.size());
+    syslog(LOG_WARNING, "client refused: %zu are connected", clients_.size());
     const std::string line = FormatError(nullptr, RequestError(kBusy, "busy: " + std::to_string(kMaxClients) +
                                                                           " clients are connected; try again later"));
     (void)send(socket.get(), line.data(), line.size(), MSG_NOSIGNAL);
@@ -137,7 +137,7 @@ void Server::Handle(Connection& client, const LineBuffer::Line& line) {
 }
 
 void Server::CutOff(Connection& client) {
-  syslog(LOG_WARNING, "client %" PRIu64 " (user %u, process %d) does not read what it asked for: it is cut off",
+  syslog(LOG_WARNING, "client %" PRIu64 " (user %u, process %d) does not read its output: disconnected",
          client.caller().client, client.caller().peer.uid, client.caller().peer.pid);
   client.HangUp();
 }
@@ -166,8 +166,8 @@ void Server::Dismiss() {
   Deliver();
   for (auto& [name, client] : clients_) {
     for (const Json& id : client.TakePending()) {
-      client.Send(
-          FormatError(id, RequestError(kShuttingDown, "the host is shutting down; the request may still be done")));
+      client.Send(FormatError(
+          id, RequestError(kShuttingDown, "the host is shutting down; the request may still be carried out")));
     }
     client.Flush();
     client.Receive();
