@@ -106,9 +106,9 @@ class KOR_EXPORT MobileapManager {
   // with nothing read or written, when `gw` is not an IPv4 address.
   bool SetGatewayIp(std::string gw);
 
-  // -- The DHCP server: as above; false, with nothing written, when the LAN cannot be read or the pool is no good ----
+  // -- The DHCP server: as above; false, with nothing written, when the LAN cannot be read or the pool is invalid -----
 
-  // A pool is good when it lies in the LAN's subnet (which is not smaller than a /30), its first address is not above
+  // A pool is valid when it lies in the LAN's subnet (which is not smaller than a /30), its first address is not above
   // its last, and neither the subnet's own, its broadcast nor the gateway's address is in it.
   bool SetDhcpServerStartIp(std::string start);
   bool SetDhcpServerEndIp(std::string end);

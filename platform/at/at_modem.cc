@@ -150,7 +150,7 @@ std::string AtModem::OpenTerminal() {
   try {
     return AddTerminalLocked();
   } catch (const std::system_error& error) {
-    KOR_LOG(LOG_ERR, "no terminal: %s\n", error.what());
+    KOR_LOG(LOG_ERR, "Cannot open a terminal: %s\n", error.what());
     return "";
   }
 }

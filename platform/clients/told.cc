@@ -25,7 +25,7 @@ Told::Told(ModemPort& port) : port_(port) {
       const kor::util::SignalsBlocked blocked;
       std::thread([this] { Again(); }).detach();
     } catch (const std::system_error& error) {
-      KOR_LOG(LOG_ERR, "the modem is back and is not told the AT names: %s\n", error.what());
+      KOR_LOG(LOG_ERR, "the AT names cannot be sent to the modem again: %s\n", error.what());
     }
   });
 }
@@ -57,7 +57,7 @@ void Told::Again() {
   kor::Result result = names.empty() ? kor::Result::kSuccess : port_.RegisterAtNames(names);
   if (result == kor::Result::kSuccess && ready) result = port_.SetSoftwareReady();
   if (result == kor::Result::kSuccess) return;
-  KOR_LOG(LOG_ERR, "the modem is back and does not take the AT names: %d\n", static_cast<int>(result));
+  KOR_LOG(LOG_ERR, "the modem that is back rejects the AT names: %d\n", static_cast<int>(result));
 }
 
 }  // namespace kor::vendor::qcom::qmi

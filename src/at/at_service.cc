@@ -76,7 +76,7 @@ void AtService::Destroy(AtService* service) {
   try {
     std::thread([service] { delete service; }).detach();
   } catch (const std::exception& e) {
-    KOR_LOG(LOG_ERR, "The service is left behind: %s\n", e.what());
+    KOR_LOG(LOG_ERR, "Cannot destroy the AT service: %s\n", e.what());
   }
 }
 

@@ -16,7 +16,7 @@ bool CatchAll(Call&& call, Tell&& tell) {
   } catch (const std::exception& error) {
     std::forward<Tell>(tell)(error.what());
   } catch (...) {
-    std::forward<Tell>(tell)("something that is no exception");
+    std::forward<Tell>(tell)("an unknown exception");
   }
   return false;
 }

@@ -35,7 +35,7 @@ namespace {
 void RefuseOrder(const LockRank& wanted, const LockRank& held) {
   char sentence[256];
   snprintf(sentence, sizeof(sentence),
-           "the lock %s is wanted while %s is held, against the order in docs/architecture.md: let go of the one "
+           "the lock %s is taken while %s is held, against the order in docs/architecture.md: unlock that one "
            "first, or hand the work to another thread",
            wanted.name, held.name);
   Refuse(sentence);
@@ -44,7 +44,7 @@ void RefuseOrder(const LockRank& wanted, const LockRank& held) {
 }  // namespace
 
 void Locking(const Mutex& mutex) {
-  RefuseHolding(mutex, "a thread wants a lock that it holds and would wait for itself: let go of it first");
+  RefuseHolding(mutex, "a thread takes a lock that it holds, and would wait for itself: unlock it first");
   const LockRank& wanted = mutex.rank();
   if (wanted.number == LockRank().number) return;
   for (size_t i = 0; i < t_state.count; ++i) {

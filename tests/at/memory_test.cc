@@ -145,7 +145,7 @@ TEST_F(AtTest, AServiceThatNothingCanDestroyIsLeftBehind) {
   });
   at_->StartService();
   EXPECT_EQ("+LAST OK ", Ask("+LAST"));
-  EXPECT_EQ(1u, log_.TakeWith("The service is left behind: std::bad_alloc\n").size());
+  EXPECT_EQ(1u, log_.TakeWith("Cannot destroy the AT service: std::bad_alloc\n").size());
 }
 
 }  // namespace

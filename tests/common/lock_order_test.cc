@@ -74,12 +74,12 @@ TEST(LockOrderDeathTest, LocksTakenTwiceOrAgainstTheirOrder) {
     for (Mutex* mutex : mutexes) mutex->Lock();
     for (Mutex* mutex : mutexes) mutex->Unlock();
   };
-  EXPECT_DEATH(take({&hosts, &hosts}), "wants a lock that it holds");
-  EXPECT_DEATH(take({&second, &hosts, &first}), "kFirst is wanted while kSecond is held, against the order");
+  EXPECT_DEATH(take({&hosts, &hosts}), "takes a lock that it holds");
+  EXPECT_DEATH(take({&second, &hosts, &first}), "kFirst is taken while kSecond is held, against the order");
   take({&first, &second});
   take({&second, &hosts});
   take({&first});
-  EXPECT_DEATH(take({&first, &twin}), "kTwin is wanted while kFirst is held");
+  EXPECT_DEATH(take({&first, &twin}), "kTwin is taken while kFirst is held");
 }
 
 #endif

@@ -48,11 +48,11 @@ TEST_F(FacadeMisuseDeathTest, InADataCallback) {
     EXPECT_DEATH(InDataCallback(wait), "a callback waits for a call");
   }
   const auto connect = [&] { (void)data->Connect(0, IPFamily::kIpv4, false); };
-  EXPECT_DEATH(InDataCallback(connect), "kManagerCount is wanted while kDataTables is held");
+  EXPECT_DEATH(InDataCallback(connect), "kManagerCount is taken while kDataTables is held");
   EXPECT_DEATH(InDataCallback([&] { data->UnsetEventCb(); }), "removes a callback of its own table");
   EXPECT_DEATH(InDataCallback([&] { data.reset(); }), "removes a callback of its own table");
-  EXPECT_DEATH(InDataCallback([&] { dns.StartService(); }), "kService is wanted while kDataTables is held");
-  EXPECT_DEATH(InDataCallback([&] { dns.StopService(); }), "kService is wanted while kDataTables is held");
+  EXPECT_DEATH(InDataCallback([&] { dns.StartService(); }), "kService is taken while kDataTables is held");
+  EXPECT_DEATH(InDataCallback([&] { dns.StopService(); }), "kService is taken while kDataTables is held");
 }
 
 TEST_F(FacadeMisuseDeathTest, InADnsCallback) {
@@ -60,7 +60,7 @@ TEST_F(FacadeMisuseDeathTest, InADnsCallback) {
   EXPECT_DEATH(InDnsCallback([&] { dns.StartService(); }), "a DNS callback starts or stops the service");
   EXPECT_DEATH(InDnsCallback([&] { dns.UnsetEventCb(); }), "removes a callback of its own table");
   EXPECT_DEATH(InDnsCallback([&] { kor::wwan::DnsCtrlManager other; }),
-               "kManagerCount is wanted while kService is held");
+               "kManagerCount is taken while kService is held");
 }
 
 TEST_F(FacadeMisuseDeathTest, AThreadThatWouldWaitForItself) {
