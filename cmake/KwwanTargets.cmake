@@ -37,6 +37,15 @@ function(kwwan_hardened target)
   endif()
 endfunction()
 
+# Objects of the platform, which its libraries are linked from, and the tests, to reach what is not exported. The linker
+# drops what nobody calls.
+function(kwwan_platform_objects target)
+  add_library(${target} OBJECT ${ARGN})
+  kwwan_own_code(${target})
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/platform)
+  target_compile_options(${target} PRIVATE -ffunction-sections -fdata-sections)
+endfunction()
+
 # A shared library of the project that only shows what `exports` (a linker version script) lists.
 function(kwwan_shared_library target exports)
   kwwan_own_code(${target})

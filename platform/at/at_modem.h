@@ -25,7 +25,7 @@
 
 namespace kor::modem {
 
-// The AT side of the simulated modem: the names whose commands are forwarded, the terminals, and which forwarded
+// The AT side of a modem: the names whose commands are forwarded, the terminals, and which forwarded
 // command waits where.
 //
 // A forwarded command carries the place where it was typed as client_ref, and a number of its own in the first two

@@ -3,6 +3,7 @@
 
 #include <system_error>
 #include <thread>
+#include <utility>
 
 #include "common/log.h"
 #include "kutil/signals_blocked.h"
@@ -30,11 +31,12 @@ Told::Told(ModemPort& port) : port_(port) {
   });
 }
 
-kor::Result Told::Names(const std::list<std::string>& names) {
+kor::Result Told::Names(std::list<std::string> names) {
   const kor::Result result = port_.RegisterAtNames(names);
   if (result != kor::Result::kSuccess) return result;
   MutexLock lock(mutex_);
-  names_.insert(names_.end(), names.begin(), names.end());
+  names.remove_if([this](const std::string& name) KOR_REQUIRES(mutex_) { return !names_.insert(name).second; });
+  if (!names.empty()) requests_.push_back(std::move(names));
   return result;
 }
 
@@ -47,17 +49,21 @@ kor::Result Told::Ready() {
 }
 
 void Told::Again() {
-  std::list<std::string> names;
+  std::list<std::list<std::string>> requests;
   bool ready = false;
   {
     MutexLock lock(mutex_);
-    names = names_;
+    requests = requests_;
     ready = ready_;
   }
-  kor::Result result = names.empty() ? kor::Result::kSuccess : port_.RegisterAtNames(names);
+  kor::Result result = kor::Result::kSuccess;
+  // Request by request: which names may stand in one is the library's knowledge.
+  for (const auto& names : requests) {
+    if (result == kor::Result::kSuccess) result = port_.RegisterAtNames(names);
+  }
   if (result == kor::Result::kSuccess && ready) result = port_.SetSoftwareReady();
   if (result == kor::Result::kSuccess) return;
-  KOR_LOG(LOG_ERR, "the modem that is back rejects the AT names: %d\n", static_cast<int>(result));
+  KOR_LOG(LOG_ERR, "the modem that is back rejects what it was told before: %d\n", static_cast<int>(result));
 }
 
 }  // namespace kor::vendor::qcom::qmi

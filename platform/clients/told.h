@@ -2,6 +2,7 @@
 #pragma once
 
 #include <list>
+#include <set>
 #include <string>
 
 #include "common/mutex.h"
@@ -24,7 +25,7 @@ class Told {
 
   explicit Told(kor::modem::ModemPort& port);
 
-  kor::Result Names(const std::list<std::string>& names) KOR_EXCLUDES(mutex_);
+  kor::Result Names(std::list<std::string> names) KOR_EXCLUDES(mutex_);
   kor::Result Ready() KOR_EXCLUDES(mutex_);
 
  private:
@@ -33,7 +34,8 @@ class Told {
   kor::modem::ModemPort& port_;
 
   kor::util::Mutex mutex_{rank::kTold};
-  std::list<std::string> names_ KOR_GUARDED_BY(mutex_);  // Those that the modem took.
+  std::list<std::list<std::string>> requests_ KOR_GUARDED_BY(mutex_);  // Those that the modem took, as they were made.
+  std::set<std::string> names_ KOR_GUARDED_BY(mutex_);                 // The names in them.
   bool ready_ KOR_GUARDED_BY(mutex_) = false;
 };
 

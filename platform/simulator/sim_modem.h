@@ -123,7 +123,7 @@ class KOR_EXPORT SimModem {
   void MoveSignal(int percent, Milliseconds over);
 
   // From a query, or from a scan, to its answer; 20 ms and 200 ms unless set. An answer tells how things are when it
-  // comes.
+  // comes. More than the port's limits is a fault of this modem, which whoever waits has to bear.
   void SetAnswerDelay(Milliseconds delay);
   void SetScanDelay(Milliseconds delay);
 
