@@ -24,9 +24,14 @@ using Record = std::vector<std::string>;
 class RecordingPortTest : public testing::Test {
  protected:
   struct Port final : DeafPort {
-    ModemState State() override { return state; }
+    ModemState State() override {
+      const ModemState now = state;
+      ++asked;
+      return now;
+    }
     void AddStateReport(StateReport report) override { told = std::move(report); }
     std::atomic<ModemState> state{ModemState::kReady};
+    std::atomic<int> asked{0};  // Each that waits asks for the state first, under the lock that the report takes.
     StateReport told;
   };
 
@@ -141,6 +146,7 @@ TEST_F(RecordingPortTest, ARoundTripTakesItsTimeAndEndsWithTheModem) {
 
   // All that wait are told when the modem goes, long before their time.
   const auto start = std::chrono::steady_clock::now();
+  modem.asked = 0;
   std::vector<std::thread> threads;
   for (int i = 0; i < 3; ++i) {
     threads.emplace_back([&] {
@@ -148,6 +154,7 @@ TEST_F(RecordingPortTest, ARoundTripTakesItsTimeAndEndsWithTheModem) {
       EXPECT_EQ(kNotReady, patient.GetModelId(model));
     });
   }
+  EXPECT_TRUE(Eventually([this] { return modem.asked == 3; }));
   modem.state = ModemState::kGone;
   modem.told(ModemState::kGone);
   for (auto& thread : threads) thread.join();

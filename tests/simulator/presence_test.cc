@@ -5,6 +5,7 @@
 #include <list>
 #include <string>
 
+#include "common/modem_events.h"
 #include "common/vendor/ats_qmi_client.h"
 #include "common/vendor/dms_qmi_client.h"
 #include "common/vendor/m2m_qmi_client.h"
@@ -67,11 +68,15 @@ TEST_F(PresenceTest, WhatWaitsFailsAtOnceAndWhatWasToldOnceIsToldAgain) {
   EXPECT_EQ("connected connecting", States(0));
 
   listener.Observe([this] { return States(0) + (port.State() == ModemState::kGone ? " gone" : " there"); });
+  std::string ends;
+  qcmap->event_cbs.Add(this, [&](kor::util::EventDic& ev) { ends += ev.params[kor::util::kParamCallEndText] + "; "; });
   EXPECT_TRUE(RunScenarioLine(modem, "gone").ok);
   EXPECT_FALSE(RunScenarioLine(modem, "gone").ok);
   EXPECT_EQ("disconnected 100 4, disconnected connecting gone", listener.Next());
   EXPECT_EQ("connect-failed 100 6, disconnected disconnected gone", listener.Next());
   listener.Observe(nullptr);
+  qcmap->event_cbs.Remove(this);
+  EXPECT_EQ("the modem is gone; the modem is gone; ", ends);
   EXPECT_EQ(kNotReady, scanned.get_future().get());
   EXPECT_EQ("ERROR", typed.get());
   for (auto& result : asked) EXPECT_EQ(static_cast<int>(kNotReady), result.get());
