@@ -114,7 +114,7 @@ def calls_are_down(client):
     down = True
     for policy in (client.ask("call.list") or {"policies": ()})["policies"]:
         for family, call in policy["calls"].items():
-            if call["state"] not in ("none", "disconnected"):
+            if call["state"] not in ("waiting", "disconnected"):
                 client.ask("call.down", index=policy["index"], family=family)
                 down = False
     return down

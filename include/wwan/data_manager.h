@@ -68,7 +68,7 @@ class KOR_EXPORT DataManager {
   };
 
   enum class ConnectStatus : uint32_t {
-    kNone = 0,  // Not known: what GetConnectStatus writes before it asks.
+    kNone = 0,  // Not known: what GetConnectStatus writes before it asks. Or down, to be connected again by itself.
     kConnecting = 1,
     kConnected = 2,
     kDisconnecting = 3,
@@ -194,7 +194,8 @@ class KOR_EXPORT DataManager {
   // when there are none; on false the list holds what had been read.
   bool GetWwanStatuses(std::vector<WwanStatus>& statuses);
 
-  // Whether the host wants the call kept up.
+  // Whether the host wants the calls kept up. One that is down is then connected by itself, again and again, until
+  // Disconnect(); Connect() or switching it on resumes that.
   bool SetAutoConnect(uint32_t index, bool enable);
   bool GetAutoConnect(uint32_t index, bool& enabled);
 

@@ -21,6 +21,8 @@ using kor::util::IPFamily;
 
 constexpr int kNoProfile = -1;
 
+Router* process_router = nullptr;  // Made with the wrapper, before anybody has it.
+
 PolicyTable& Table() { return Router::Get().policies; }
 
 uint32_t EventCode(CallEvent event) {
@@ -38,8 +40,8 @@ uint32_t EventCode(CallEvent event) {
 }
 
 // On the modem's thread. Subscribers see the state that belongs to the event, or to a newer request.
-void PublishCall(kor::util::EventCbMap& event_cbs, const CallReport& report) {
-  Table().Apply(report.handle, report.family, report.event, report.serial);
+void PublishCall(kor::util::EventCbMap& event_cbs, PolicyTable& policies, const CallReport& report) {
+  policies.Apply(report.handle, report.family, report.event, report.serial);
   EventDic ev;
   ev.event = EventCode(report.event);
   ev.params[EventDic::kParamHandle] = std::to_string(report.handle);
@@ -52,7 +54,11 @@ void PublishCall(kor::util::EventCbMap& event_cbs, const CallReport& report) {
 }
 
 void Begin(QcmapWrapper& wrapper, ModemPort& port) {
-  port.SetCallReport([&wrapper](const CallReport& report) { PublishCall(wrapper.event_cbs, report); });
+  auto* const router = new Router(port, Router::kStateFile);
+  port.SetCallReport(
+      [&wrapper, router](const CallReport& report) { PublishCall(wrapper.event_cbs, router->policies, report); });
+  router->Start([&wrapper](EventDic& ev) { wrapper.event_cbs.Notify(ev); });
+  process_router = router;
 }
 
 // A profile that is given alone, with kNoProfile for the other, serves the families that the policy has and no other:
@@ -74,8 +80,8 @@ std::string Checked(IPFamily family, const std::string& text) {
 }  // namespace
 
 Router& Router::Get() {
-  static Router* const router = new Router(PortOf(QcmapWrapper::GetInstance()), kStateFile);
-  return *router;
+  (void)QcmapWrapper::GetInstance();
+  return *process_router;
 }
 
 QcmapWrapper* QcmapWrapper::GetInstance() { return OnlyClient<QcmapWrapper>(Begin); }

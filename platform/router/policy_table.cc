@@ -2,6 +2,9 @@
 #include "router/policy_table.h"
 
 #include <algorithm>
+#include <list>
+
+#include "common/log.h"
 
 namespace kor::vendor::qcom::qcmap {
 
@@ -49,10 +52,24 @@ RouterState PolicyTable::Snapshot() {
   return state;
 }
 
-PolicyTable::ConnectStatus PolicyTable::StatusOf(const CallState& call) {
+bool PolicyTable::Serves(Entry& entry, IPFamily family) {
+  const IPFamily families = entry.kept.policy.ip_family;
+  return (families == family || families == IPFamily::kBoth) && entry.enabled(family);
+}
+
+bool PolicyTable::Wanted(Entry& entry, IPFamily family) {
+  return entry.kept.auto_connect && Serves(entry, family) && !entry.call(family).suspended;
+}
+
+// After a disconnect that failed: its family is not off, nor is it suspended.
+bool PolicyTable::LivesOn(const CallState& call) { return !call.stops() && (call.up || call.starts()); }
+
+PolicyTable::ConnectStatus PolicyTable::StatusOf(Entry& entry, IPFamily family) {
+  const CallState& call = entry.call(family);
   if (call.stops()) return ConnectStatus::kDisconnecting;
   if (call.up) return ConnectStatus::kConnected;
-  return call.starts() ? ConnectStatus::kConnecting : ConnectStatus::kDisconnected;
+  if (call.starts()) return ConnectStatus::kConnecting;
+  return Wanted(entry, family) ? ConnectStatus::kNone : ConnectStatus::kDisconnected;
 }
 
 PolicyTable::Entry* PolicyTable::FindLocked(uint32_t index) {
@@ -82,10 +99,10 @@ bool PolicyTable::Get(uint32_t index, WwanPolicy& policy) {
 
 bool PolicyTable::GetStatus(uint32_t index, ConnectStatus& ipv4, ConnectStatus& ipv6) {
   kor::util::MutexLock lock(mutex_);
-  const Entry* const entry = FindLocked(index);
+  Entry* const entry = FindLocked(index);
   if (entry == nullptr) return false;
-  ipv4 = StatusOf(entry->ipv4);
-  ipv6 = StatusOf(entry->ipv6);
+  ipv4 = StatusOf(*entry, IPFamily::kIpv4);
+  ipv6 = StatusOf(*entry, IPFamily::kIpv6);
   return true;
 }
 
@@ -110,7 +127,10 @@ bool PolicyTable::Set(uint32_t index, const WwanPolicy& policy) {
 }
 
 bool PolicyTable::SetAutoConnect(uint32_t index, bool enable) {
-  return EditKept(index, [enable](Entry& entry) { entry.kept.auto_connect = enable; });
+  return EditKept(index, [enable](Entry& entry) {
+    entry.kept.auto_connect = enable;
+    entry.ipv4.suspended = entry.ipv6.suspended = false;
+  });
 }
 
 bool PolicyTable::GetAutoConnect(uint32_t index, bool& enabled) {
@@ -149,10 +169,10 @@ bool PolicyTable::Switch(uint32_t index, IPFamily family, bool enable) {
     const CallState& call = entry->call(family);
     stops = !enable && !call.stops() && (call.up || call.starts());
   }
-  if (stops && Stop(turn, handle, family) != kor::Result::kSuccess) return false;
+  if (stops && HandOverStop(turn, {handle, family}) != kor::Result::kSuccess) return false;
   kor::util::MutexLock lock(mutex_);
   Entry* const entry = FindHandleLocked(handle);
-  if (entry != nullptr) entry->enabled(family) = enable || StaysOn(*entry, family);
+  if (entry != nullptr) entry->enabled(family) = enable || LivesOn(entry->call(family));
   return entry != nullptr;
 }
 
@@ -180,78 +200,147 @@ bool PolicyTable::Delete(uint32_t index) {
   kor::util::MutexLock lock(mutex_);
   const Entry* const entry = FindLocked(index);
   if (entry == nullptr || entry->kept.policy.handle == asked_) return false;
-  const auto idle = ConnectStatus::kDisconnected;
-  if (StatusOf(entry->ipv4) != idle || StatusOf(entry->ipv6) != idle) return false;
+  if (!entry->ipv4.down() || !entry->ipv6.down()) return false;
   entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(index));
   return true;
 }
 
-bool PolicyTable::MayConnect(Entry& entry, IPFamily family, bool roams) {
-  const IPFamily families = entry.kept.policy.ip_family;
-  return (families == family || families == IPFamily::kBoth) && entry.enabled(family) && (entry.kept.roaming || !roams);
+kor::Result PolicyTable::Connect(uint32_t index, IPFamily family) {
+  WwanPolicy policy;
+  if (!IsOneFamily(family) || !Get(index, policy)) return kor::Result::kFailure;
+  return Start({policy.handle, family}, Why::kAsked);
 }
 
-kor::Result PolicyTable::Connect(uint32_t index, IPFamily family) {
-  const kor::Result result = IsOneFamily(family) ? Start(index, family) : kor::Result::kFailure;
-  if (result == kor::Result::kSuccess) changed_(Change::kState);
+kor::Result PolicyTable::Disconnect(uint32_t index, IPFamily family) {
+  WwanPolicy policy;
+  if (!IsOneFamily(family) || !Get(index, policy)) return kor::Result::kFailure;
+  return End({policy.handle, family}, true);
+}
+
+kor::Result PolicyTable::Start(const ReconnectPlan::Key& key, Why why) {
+  kor::Result result{};
+  {
+    const Turn turn(*this);
+    result = HandOverStart(turn, key, why);
+  }
+  changed_(Change::kState);  // Also when it was refused: it is not suspended any more.
   return result;
 }
 
-kor::Result PolicyTable::Start(uint32_t index, IPFamily family) {
-  const Turn turn(*this);
-  const bool roams = port_.IsRoaming();
+kor::Result PolicyTable::HandOverStart(const Turn&, const ReconnectPlan::Key& key, Why why) {
+  const IPFamily family = key.second;
+  const bool roams = why != Why::kRuns && port_.IsRoaming();
   kor::modem::CallRequest request;
   {
     kor::util::MutexLock lock(mutex_);
-    Entry* const entry = FindLocked(index);
-    if (entry == nullptr || !MayConnect(*entry, family, roams)) return kor::Result::kFailure;
+    Entry* const entry = FindHandleLocked(key.first);
+    if (entry == nullptr) return kor::Result::kFailure;
+    if (why == Why::kAsked) entry->call(family).suspended = false;
+    if (why == Why::kByItself && !(Wanted(*entry, family) && entry->call(family).down())) return kor::Result::kFailure;
+    if (!Serves(*entry, family) || (roams && !entry->kept.roaming)) return kor::Result::kFailure;
+    asked_ = key.first;
     const WwanPolicy& policy = entry->kept.policy;
-    request.handle = asked_ = policy.handle;
-    request.family = family;
-    request.profile = family == IPFamily::kIpv4 ? policy.profile_1 : policy.profile_2;
-    request.tech = policy.tech;
-    request.serial = ++last_serial_;
+    const int profile = family == IPFamily::kIpv4 ? policy.profile_1 : policy.profile_2;
+    request = {key.first, family, profile, ++last_serial_, policy.tech};
   }
   const kor::Result result = port_.StartCall(request);
   if (result != kor::Result::kSuccess) return result;
   kor::util::MutexLock lock(mutex_);
-  CallState& call = FindHandleLocked(request.handle)->call(family);  // It is there: asked_ keeps it.
+  CallState& call = FindHandleLocked(key.first)->call(family);  // It is there: asked_ keeps it.
   call.start = request.serial;
   // The modem has given that one up: it starts no call that is going down.
   call.stop_answered = std::max(call.stop_answered, call.stop);
   return result;
 }
 
-kor::Result PolicyTable::Disconnect(uint32_t index, IPFamily family) {
-  kor::Result result = kor::Result::kFailure;
+kor::Result PolicyTable::End(const ReconnectPlan::Key& key, bool suspends) {
+  kor::Result result{};
   {
-    const Turn turn(*this);
-    WwanPolicy policy;
-    if (IsOneFamily(family) && Get(index, policy)) result = Stop(turn, policy.handle, family);
+    const Turn turn(*this);  // So that nothing connects it between.
+    if (suspends) Suspend(key, false);
+    result = HandOverStop(turn, key);
+    if (suspends && result != kor::Result::kSuccess) Suspend(key, true);
   }
-  if (result == kor::Result::kSuccess) changed_(Change::kState);
+  changed_(Change::kState);
   return result;
 }
 
-kor::Result PolicyTable::Stop(const Turn&, int32_t handle, IPFamily family) {
+// One whose disconnect the modem refuses is not, as long as it lives on.
+void PolicyTable::Suspend(const ReconnectPlan::Key& key, bool refused) {
+  kor::util::MutexLock lock(mutex_);
+  Entry* const entry = FindHandleLocked(key.first);
+  if (entry == nullptr) return;
+  CallState& call = entry->call(key.second);
+  call.suspended = !(refused && LivesOn(call));
+}
+
+kor::Result PolicyTable::HandOverStop(const Turn&, const ReconnectPlan::Key& key) {
   uint64_t serial = 0;
   {
     kor::util::MutexLock lock(mutex_);
-    if (FindHandleLocked(handle) == nullptr) return kor::Result::kFailure;
-    asked_ = handle;
+    asked_ = key.first;
     serial = ++last_serial_;
   }
-  const kor::Result result = port_.StopCall(handle, family, serial);
-  if (result != kor::Result::kSuccess) return result;
+  const kor::Result result = port_.StopCall(key.first, key.second, serial);
   kor::util::MutexLock lock(mutex_);
-  FindHandleLocked(handle)->call(family).stop = serial;  // It is there: asked_ keeps it.
+  Entry* const entry = FindHandleLocked(key.first);
+  if (entry != nullptr && result == kor::Result::kSuccess) entry->call(key.second).stop = serial;
   return result;
 }
 
-// A call lives on, so its family is not off.
-bool PolicyTable::StaysOn(Entry& entry, IPFamily family) {
-  const CallState& call = entry.call(family);
-  return !call.stops() && (call.up || call.starts());
+std::vector<ReconnectPlan::Call> PolicyTable::Calls() {
+  kor::util::MutexLock lock(mutex_);
+  std::vector<ReconnectPlan::Call> calls;
+  for (Entry& entry : entries_) {
+    for (const IPFamily family : {IPFamily::kIpv4, IPFamily::kIpv6}) {
+      calls.push_back({{entry.kept.policy.handle, family}, Wanted(entry, family), StatusOf(entry, family)});
+    }
+  }
+  return calls;
+}
+
+bool PolicyTable::WantsAny() {
+  kor::util::MutexLock lock(mutex_);
+  return std::any_of(entries_.begin(), entries_.end(), [](const Entry& entry) { return entry.kept.auto_connect; });
+}
+
+PolicyTable::ConnectStatus PolicyTable::StateOf(const ReconnectPlan::Key& key) {
+  kor::util::MutexLock lock(mutex_);
+  Entry* const entry = FindHandleLocked(key.first);
+  return entry == nullptr ? ConnectStatus::kDisconnected : StatusOf(*entry, key.second);
+}
+
+void PolicyTable::TakeOverCalls() {
+  std::list<kor::modem::RunningCall> calls;
+  const kor::Result result = port_.GetCalls(calls);
+  if (result != kor::Result::kSuccess) {
+    KOR_LOG(LOG_WARNING, "the modem does not say which calls it has: %d\n", static_cast<int>(result));
+  }
+  for (const kor::modem::RunningCall& running : calls) TakeOver(running);
+}
+
+void PolicyTable::TakeOver(const kor::modem::RunningCall& running) {
+  const bool is_ipv4 = running.family == IPFamily::kIpv4;
+  ReconnectPlan::Key key{running.handle, running.family};
+  if (running.handle == 0) {
+    kor::util::MutexLock lock(mutex_);
+    const auto fits = [&](Entry& entry) {
+      const WwanPolicy& policy = entry.kept.policy;
+      return (is_ipv4 ? policy.profile_1 : policy.profile_2) == running.profile && Serves(entry, running.family) &&
+             entry.call(running.family).down();
+    };
+    const auto found = std::find_if(entries_.begin(), entries_.end(), fits);
+    if (found != entries_.end()) key.first = found->kept.policy.handle;
+  }
+  if (key.first != 0 && Start(key, Why::kRuns) == kor::Result::kSuccess) {
+    KOR_LOG(LOG_INFO, "call %d, IPv%d, was up before and is taken over\n", key.first, is_ipv4 ? 4 : 6);
+  } else if (key.first != 0) {
+    KOR_LOG(LOG_NOTICE, "call %d, IPv%d, was up before and no policy has it: stopped\n", key.first, is_ipv4 ? 4 : 6);
+    (void)End(key, false);
+  } else {
+    KOR_LOG(LOG_WARNING, "a call of profile %d, IPv%d, was up before and no policy has it\n", running.profile,
+            is_ipv4 ? 4 : 6);
+  }
 }
 
 void PolicyTable::Apply(int32_t handle, IPFamily family, CallEvent event, uint64_t serial) {
@@ -267,9 +356,9 @@ void PolicyTable::Apply(int32_t handle, IPFamily family, CallEvent event, uint64
       answer(call.start_answered);
     }
     if (event == CallEvent::kDisconnected || event == CallEvent::kDisconnectFailed) answer(call.stop_answered);
-    if (event == CallEvent::kDisconnectFailed && !entry->enabled(family) && StaysOn(*entry, family)) {
-      entry->enabled(family) = true;
-      change = Change::kKept;
+    if (event == CallEvent::kDisconnectFailed && LivesOn(call)) {
+      call.suspended = false;
+      if (!std::exchange(entry->enabled(family), true)) change = Change::kKept;
     }
   }
   changed_(change);

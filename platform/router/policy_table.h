@@ -12,6 +12,7 @@
 #include "common/result.h"
 #include "common/vendor/lock_ranks.h"
 #include "port/modem_port.h"
+#include "router/reconnect_plan.h"
 #include "router/router_state.h"
 #include "wwan/data_manager.h"
 
@@ -21,6 +22,9 @@ namespace kor::vendor::qcom::qcmap {
 //
 //   disconnected --Connect--> connecting --kConnected--> connected --Disconnect--> disconnecting --kDisconnected-->
 //   disconnected. A failed connect leads to disconnected; a failed disconnect back to what was before it.
+//
+// A call that is down and to be connected by itself is kNone, not kDisconnected, so that the library lets both a
+// connect and a disconnect through: that one suspends it, until a connect or SetAutoConnect().
 //
 // A report tells whether the call is up, and answers the requests that the modem had taken by then. A request that came
 // after it stays unanswered, however late the report is.
@@ -73,6 +77,19 @@ class PolicyTable {
   kor::Result Connect(uint32_t index, kor::util::IPFamily family) KOR_EXCLUDES(mutex_);
   kor::Result Disconnect(uint32_t index, kor::util::IPFamily family) KOR_EXCLUDES(mutex_);
 
+  // For what connects by itself: all calls; whether a policy asks for it at all; a call's state; a connect, which is
+  // refused unless the call is still wanted and down; and a disconnect that suspends nothing.
+  std::vector<ReconnectPlan::Call> Calls() KOR_EXCLUDES(mutex_);
+  bool WantsAny() KOR_EXCLUDES(mutex_);
+  ConnectStatus StateOf(const ReconnectPlan::Key& key) KOR_EXCLUDES(mutex_);
+  kor::Result Reconnect(const ReconnectPlan::Key& key) { return Start(key, Why::kByItself); }
+  kor::Result TakeBack(const ReconnectPlan::Key& key) { return End(key, false); }
+
+  // Asks the modem for the calls that it has up, and makes them the policies': those of their handles or, where the
+  // modem has lost these, of their families and profiles. One that no policy can have is stopped, as nobody else could.
+  // A round trip.
+  void TakeOverCalls() KOR_EXCLUDES(mutex_);
+
   // Takes a report of the modem in; an unknown handle changes nothing.
   void Apply(int32_t handle, kor::util::IPFamily family, kor::modem::CallEvent event, uint64_t serial)
       KOR_EXCLUDES(mutex_);
@@ -81,7 +98,8 @@ class PolicyTable {
   // The serials of the latest start and of the latest stop that the modem has accepted, and of those that are answered:
   // by a report, or because the modem has given them up.
   struct CallState {
-    bool up = false;  // As last reported.
+    bool up = false;         // As last reported.
+    bool suspended = false;  // Not to be connected by itself.
     uint64_t start = 0;
     uint64_t start_answered = 0;
     uint64_t stop = 0;
@@ -89,6 +107,7 @@ class PolicyTable {
 
     bool starts() const { return start > start_answered; }
     bool stops() const { return stop > stop_answered; }
+    bool down() const { return !up && !starts() && !stops(); }
   };
 
   struct Entry {
@@ -102,17 +121,26 @@ class PolicyTable {
 
   class Turn;
 
-  static ConnectStatus StatusOf(const CallState& call);
-  static bool MayConnect(Entry& entry, kor::util::IPFamily family, bool roams);
-  static bool StaysOn(Entry& entry, kor::util::IPFamily family);
+  // Who starts a call: the host, the router by itself, or the modem, which has it up.
+  enum class Why { kAsked, kByItself, kRuns };
+
+  static bool Serves(Entry& entry, kor::util::IPFamily family);
+  static bool Wanted(Entry& entry, kor::util::IPFamily family);
+  static bool LivesOn(const CallState& call);
+  static ConnectStatus StatusOf(Entry& entry, kor::util::IPFamily family);
   Entry* FindLocked(uint32_t index) KOR_REQUIRES(mutex_);
   Entry* FindHandleLocked(int32_t handle) KOR_REQUIRES(mutex_);
   template <typename Edit>
   bool EditKept(uint32_t index, Edit edit) KOR_EXCLUDES(mutex_);
+  kor::Result Start(const ReconnectPlan::Key& key, Why why) KOR_EXCLUDES(mutex_);
+  kor::Result End(const ReconnectPlan::Key& key, bool suspends) KOR_EXCLUDES(mutex_);
+  void Suspend(const ReconnectPlan::Key& key, bool refused) KOR_EXCLUDES(mutex_);
+  void TakeOver(const kor::modem::RunningCall& running) KOR_EXCLUDES(mutex_);
+
   // With the turn taken, and before others are told.
   bool Switch(uint32_t index, kor::util::IPFamily family, bool enable) KOR_EXCLUDES(mutex_);
-  kor::Result Start(uint32_t index, kor::util::IPFamily family) KOR_EXCLUDES(mutex_);
-  kor::Result Stop(const Turn& turn, int32_t handle, kor::util::IPFamily family) KOR_EXCLUDES(mutex_);
+  kor::Result HandOverStart(const Turn& turn, const ReconnectPlan::Key& key, Why why) KOR_EXCLUDES(mutex_);
+  kor::Result HandOverStop(const Turn& turn, const ReconnectPlan::Key& key) KOR_EXCLUDES(mutex_);
 
   // Constant after construction.
   kor::modem::ModemPort& port_;

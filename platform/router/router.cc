@@ -1,23 +1,78 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "router/router.h"
 
+#include <chrono>
 #include <exception>
+#include <utility>
 
 #include "common/log.h"
+#include "common/router_events.h"
 
 namespace kor::vendor::qcom::qcmap {
+
+namespace {
+
+using kor::modem::ModemState;
+using kor::util::EventDic;
+
+const char* TextOf(ModemState state) {
+  switch (state) {
+    case ModemState::kAbsent:
+      return "absent";
+    case ModemState::kStarting:
+      return "starting";
+    case ModemState::kReady:
+      return "ready";
+    case ModemState::kGone:
+      return "gone";
+  }
+  return "unknown";
+}
+
+}  // namespace
 
 Router::Router(kor::modem::ModemPort& port, const std::string& state_path)
     : Router(port, StateFile(state_path), Load(StateFile(state_path))) {}
 
 Router::Router(kor::modem::ModemPort& port, const StateFile& file, const RouterState& state)
-    : file_(file),
+    : port_(port),
+      file_(file),
       written_(StateText(state)),
-      policies(port, state,
-               [this](PolicyTable::Change change) {
-                 if (change == PolicyTable::Change::kKept) Save();
-               }),
-      lan(policies, state.lan, [this] { Save(); }) {}
+      policies(port, state, [this](PolicyTable::Change change) { Changed(change); }),
+      lan(policies, state.lan, [this] { Changed(PolicyTable::Change::kKept); }),
+      auto_connect_(port, policies, Backoff::FromEnvironment()) {}
+
+void Router::Start(std::function<void(EventDic& ev)> publish) {
+  publish_ = std::move(publish);
+  port_.AddStateReport([this](ModemState modem) { TakeState(modem); });
+  if (port_.State() == ModemState::kReady) policies.TakeOverCalls();
+  auto_connect_.Start([this](const ReconnectPlan::Waiting& waiting) { PublishWait(waiting); });
+}
+
+void Router::Changed(PolicyTable::Change change) {
+  if (change == PolicyTable::Change::kKept) Save();
+  auto_connect_.Look();
+}
+
+void Router::PublishWait(const ReconnectPlan::Waiting& waiting) {
+  const auto wait = std::chrono::ceil<std::chrono::milliseconds>(waiting.left);
+  EventDic ev;
+  ev.event = kor::util::kEvtReconnect;
+  ev.params = {{EventDic::kParamHandle, std::to_string(waiting.key.first)},
+               {EventDic::kParamIpFamily, waiting.key.second == kor::util::IPFamily::kIpv4 ? "4" : "6"},
+               {kor::util::kParamAttempt, std::to_string(waiting.attempt)},
+               {kor::util::kParamWaitMs, std::to_string(wait.count())}};
+  publish_(ev);
+}
+
+// On the modem's thread.
+void Router::TakeState(ModemState state) {
+  EventDic ev;
+  ev.event = kor::util::kEvtModemState;
+  ev.params = {{kor::util::kParamModemState, TextOf(state)}};
+  publish_(ev);
+  if (state == ModemState::kReady) auto_connect_.ModemHasCome();
+}
 
 RouterState Router::Load(const StateFile& file) {
   try {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -63,10 +64,10 @@ class HostTest : public testing::Test {
   kor::host::Access may = kor::host::Access::kRun;  // Of the one who calls.
   kor::modem::SimModem& modem = kor::modem::SimModem::Get();
   std::mutex mutex;
-  std::vector<Json> events;  // Guarded by mutex.
-  const std::shared_ptr<kor::host::Core> core = std::make_shared<kor::host::Core>(
-      kor::host::Core::Options{std::chrono::milliseconds(10), std::chrono::milliseconds(80)},
-      [this](const Json& event) {
+  std::vector<Json> events;                                    // Guarded by mutex.
+  const int backoff = setenv("KWWAN_BACKOFF_MS", "10 80", 1);  // Before there is a router.
+  const std::shared_ptr<kor::host::Core> core =
+      std::make_shared<kor::host::Core>(kor::host::Core::Options{}, [this](const Json& event) {
         const std::lock_guard<std::mutex> lock(mutex);
         events.push_back(event);
       });

@@ -11,9 +11,9 @@ using kor::util::LockRank;
 
 inline constexpr LockRank kHostDns{10, "kHostDns"};
 inline constexpr LockRank kLanGuard{20, "kLanGuard"};
-inline constexpr LockRank kReconnectPlan{30, "kReconnectPlan"};
 
-inline constexpr LockRank kListeners{600, "kListeners"};
+inline constexpr LockRank kCallWaits{600, "kCallWaits"};
+inline constexpr LockRank kListeners{605, "kListeners"};
 inline constexpr LockRank kCallReport{610, "kCallReport"};
 inline constexpr LockRank kAtClaims{620, "kAtClaims"};
 inline constexpr LockRank kEventLog{630, "kEventLog"};

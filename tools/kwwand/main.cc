@@ -50,8 +50,7 @@ void Live(const Options& options, Readiness& readiness) {
   PidFile pid_file(options.pid_file);
   if (!options.scenario.empty()) RunModemScenario(options.scenario);
   Mailbox mailbox;
-  const Core::Options core_options{options.backoff_min, options.backoff_max, options.socket + ".lan"};
-  const auto core = std::make_shared<Core>(core_options, [&mailbox](const Json& event) {
+  const auto core = std::make_shared<Core>(Core::Options{options.socket + ".lan"}, [&mailbox](const Json& event) {
     mailbox.Post({Mail::Kind::kEvent, FormatNotification("event", event)});
   });
   core->Start();
@@ -81,6 +80,7 @@ int Main(int argc, char** argv) {
   OpenLog(options->log_level, options->log_to_stderr);
   // Before there is a thread or a client that reads it.
   if (!options->modem.empty()) setenv("KWWAN_MODEM", options->modem.c_str(), 1);
+  if (!options->backoff_ms.empty()) setenv("KWWAN_BACKOFF_MS", options->backoff_ms.c_str(), 1);
   Readiness readiness;
   try {
     if (options->daemon) readiness.Detach();

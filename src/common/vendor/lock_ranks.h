@@ -14,6 +14,7 @@ inline constexpr LockRank kDataTables{150, "kDataTables"};
 inline constexpr LockRank kAtTable{190, "kAtTable"};
 inline constexpr LockRank kRouterFile{290, "kRouterFile"};
 inline constexpr LockRank kLan{300, "kLan"};
+inline constexpr LockRank kAutoConnect{305, "kAutoConnect"};
 inline constexpr LockRank kPolicies{310, "kPolicies"};
 inline constexpr LockRank kQueryAnswer{320, "kQueryAnswer"};
 inline constexpr LockRank kTold{330, "kTold"};

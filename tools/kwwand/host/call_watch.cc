@@ -14,42 +14,15 @@ namespace kor::host {
 namespace {
 
 using kor::wwan::DataManager;
-using std::chrono::duration_cast;
 using std::chrono::microseconds;
 
 constexpr char kThreadName[] = "kwwand-calls";
-constexpr microseconds kLongPause = std::chrono::hours(1);  // Nothing is due: an event or Wake() ends it.
-
-double Seconds(ReconnectPlan::Clock::duration duration) { return std::chrono::duration<double>(duration).count(); }
+constexpr microseconds kRetry = std::chrono::seconds(1);    // Before a modem that did not answer is asked again.
+constexpr microseconds kLongPause = std::chrono::hours(1);  // An event or Wake() ends it.
 
 bool IsDataEvent(const SeenEvent& seen) { return seen.source == Source::kData; }
 
-// Whether the policy makes calls of the family at all.
-bool Serves(const DataManager::WwanPolicy& policy, IPFamily family) {
-  return policy.ip_family == family || policy.ip_family == IPFamily::kBoth;
-}
-
-Json ReconnectJson(const ReconnectPlan::Waiting& waiting) {
-  return {{"handle", waiting.key.first},
-          {"index", waiting.index},
-          {"family", TextOf(kCallFamilies, waiting.key.second)},
-          {"attempt", waiting.attempt},
-          {"wait_s", Seconds(waiting.left)}};
-}
-
-Json StateJson(const ReconnectPlan::Call& call, ConnectStatus old) {
-  return {{"handle", call.key.first},
-          {"index", call.index},
-          {"family", TextOf(kCallFamilies, call.key.second)},
-          {"old", TextOf(kStates, old)},
-          {"new", TextOf(kStates, call.state)}};
-}
-
 }  // namespace
-
-CallWatch::CallWatch(ReconnectPlan::Clock::duration backoff_min, ReconnectPlan::Clock::duration backoff_max,
-                     EventLog& log, EventSink& sink)
-    : retry_(backoff_min), log_(log), sink_(sink), plan_(backoff_min, backoff_max) {}
 
 void CallWatch::Start(DataManager& data) {
   data_ = &data;
@@ -70,22 +43,11 @@ void CallWatch::Stop() {
 
 void CallWatch::Wake() { log_.Ring(); }
 
-void CallWatch::Suspend(const ReconnectPlan::Key& key) {
-  kor::util::MutexLock lock(plan_mutex_);
-  plan_.Suspend(key);
-}
-
-void CallWatch::Resume(const ReconnectPlan::Key& key) {
-  {
-    kor::util::MutexLock lock(plan_mutex_);
-    plan_.Resume(key);
-  }
-  Wake();
-}
-
-std::vector<ReconnectPlan::Waiting> CallWatch::Waits() {
-  kor::util::MutexLock lock(plan_mutex_);
-  return plan_.Waits(ReconnectPlan::Clock::now());
+std::vector<CallWatch::Waiting> CallWatch::Waits() {
+  kor::util::MutexLock lock(waits_mutex_);
+  std::vector<Waiting> waits;
+  for (const auto& [key, waiting] : waits_) waits.push_back(waiting);
+  return waits;
 }
 
 uint64_t CallWatch::Listen(std::function<void()> listener) {
@@ -106,7 +68,7 @@ void CallWatch::CallListeners() {
 
 void CallWatch::Run() {
   pthread_setname_np(pthread_self(), kThreadName);
-  bool look = true;  // Until the states have been read; a plan that is fed with old ones would see failures.
+  bool look = true;  // Until the states have been read.
   while (!stop_) {
     try {
       Pass(look);
@@ -115,8 +77,7 @@ void CallWatch::Run() {
       look = true;
     }
     if (stop_) return;
-    const microseconds pause = look ? std::max(duration_cast<microseconds>(retry_), microseconds(1)) : UntilDue();
-    if (log_.Wait(from_, pause)) look = true;
+    if (log_.Wait(from_, look ? kRetry : kLongPause)) look = true;
   }
 }
 
@@ -129,30 +90,21 @@ void CallWatch::Pass(bool& look) {
   if (read) look = !ReadCalls();
   PublishEvents(events);
   if (!read || look) return;
+  NoteWaits(events);
   PublishStates();
-  KeepUp();
 }
 
 // Fills policies_ and calls_; false, with both untouched, when the modem does not answer.
 bool CallWatch::ReadCalls() {
   std::vector<DataManager::WwanStatus> statuses;
   if (!data_->GetWwanStatuses(statuses)) return false;
-  Policies policies;
-  std::vector<ReconnectPlan::Call> calls;
+  policies_.clear();
+  calls_.clear();
   for (uint32_t i = 0; i < statuses.size(); ++i) {
-    const DataManager::WwanPolicy& policy = statuses[i].policy;
-    bool auto_connect = false;
-    bool ipv4 = false;
-    bool ipv6 = false;
-    if (!data_->GetAutoConnect(i, auto_connect) || !data_->GetIpvEnabled(i, ipv4, ipv6)) return false;
-    ipv4 = ipv4 && auto_connect && Serves(policy, IPFamily::kIpv4);
-    ipv6 = ipv6 && auto_connect && Serves(policy, IPFamily::kIpv6);
-    policies.push_back(policy);
-    calls.push_back({{policy.handle, IPFamily::kIpv4}, i, ipv4, statuses[i].ipv4_status});
-    calls.push_back({{policy.handle, IPFamily::kIpv6}, i, ipv6, statuses[i].ipv6_status});
+    policies_.push_back(statuses[i].policy);
+    calls_[{statuses[i].policy.handle, IPFamily::kIpv4}] = {i, statuses[i].ipv4_status};
+    calls_[{statuses[i].policy.handle, IPFamily::kIpv6}] = {i, statuses[i].ipv6_status};
   }
-  policies_.swap(policies);
-  calls_.swap(calls);
   return true;
 }
 
@@ -160,54 +112,41 @@ void CallWatch::PublishEvents(const std::vector<SeenEvent>& events) {
   for (const SeenEvent& seen : events) sink_.Send(EventJson(seen, policies_));
 }
 
+// A wait is over when the call is not down any more, or is not to come up.
+void CallWatch::NoteWaits(const std::vector<SeenEvent>& events) {
+  kor::util::MutexLock lock(waits_mutex_);
+  for (const SeenEvent& seen : events) {
+    const auto wait = WaitOf(seen.event);
+    const auto handle = HandleOf(seen.event);
+    const auto family = FamilyOf(seen.event);
+    if (!IsDataEvent(seen) || !wait || !handle || !family) continue;
+    waits_[{*handle, *family}] = {0, *family, wait->attempt, seen.at + wait->left};
+    syslog(LOG_NOTICE, "call %d, %s: attempt %d to connect in %.1f s\n", *handle,
+           TextOf(kCallFamilies, *family).c_str(), wait->attempt, std::chrono::duration<double>(wait->left).count());
+  }
+  for (auto it = waits_.begin(); it != waits_.end();) {
+    const auto call = calls_.find(it->first);
+    if (call == calls_.end() || call->second.state != ConnectStatus::kNone) {
+      it = waits_.erase(it);
+    } else {
+      (it++)->second.index = call->second.index;
+    }
+  }
+}
+
 void CallWatch::PublishStates() {
-  std::map<ReconnectPlan::Key, ConnectStatus> states;
-  for (const ReconnectPlan::Call& call : calls_) {
-    states[call.key] = call.state;
-    const auto old = published_.find(call.key);
+  std::map<Key, ConnectStatus> states;
+  for (const auto& [key, call] : calls_) {
+    states[key] = call.state;
+    const auto old = published_.find(key);
     if (old == published_.end() || old->second == call.state) continue;
-    sink_.Send(OwnEventJson("state", StateJson(call, old->second)));
+    sink_.Send(OwnEventJson("state", {{"handle", key.first},
+                                      {"index", call.index},
+                                      {"family", TextOf(kCallFamilies, key.second)},
+                                      {"old", TextOf(kStates, old->second)},
+                                      {"new", TextOf(kStates, call.state)}}));
   }
   published_.swap(states);
-}
-
-void CallWatch::KeepUp() {
-  std::vector<ReconnectPlan::Waiting> scheduled;
-  {
-    kor::util::MutexLock lock(plan_mutex_);
-    plan_.Update(calls_, ReconnectPlan::Clock::now());
-    for (const auto& action : plan_.Due(ReconnectPlan::Clock::now())) {
-      if (!stop_) Perform(action);
-    }
-    scheduled = plan_.TakeScheduled(ReconnectPlan::Clock::now());
-  }
-  for (const auto& waiting : scheduled) {
-    syslog(LOG_NOTICE, "policy %u, %s: attempt %d to connect in %.1f s\n", waiting.index,
-           TextOf(kCallFamilies, waiting.key.second).c_str(), waiting.attempt, Seconds(waiting.left));
-    sink_.Send(OwnEventJson("reconnect", ReconnectJson(waiting)));
-  }
-}
-
-// The lock is held over the request, so that what a person suspends is not connected just afterwards.
-void CallWatch::Perform(const ReconnectPlan::Action& action) {
-  const IPFamily family = action.key.second;
-  const bool connect = action.kind == ReconnectPlan::Action::kConnect;
-  const kor::Result result =
-      connect ? data_->Connect(action.index, family, false) : data_->Disconnect(action.index, family, false);
-  ConnectStatus ipv4{};
-  ConnectStatus ipv6{};
-  (void)data_->GetConnectStatus(action.index, ipv4, ipv6);  // Both kNone when it does not answer.
-  const ConnectStatus state = family == IPFamily::kIpv4 ? ipv4 : ipv6;
-  if (connect) plan_.Tried(action.key, result == kor::Result::kSuccess, state, ReconnectPlan::Clock::now());
-  syslog(LOG_INFO, "policy %u, %s: %s by itself: result %d, %s\n", action.index, TextOf(kCallFamilies, family).c_str(),
-         connect ? "connect" : "disconnect", static_cast<int>(result), TextOf(kStates, state).c_str());
-}
-
-microseconds CallWatch::UntilDue() {
-  kor::util::MutexLock lock(plan_mutex_);
-  const auto next = plan_.Next();
-  if (!next) return kLongPause;
-  return std::max(duration_cast<microseconds>(*next - ReconnectPlan::Clock::now()), microseconds(0));
 }
 
 }  // namespace kor::host

@@ -7,27 +7,33 @@
 #include <functional>
 #include <map>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "common/mutex.h"
 #include "kwwand/host/event_json.h"
 #include "kwwand/host/event_log.h"
-#include "kwwand/host/reconnect_plan.h"
 #include "kwwand/lock_ranks.h"
 
 namespace kor::host {
 
-// The thread that looks after the calls: it passes the logged events on to the sink, tells of states that have changed,
-// and keeps up the calls of policies with auto-connect set (reconnect_plan.h). It asks the modem for states only after
-// an event of the data side, after Wake(), and when an attempt is due; it waits for no call.
+// The thread that watches the calls: it passes the logged events on to the sink, tells of states that have changed, and
+// knows which calls wait for the router to connect them. It asks for states only after an event of the data side and
+// after Wake(); it waits for no call.
 //
-// Thread safety: Start() and Stop() by one thread, the rest by any. Suspend, Resume and Waits wait while a reconnect's
-// request is being made.
+// Thread safety: Start() and Stop() by one thread, the rest by any.
 class CallWatch {
  public:
-  // All references outlive this.
-  CallWatch(ReconnectPlan::Clock::duration backoff_min, ReconnectPlan::Clock::duration backoff_max, EventLog& log,
-            EventSink& sink);
+  // A call that is down and will be connected by itself.
+  struct Waiting {
+    uint32_t index = 0;
+    IPFamily family = IPFamily::kIpv4;
+    int attempt = 0;
+    std::chrono::steady_clock::time_point next;
+  };
+
+  // Both outlive this.
+  CallWatch(EventLog& log, EventSink& sink) : log_(log), sink_(sink) {}
   ~CallWatch() { Stop(); }
   CallWatch(const CallWatch&) = delete;
   CallWatch& operator=(const CallWatch&) = delete;
@@ -39,10 +45,7 @@ class CallWatch {
   // Something was changed that no event tells: look again.
   void Wake();
 
-  // A person takes a call down, so that it is not to come up by itself; wants it up again.
-  void Suspend(const ReconnectPlan::Key& key) KOR_EXCLUDES(plan_mutex_);
-  void Resume(const ReconnectPlan::Key& key) KOR_EXCLUDES(plan_mutex_);
-  std::vector<ReconnectPlan::Waiting> Waits() KOR_EXCLUDES(plan_mutex_);
+  std::vector<Waiting> Waits() KOR_EXCLUDES(waits_mutex_);
 
   // Calls `listener` on the watch's thread whenever there are new events, until Unlisten() of the returned number has
   // returned. It must not block, nor call these two.
@@ -56,11 +59,14 @@ class CallWatch {
   void PublishEvents(const std::vector<SeenEvent>& events);
   void PublishStates();
   void CallListeners() KOR_EXCLUDES(listeners_mutex_);
-  void KeepUp() KOR_EXCLUDES(plan_mutex_);
-  void Perform(const ReconnectPlan::Action& action) KOR_REQUIRES(plan_mutex_);
-  std::chrono::microseconds UntilDue() KOR_EXCLUDES(plan_mutex_);
+  void NoteWaits(const std::vector<SeenEvent>& events) KOR_EXCLUDES(waits_mutex_);
 
-  const ReconnectPlan::Clock::duration retry_;  // Before a modem that did not answer is asked again.
+  using Key = std::pair<int32_t, IPFamily>;  // A policy's handle, and which of its calls.
+  struct Call {
+    uint32_t index = 0;
+    ConnectStatus state = ConnectStatus::kNone;
+  };
+
   EventLog& log_;
   EventSink& sink_;
   kor::wwan::DataManager* data_ = nullptr;
@@ -68,11 +74,11 @@ class CallWatch {
   // The watch thread's own.
   uint64_t from_ = 0;
   Policies policies_;
-  std::vector<ReconnectPlan::Call> calls_;
-  std::map<ReconnectPlan::Key, ConnectStatus> published_;
+  std::map<Key, Call> calls_;
+  std::map<Key, ConnectStatus> published_;
 
-  kor::util::Mutex plan_mutex_{rank::kReconnectPlan};
-  ReconnectPlan plan_ KOR_GUARDED_BY(plan_mutex_);
+  kor::util::Mutex waits_mutex_{rank::kCallWaits};
+  std::map<Key, Waiting> waits_ KOR_GUARDED_BY(waits_mutex_);
 
   kor::util::Mutex listeners_mutex_{rank::kListeners};
   std::map<uint64_t, std::function<void()>> listeners_ KOR_GUARDED_BY(listeners_mutex_);

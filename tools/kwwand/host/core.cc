@@ -26,9 +26,7 @@ void MakePermanentFolder() {
 }  // namespace
 
 Core::Core(const Options& options, std::function<void(const Json& event)> sink_function)
-    : sink(std::move(sink_function)),
-      calls(options.backoff_min, options.backoff_max, log, sink),
-      lan_journal_(options.lan_journal) {}
+    : sink(std::move(sink_function)), calls(log, sink), lan_journal_(options.lan_journal) {}
 
 Core::~Core() { Stop(); }
 

@@ -24,7 +24,7 @@
 
 namespace kor::host {
 
-// The host's inside: the library's managers, the services they start, the reconnects; the methods are made over it.
+// The host's inside: the library's managers, the services they start; the methods are made over it.
 //
 // Thread safety: Start() and Stop() by one thread, once each; the members lock themselves. A method may run on any
 // thread, any number at once (those of Lane::kShort are meant to run one after another).
@@ -41,9 +41,7 @@ namespace kor::host {
 class Core {
  public:
   struct Options {
-    std::chrono::milliseconds backoff_min{1000};   // The wait before the first reconnect; it doubles from there on ...
-    std::chrono::milliseconds backoff_max{60000};  // ... up to this.
-    std::string lan_journal{};                     // See LanJournal.
+    std::string lan_journal{};  // See LanJournal.
   };
 
   // `sink` hears every event as the params of an "event" notification, on any thread, from Start() until Stop() has
@@ -53,12 +51,12 @@ class Core {
   Core(const Core&) = delete;
   Core& operator=(const Core&) = delete;
 
-  // Makes the managers, starts the DNS and the AT service, connects what is to be connected by itself. Throws
-  // std::runtime_error with the reason when the modem cannot be reached. A DNS service that cannot start is no reason:
-  // dns.show tells, the log tells why, dns.start tries again.
+  // Makes the managers, starts the DNS and the AT service. Throws std::runtime_error with the reason when the modem
+  // cannot be reached. A DNS service that cannot start is no reason: dns.show tells, the log tells why, dns.start tries
+  // again.
   void Start();
 
-  // Ends all that: no event and no reconnect comes any more, an unconfirmed LAN change is rolled back, both services
+  // Ends all that: no event comes any more, an unconfirmed LAN change is rolled back, both services
   // are stopped. Does not wait for methods, which may still be in the library. Without effect before Start().
   void Stop();
 

@@ -6,6 +6,7 @@
 #include <ctime>
 
 #include "common/modem_events.h"
+#include "common/router_events.h"
 
 namespace kor::host {
 
@@ -38,9 +39,22 @@ std::string NameOf(const SeenEvent& seen) {
       return "call disconnect failed";
     case kor::util::kEvtDnsUpdated:
       return "dns updated";
+    case kor::util::kEvtReconnect:
+      return "reconnect";
+    case kor::util::kEvtModemState:
+      return "modem";
     default:
       return "data event";
   }
+}
+
+std::optional<int32_t> NumberOf(const EventDic& event, EventDic::Param param) {
+  const std::string text = ParamOf(event, param);
+  int32_t number = 0;
+  const char* const end = text.data() + text.size();
+  const auto parsed = std::from_chars(text.data(), end, number);
+  if (parsed.ec != std::errc() || parsed.ptr != end) return std::nullopt;
+  return number;
 }
 
 void AddCall(const EventDic& event, const Policies& policies, Json& json) {
@@ -72,20 +86,20 @@ std::string TimeText(std::chrono::system_clock::time_point time) {
   return text;
 }
 
-std::optional<int32_t> HandleOf(const EventDic& event) {
-  const std::string text = ParamOf(event, EventDic::kParamHandle);
-  int32_t handle = 0;
-  const char* const end = text.data() + text.size();
-  const auto parsed = std::from_chars(text.data(), end, handle);
-  if (parsed.ec != std::errc() || parsed.ptr != end) return std::nullopt;
-  return handle;
-}
+std::optional<int32_t> HandleOf(const EventDic& event) { return NumberOf(event, EventDic::kParamHandle); }
 
 std::optional<IPFamily> FamilyOf(const EventDic& event) {
   const std::string text = ParamOf(event, EventDic::kParamIpFamily);
   if (text == "4") return IPFamily::kIpv4;
   if (text == "6") return IPFamily::kIpv6;
   return std::nullopt;
+}
+
+std::optional<Wait> WaitOf(const EventDic& event) {
+  const auto attempt = NumberOf(event, kor::util::kParamAttempt);
+  const auto left = NumberOf(event, kor::util::kParamWaitMs);
+  if (event.event != kor::util::kEvtReconnect || !attempt || !left) return std::nullopt;
+  return Wait{*attempt, std::chrono::milliseconds(*left)};
 }
 
 bool IsCallEvent(uint32_t event) {
@@ -98,6 +112,12 @@ Json EventJson(const SeenEvent& seen, const Policies& policies) {
   Json json{{"time", TimeText(seen.time)}, {"event", EventCode(seen.event.event)}, {"name", NameOf(seen)}};
   if (seen.source == Source::kData && IsCallEvent(seen.event.event)) {
     AddCall(seen.event, policies, json);
+  } else if (const auto wait = WaitOf(seen.event); wait && seen.source == Source::kData) {
+    AddCall(seen.event, policies, json);
+    json["attempt"] = wait->attempt;
+    json["wait_s"] = std::chrono::duration<double>(wait->left).count();
+  } else if (seen.source == Source::kData && seen.event.event == kor::util::kEvtModemState) {
+    json["state"] = ParamOf(seen.event, kor::util::kParamModemState);
   } else if (seen.source == Source::kDns) {
     json["servers"] = seen.servers;
   } else if (!seen.event.params.empty()) {

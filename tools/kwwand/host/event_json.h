@@ -22,6 +22,13 @@ std::string TimeText(std::chrono::system_clock::time_point time);
 std::optional<int32_t> HandleOf(const kor::util::EventDic& event);
 std::optional<IPFamily> FamilyOf(const kor::util::EventDic& event);
 
+// What the router's kEvtReconnect tells; nothing when it is another event, or says no numbers.
+struct Wait {
+  int attempt = 0;
+  std::chrono::milliseconds left{};
+};
+std::optional<Wait> WaitOf(const kor::util::EventDic& event);
+
 // Whether it is one of kEvtWwanConnected to kEvtWwanDisconnectFailed.
 bool IsCallEvent(uint32_t event);
 std::string EventCode(uint32_t event);  // "0x200"

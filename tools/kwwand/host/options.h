@@ -4,7 +4,6 @@
 #include <sys/types.h>
 #include <syslog.h>
 
-#include <chrono>
 #include <optional>
 #include <string>
 
@@ -21,10 +20,9 @@ struct Options {
   std::string pid_file;  // Empty: none.
   int log_level = LOG_INFO;
   bool log_to_stderr = false;
-  std::string modem;     // NAME or NAME:ARGUMENT; empty: what the environment says.
-  std::string scenario;  // Empty: none.
-  std::chrono::milliseconds backoff_min{1000};
-  std::chrono::milliseconds backoff_max{60000};
+  std::string modem;       // NAME or NAME:ARGUMENT; empty: what the environment says.
+  std::string scenario;    // Empty: none.
+  std::string backoff_ms;  // "MIN MAX"; empty: what the environment says.
 };
 
 // None when there is nothing more to do: help or version was wanted, or the command line is wrong and standard error

@@ -49,7 +49,7 @@ inline constexpr Word<IPFamily> kCallFamilies[] = {{IPFamily::kIpv4, "ipv4"}, {I
 inline constexpr Word<IPFamily> kFamilies[] = {
     {IPFamily::kIpv4, "ipv4"}, {IPFamily::kIpv6, "ipv6"}, {IPFamily::kBoth, "ipv4v6"}};
 
-inline constexpr Word<ConnectStatus> kStates[] = {{ConnectStatus::kNone, "none"},
+inline constexpr Word<ConnectStatus> kStates[] = {{ConnectStatus::kNone, "waiting"},
                                                   {ConnectStatus::kConnecting, "connecting"},
                                                   {ConnectStatus::kConnected, "connected"},
                                                   {ConnectStatus::kDisconnecting, "disconnecting"},

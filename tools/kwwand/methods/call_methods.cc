@@ -52,25 +52,6 @@ Target ReadTarget(const Params& params, const Statuses& statuses, bool up) {
   return target;
 }
 
-// While a person's request is on its way, the call is not brought up by itself: the two would refuse each other.
-class Hold {
- public:
-  Hold(CallWatch& calls, std::optional<ReconnectPlan::Key> key, bool up) : calls_(calls), key_(key), up_(up) {
-    if (key_) calls_.Suspend(*key_);
-  }
-  ~Hold() {
-    if (key_ && up_) calls_.Resume(*key_);
-    calls_.Wake();
-  }
-  Hold(const Hold&) = delete;
-  Hold& operator=(const Hold&) = delete;
-
- private:
-  CallWatch& calls_;
-  const std::optional<ReconnectPlan::Key> key_;
-  const bool up_;
-};
-
 kor::Result Ask(const Target& target, bool up, bool wait) {
   DataManager data;  // One waits at a time for each object.
   if (!up) return data.Disconnect(*target.index, target.family, wait);
@@ -125,9 +106,6 @@ Json Move(Core& core, const Request& request, bool up) {
   const bool progress = params.Switch("progress", false);
 
   CallStory story = Begin(target, statuses, up, wait);
-  std::optional<ReconnectPlan::Key> key;
-  if (target.index) key = {story.handle, target.family};
-  const Hold hold(core.calls, key, up);
   CallReport report(core.log, core.calls, story, progress ? request.progress : nullptr);
   const kor::Result result = Ask(target, up, wait);
 

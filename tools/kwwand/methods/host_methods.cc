@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // host.status: everything on one screen. device.show: the modem. dns.*: the DNS service.
+#include <algorithm>
+#include <chrono>
+
 #include "kwwand/host/words.h"
 #include "kwwand/methods/params.h"
 #include "kwwand/methods/policies.h"
@@ -20,12 +23,13 @@ Json DeviceJson(Core& core) {
 }
 
 Json WaitsJson(Core& core) {
+  const auto now = std::chrono::steady_clock::now();
   Json waits = Json::array();
   for (const auto& waiting : core.calls.Waits()) {
     waits.push_back({{"index", waiting.index},
-                     {"family", TextOf(kCallFamilies, waiting.key.second)},
+                     {"family", TextOf(kCallFamilies, waiting.family)},
                      {"attempt", waiting.attempt},
-                     {"next_s", std::chrono::duration<double>(waiting.left).count()}});
+                     {"next_s", std::max(std::chrono::duration<double>(waiting.next - now).count(), 0.0)}});
   }
   return waits;
 }

@@ -18,11 +18,6 @@ Json AfterChange(Core& core, uint32_t index) {
 
 uint32_t IndexOf(Core& core, const Params& params) { return PolicyIndex(params, ReadStatuses(*core.data).size()); }
 
-void ResumeBoth(Core& core, int32_t handle) {
-  core.calls.Resume({handle, IPFamily::kIpv4});
-  core.calls.Resume({handle, IPFamily::kIpv6});
-}
-
 Json ListPolicies(Core& core, const Request& request) {
   const Params params(request, {});
   return {{"policies", PoliciesJson(*core.data)}};
@@ -60,18 +55,13 @@ Json DeletePolicy(Core& core, const Request& request) {
   Json policy = PolicyJson(*core.data, index, statuses[index]);
   Check(core.data->DeletePdn(static_cast<uint8_t>(index)),
         "deleting the policy (its calls must be down, and no VLAN on it)");
-  // The modem may give the handle away again.
-  ResumeBoth(core, statuses[index].policy.handle);
   return policy;
 }
 
 Json SetAutoConnect(Core& core, const Request& request) {
   const Params params(request, {"index", "on"});
-  const Statuses statuses = ReadStatuses(*core.data);
-  const uint32_t index = PolicyIndex(params, statuses.size());
-  const bool on = params.Switch("on");
-  Check(core.data->SetAutoConnect(index, on), "switching auto-connect");
-  if (on) ResumeBoth(core, statuses[index].policy.handle);
+  const uint32_t index = IndexOf(core, params);
+  Check(core.data->SetAutoConnect(index, params.Switch("on")), "switching auto-connect");
   return AfterChange(core, index);
 }
 

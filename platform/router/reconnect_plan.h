@@ -5,13 +5,13 @@
 #include <cstdint>
 #include <map>
 #include <optional>
-#include <set>
 #include <utility>
 #include <vector>
 
-#include "kwwand/host/words.h"
+#include "common/ip_family.h"
+#include "wwan/data_manager.h"
 
-namespace kor::host {
+namespace kor::vendor::qcom::qcmap {
 
 // Which calls are to be connected by themselves, and when: pure, fed with states and the time.
 //
@@ -25,24 +25,22 @@ namespace kor::host {
 class ReconnectPlan {
  public:
   using Clock = std::chrono::steady_clock;
-  using Key = std::pair<int32_t, IPFamily>;  // The policy's handle: indices move when a policy is deleted.
+  using ConnectStatus = kor::wwan::DataManager::ConnectStatus;
+  using Key = std::pair<int32_t, kor::util::IPFamily>;  // The policy's handle: indices move when a policy is deleted.
 
   struct Call {
     Key key;
-    uint32_t index = 0;
-    bool wanted = false;  // Connects by itself and is switched on.
+    bool wanted = false;  // Connects by itself.
     ConnectStatus state = ConnectStatus::kNone;
   };
 
   struct Action {
     enum Kind { kConnect, kDisconnect } kind = kConnect;
     Key key;
-    uint32_t index = 0;
   };
 
   struct Waiting {
     Key key;
-    uint32_t index = 0;
     int attempt = 0;  // 1 for the first after the call went down; 0 for the very first.
     Clock::duration left{};
   };
@@ -55,24 +53,21 @@ class ReconnectPlan {
   // What is due. Each kConnect is answered by Tried().
   std::vector<Action> Due(Clock::time_point now);
 
-  // A request was made for `key`: whether the library took it, and the call's state after it.
+  // A request was made for `key`: whether the modem took it, and the call's state after it.
   void Tried(const Key& key, bool taken, ConnectStatus state, Clock::time_point now);
 
-  // A person took the call down: it stays so until Resume().
-  void Suspend(const Key& key);
-  void Resume(const Key& key) { suspended_.erase(key); }
+  // Every call is seen for the first time again.
+  void Forget() { entries_.clear(); }
 
   // When Due() has something next.
   std::optional<Clock::time_point> Next() const;
 
-  // The waits that run; those that began since the last TakeScheduled().
-  std::vector<Waiting> Waits(Clock::time_point now) const;
+  // The waits that began since the last call.
   std::vector<Waiting> TakeScheduled(Clock::time_point now);
 
  private:
   enum class Phase { kUp, kWaiting, kTrying };
   struct Entry {
-    uint32_t index = 0;
     ConnectStatus state = ConnectStatus::kNone;
     Phase phase = Phase::kWaiting;
     int attempt = 0;          // Waits since the call was last connected.
@@ -82,12 +77,10 @@ class ReconnectPlan {
 
   void Schedule(Entry& entry, Clock::time_point now) const;
   void Follow(Entry& entry, ConnectStatus state, Clock::time_point now) const;
-  static Waiting WaitOf(const Key& key, const Entry& entry, Clock::time_point now);
 
   const Clock::duration min_;
   const Clock::duration max_;
   std::map<Key, Entry> entries_;
-  std::set<Key> suspended_;
 };
 
-}  // namespace kor::host
+}  // namespace kor::vendor::qcom::qcmap

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 
 #include "support/deaf_port.h"
@@ -20,12 +21,14 @@ class ScriptedPort final : public DeafPort {
   kor::Result StopCall(int32_t, IPFamily, uint64_t serial) override { return Take(serial); }
 
   bool takes = true;
-  uint64_t asked = 0;  // The serial of the latest request.
+  std::function<void()> before_return;  // Reports that overtake their request.
+  uint64_t asked = 0;                   // The serial of the latest request.
 
  private:
   kor::Result Take(uint64_t serial) {
     EXPECT_GT(serial, asked);
     asked = serial;
+    if (before_return) before_return();
     return takes ? kor::Result::kSuccess : kor::Result::kFailure;
   }
 };
@@ -117,6 +120,39 @@ TEST_F(PolicyTableTest, AFamilyIsNotOffWhileItsCallIsUp) {
   EXPECT_TRUE(table.SetEnabled(0, IPFamily::kIpv4, false));
   EXPECT_EQ("disconnecting off", After(CallEvent::kDisconnectFailed, stop));
   EXPECT_EQ("disconnected off", After(CallEvent::kDisconnected, port.asked));
+}
+
+TEST_F(PolicyTableTest, AReportMayOvertakeTheReturnOfItsRequest) {
+  port.before_return = [this] { table.Apply(100, IPFamily::kIpv4, CallEvent::kConnectFailed, port.asked); };
+  Connect();
+  EXPECT_EQ("disconnected", State());
+  port.before_return = [this] {
+    EXPECT_FALSE(table.Delete(0));  // Its call is on its way.
+    table.Apply(100, IPFamily::kIpv4, CallEvent::kConnected, port.asked);
+  };
+  Connect();
+  EXPECT_EQ("connected", State());
+  port.before_return = [this] { table.Apply(100, IPFamily::kIpv4, CallEvent::kDisconnectFailed, port.asked); };
+  EXPECT_TRUE(table.SetEnabled(0, IPFamily::kIpv4, false));
+  EXPECT_EQ("connected", State());
+  port.before_return = [this] { table.Apply(100, IPFamily::kIpv4, CallEvent::kDisconnected, port.asked); };
+  EXPECT_TRUE(table.SetEnabled(0, IPFamily::kIpv4, false));
+  EXPECT_EQ("disconnected off", State());
+}
+
+// What is taken down stays down while it is down, up or refused, but not when it lives on.
+TEST_F(PolicyTableTest, ADisconnectSuspendsUnlessTheCallLivesOn) {
+  ASSERT_TRUE(table.SetAutoConnect(0, true));
+  EXPECT_EQ("none", State());
+  port.takes = false;
+  EXPECT_EQ(kor::Result::kFailure, table.Disconnect(0, IPFamily::kIpv4));
+  EXPECT_EQ("disconnected", State());
+  EXPECT_EQ(kor::Result::kFailure, table.Connect(0, IPFamily::kIpv4));
+  EXPECT_EQ("none", State());
+  port.takes = true;
+  EXPECT_EQ("connected", After(CallEvent::kConnected, Connect()));
+  EXPECT_EQ("connected", After(CallEvent::kDisconnectFailed, Disconnect()));
+  EXPECT_EQ("none", After(CallEvent::kDisconnected, port.asked));
 }
 
 }  // namespace kor::test

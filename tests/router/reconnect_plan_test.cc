@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "kwwand/host/reconnect_plan.h"
+#include "router/reconnect_plan.h"
 
 #include <gtest/gtest.h>
 
@@ -7,9 +7,9 @@ namespace kor::test {
 namespace {
 
 using namespace std::chrono_literals;
-using kor::host::ConnectStatus;
-using kor::host::IPFamily;
-using kor::host::ReconnectPlan;
+using kor::util::IPFamily;
+using kor::vendor::qcom::qcmap::ReconnectPlan;
+using ConnectStatus = ReconnectPlan::ConnectStatus;
 
 constexpr auto kUp = ConnectStatus::kConnected;
 constexpr auto kDown = ConnectStatus::kDisconnected;
@@ -19,7 +19,7 @@ constexpr auto kGoing = ConnectStatus::kDisconnecting;
 // One call, and a clock that stands still unless moved.
 class ReconnectPlanTest : public testing::Test {
  protected:
-  void See(ConnectStatus state, bool wanted = true) { plan.Update({{key, 0, wanted, state}}, now); }
+  void See(ConnectStatus state, bool wanted = true) { plan.Update({{key, wanted, state}}, now); }
 
   // What is due: 'C' to connect, 'D' to disconnect.
   std::string Due() {
@@ -57,12 +57,11 @@ TEST_F(ReconnectPlanTest, WaitsDoubleUntilTheCallIsUp) {
       See(kDown);
     }
   }
-  EXPECT_EQ(9, plan.Waits(now).at(0).attempt);
+  EXPECT_EQ(9, plan.TakeScheduled(now).at(0).attempt);
 
   // Success ends that. A drop with nothing seen between waits the shortest time again.
   See(kUp);
   EXPECT_FALSE(plan.Next());
-  (void)plan.TakeScheduled(now);
   See(kDown);
   const auto scheduled = plan.TakeScheduled(now);
   ASSERT_EQ(1u, scheduled.size());
@@ -83,7 +82,7 @@ TEST_F(ReconnectPlanTest, WhileItIsDisconnectingMeansLaterNotFailure) {
   // It began to go down between the look and the request, which was refused at once.
   plan.Tried(key, false, kGoing, now);
   See(kGoing);
-  EXPECT_EQ(0, plan.Waits(now).at(0).attempt);
+  EXPECT_TRUE(plan.TakeScheduled(now).empty());
   See(kDown);
   ExpectDueAfter(1s);
   // Somebody else was faster.
@@ -104,21 +103,18 @@ TEST_F(ReconnectPlanTest, ACallThatHangsIsTakenDownAndTriedAgain) {
   ExpectDueAfter(1s);
 }
 
-TEST_F(ReconnectPlanTest, WhatAPersonTakesDownStaysDown) {
+TEST_F(ReconnectPlanTest, WhatIsNotWantedIsForgotten) {
   See(kUp);
-  plan.Suspend(key);
-  See(kDown);
-  EXPECT_FALSE(plan.Next());
-  plan.Resume(key);
-  See(kDown);
-  EXPECT_EQ("C", Due());
-  // Not wanted any more, or not there any more.
-  plan.Tried(key, false, kDown, now);
   See(kDown, false);
   EXPECT_FALSE(plan.Next());
   See(kDown);
-  plan.Update({}, now);
+  EXPECT_EQ("C", Due());  // As if it were seen for the first time; so when the modem is back.
+  plan.Tried(key, false, kDown, now);
+  plan.Forget();
   EXPECT_FALSE(plan.Next());
+  See(kDown);
+  EXPECT_EQ("C", Due());
+  plan.Update({}, now);
   plan.Tried(key, true, kUp, now);  // An answer for a call that is forgotten.
   EXPECT_FALSE(plan.Next());
 }

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "kwwand/host/reconnect_plan.h"
+#include "router/reconnect_plan.h"
 
 #include <algorithm>
 
-namespace kor::host {
+namespace kor::vendor::qcom::qcmap {
 
 namespace {
 
@@ -48,12 +48,11 @@ void ReconnectPlan::Update(const std::vector<Call>& calls, Clock::time_point now
   std::map<Key, Entry> before;
   before.swap(entries_);
   for (const Call& call : calls) {
-    if (!call.wanted || suspended_.count(call.key) != 0) continue;
+    if (!call.wanted) continue;
     const auto known = before.find(call.key);
     Entry entry;
     entry.due = now;
     if (known != before.end()) entry = known->second;
-    entry.index = call.index;
     Follow(entry, call.state, now);
     entries_[call.key] = entry;
   }
@@ -65,11 +64,11 @@ std::vector<ReconnectPlan::Action> ReconnectPlan::Due(Clock::time_point now) {
     if (entry.phase == Phase::kUp || entry.due > now) continue;
     if (entry.phase == Phase::kTrying) {
       entry.due = now + kStuckAfter;
-      actions.push_back({Action::kDisconnect, key, entry.index});
+      actions.push_back({Action::kDisconnect, key});
     } else if (entry.state == ConnectStatus::kDisconnecting) {
       entry.due = now + min_;  // Later.
     } else {
-      actions.push_back({Action::kConnect, key, entry.index});
+      actions.push_back({Action::kConnect, key});
     }
   }
   return actions;
@@ -86,11 +85,6 @@ void ReconnectPlan::Tried(const Key& key, bool taken, ConnectStatus state, Clock
   Follow(entry, down ? ConnectStatus::kConnecting : state, now);
 }
 
-void ReconnectPlan::Suspend(const Key& key) {
-  suspended_.insert(key);
-  entries_.erase(key);
-}
-
 std::optional<ReconnectPlan::Clock::time_point> ReconnectPlan::Next() const {
   std::optional<Clock::time_point> next;
   for (const auto& [key, entry] : entries_) {
@@ -99,25 +93,13 @@ std::optional<ReconnectPlan::Clock::time_point> ReconnectPlan::Next() const {
   return next;
 }
 
-ReconnectPlan::Waiting ReconnectPlan::WaitOf(const Key& key, const Entry& entry, Clock::time_point now) {
-  return {key, entry.index, entry.attempt, std::max(entry.due - now, Clock::duration::zero())};
-}
-
-std::vector<ReconnectPlan::Waiting> ReconnectPlan::Waits(Clock::time_point now) const {
-  std::vector<Waiting> waits;
-  for (const auto& [key, entry] : entries_) {
-    if (entry.phase == Phase::kWaiting) waits.push_back(WaitOf(key, entry, now));
-  }
-  return waits;
-}
-
 std::vector<ReconnectPlan::Waiting> ReconnectPlan::TakeScheduled(Clock::time_point now) {
   std::vector<Waiting> waits;
   for (auto& [key, entry] : entries_) {
-    if (entry.scheduled) waits.push_back(WaitOf(key, entry, now));
+    if (entry.scheduled) waits.push_back({key, entry.attempt, std::max(entry.due - now, Clock::duration::zero())});
     entry.scheduled = false;
   }
   return waits;
 }
 
-}  // namespace kor::host
+}  // namespace kor::vendor::qcom::qcmap
