@@ -125,6 +125,11 @@ TEST_F(AutoConnectTest, ACallIsKeptUpUntilAPersonTakesItDownAndWhenTheModemIsBac
   port.state = ModemState::kReady;
   port.tell_state(ModemState::kReady);
   EXPECT_EQ("start 100 4 ", port.Next());
+
+  // The next process goes on with it.
+  Port& next = *new Port;
+  (new Router(next, Router::kStateFile))->Start([](EventDic&) {});
+  EXPECT_EQ("start 100 4 ", next.Next());
 }
 
 TEST_F(AutoConnectTest, CallsThatRunAreFoundAfterARestart) {

@@ -140,6 +140,12 @@ TEST_F(PolicyTableTest, AReportMayOvertakeTheReturnOfItsRequest) {
   EXPECT_EQ("disconnected off", State());
 }
 
+TEST_F(PolicyTableTest, ThereIsAnEndToMakingThem) {
+  int made = 0;
+  while (made < 300 && table.Create({1, 1, kor::wwan::Tech::kAny, IPFamily::kBoth, 0})) ++made;
+  EXPECT_EQ(255, made);
+}
+
 // What is taken down stays down while it is down, up or refused, but not when it lives on.
 TEST_F(PolicyTableTest, ADisconnectSuspendsUnlessTheCallLivesOn) {
   ASSERT_TRUE(table.SetAutoConnect(0, true));

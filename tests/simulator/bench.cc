@@ -9,6 +9,7 @@
 #include <map>
 #include <utility>
 
+#include "common/router_events.h"
 #include "support/wait.h"
 
 namespace kor::test {
@@ -56,6 +57,7 @@ std::string Text(const sockaddr* address) {
 
 Listener::Listener(QcmapWrapper* qcmap) : qcmap_(qcmap) {
   qcmap_->event_cbs.Add(this, [this](EventDic& ev) {
+    if (ev.event == kor::util::kEvtModemState) return;  // Calls only.
     Hear(Name(ev.event) + " " + ev.params[EventDic::kParamHandle] + " " + ev.params[EventDic::kParamIpFamily]);
   });
 }
