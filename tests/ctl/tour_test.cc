@@ -134,7 +134,7 @@ TEST(Tour, TheLanMovesAsAWholeOrNotAtAll) {
   EXPECT_EQ(0, Ctl("policy delete 0").status);
   EXPECT_EQ("ID   INTERFACE  PDN\n100  usb        0\n", Screen("vlan list"));
   EXPECT_EQ("ID   INTERFACE  PDN\n100  usb        -\n", Screen("vlan unmap 100 0"));
-  EXPECT_EQ("There is no VLAN.\n", Screen("vlan remove 100"));
+  EXPECT_EQ("No VLANs.\n", Screen("vlan remove 100"));
   EXPECT_EQ(0, Ctl("passthrough on --host-name printer").status);
   EXPECT_EQ("Passthrough  off\nClient       host-name\nTarget       printer\n", Screen("passthrough off"));
 }

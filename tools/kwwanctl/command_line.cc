@@ -89,7 +89,7 @@ Session::Milliseconds PauseOf(const CLI::Option& watch) {
   return std::chrono::seconds(seconds.get<int64_t>());
 }
 
-// Asks and shows until somebody has had enough of it.
+// Asks and shows until interrupted.
 int Watch(Context& context, const Verb& verb, const Json& params, Session::Milliseconds pause) {
   InterruptWatcher watcher;
   const bool whole_screen = isatty(STDOUT_FILENO) != 0;
@@ -122,8 +122,8 @@ CLI::Option* AddArg(CLI::App& app, const Arg& arg) {
   return app.add_option(arg.name, taken, arg.type.text);
 }
 
-std::vector<CLI::App*> Subcommands(const CLI::App& app) {
-  return const_cast<CLI::App&>(app).get_subcommands([](const CLI::App*) { return true; });
+std::vector<const CLI::App*> Subcommands(const CLI::App& app) {
+  return app.get_subcommands([](const CLI::App*) { return true; });
 }
 
 Entries EntriesOf(const CLI::App& app) {
@@ -260,7 +260,7 @@ class CommandLine {
     app.add_option("--socket", context_.options.socket, "the path of the host's socket");
     app.add_flag("--json", context_.options.json);
     app.add_flag("--no-color", context_.options.no_color);
-    for (CLI::App* sub : Subcommands(app)) AddGlobalOptions(*sub);
+    for (CLI::App* sub : app.get_subcommands([](const CLI::App*) { return true; })) AddGlobalOptions(*sub);
   }
 
   // Throws CommandError. The exit status of what was chosen; kDone when help was wanted.

@@ -29,7 +29,7 @@ class Output {
 
   bool json() const { return options_.json; }
 
-  // Colours of standard output: none when it is no terminal, with --no-color, or when NO_COLOR is set and not empty.
+  // Colours of standard output: none when it is not a terminal, with --no-color, or when NO_COLOR is set and not empty.
   Paint paint() const;
 
   // The result of a command: itself, or its screen. Throws CommandError when it cannot be written.

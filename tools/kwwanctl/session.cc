@@ -12,7 +12,7 @@
 namespace kor::ctl {
 namespace {
 
-constexpr size_t kLongestMessage = 16u << 20;  // More than any answer; a host that sends more is none of ours.
+constexpr size_t kLongestMessage = 16u << 20;  // More than any answer of kwwand.
 constexpr int kDeepestMessage = 32;            // Likewise. What copies or prints JSON calls itself at each level.
 
 std::string Hint(int error) {

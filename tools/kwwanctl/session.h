@@ -15,8 +15,8 @@ namespace kor::ctl {
 // One connection to the host, opened by the first use. Every wait is bounded.
 //
 // Thread safety: none, one thread. Ownership: owns its socket. What fails throws CommandError: the host's own error,
-// kErrorTimeout, or kErrorUnreachable when there is no host or it goes away; what it says that is no answer, a
-// Json::exception.
+// kErrorTimeout, or kErrorUnreachable when there is no host or it goes away; an answer that
+// is not one, a Json::exception.
 //
 //   Session session("/run/kwwand/kwwand.sock");
 //   Json status = session.Call("host.status", Json::object());

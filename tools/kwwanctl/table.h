@@ -57,7 +57,7 @@ class Paint {
   bool on_;
 };
 
-// The member of an object, null when it is absent or the object is none.
+// The member of an object, null when it is absent or that is not an object.
 Json Member(const Json& object, const std::string& name);
 
 // "1.5 s"

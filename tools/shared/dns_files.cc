@@ -16,7 +16,7 @@ namespace kor::tools {
 namespace {
 
 constexpr size_t kMostRead = 65536;
-constexpr size_t kShortestPermanentText = 4;  // One of so many characters or fewer is none.
+constexpr size_t kShortestPermanentText = 4;  // One of so many characters or fewer does not count.
 
 // Empty when it cannot be read.
 std::string ReadText(const std::string& path) { return ReadTextFile(path).text.value_or(""); }

@@ -11,7 +11,7 @@
 
 namespace kor::tools {
 
-// A file descriptor that is closed at the end of its owner's life; -1 is none.
+// Owns a file descriptor and closes it; -1 when there is none.
 class Fd {
  public:
   Fd() = default;

@@ -211,7 +211,7 @@ Json OnOffWord(const Json& value) { return value.is_boolean() ? Json(value.get<b
 std::string PoliciesText(const Json& result, const Paint& paint) {
   Table table({"INDEX", "PROFILE", "FAMILY", "STATE", "INTERFACE", "ADDRESS", "DNS", "AUTO", "ROAMING"});
   for (const Json& policy : Member(result, "policies")) AddRows(table, policy);
-  return table.Text(paint, "There is no policy.");
+  return table.Text(paint, "No policies.");
 }
 
 std::string PolicyText(const Json& policy, const Paint& paint) {

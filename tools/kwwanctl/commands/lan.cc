@@ -77,7 +77,7 @@ std::string VlansText(const Json& result, const Paint& paint) {
   for (const Json& vlan : Member(result, "vlans")) {
     table.Add({Member(vlan, "id"), Member(vlan, "interface"), Member(vlan, "pdn")});
   }
-  return table.Text(paint, "There is no VLAN.");
+  return table.Text(paint, "No VLANs.");
 }
 
 std::string PassthroughText(const Json& passthrough, const Paint& paint) {

@@ -39,7 +39,7 @@ std::string PolicyListText(const Json& result, const Paint& paint) {
                Member(policy, "family"), Member(profiles, "ipv4"), Member(profiles, "ipv6"),
                OnOffWord(Member(policy, "auto_connect")), OnOffWord(Member(policy, "roaming"))});
   }
-  return table.Text(paint, "There is no policy.");
+  return table.Text(paint, "No policies.");
 }
 
 std::string DeletedText(const Json& policy, const Paint&) {
@@ -70,7 +70,7 @@ std::string ProfileListText(const Json& result, const Paint& paint) {
   for (const Json& profile : Member(result, "profiles")) {
     table.Add({Member(profile, "index"), Member(profile, "type"), Member(profile, "name")});
   }
-  return table.Text(paint, "There is no profile.");
+  return table.Text(paint, "No profiles.");
 }
 
 Action AskAboutProfile(const std::string& method, const Render& render) {

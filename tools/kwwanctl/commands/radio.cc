@@ -85,7 +85,7 @@ std::string RoutesText(const Json& result, const Paint& paint) {
   for (const Json& route : Member(result, "routes")) {
     table.Add({Member(route, "class"), Member(route, "storage"), Member(route, "action")});
   }
-  return table.Text(paint, "There is no route.");
+  return table.Text(paint, "No routes.");
 }
 
 std::string StorageText(const Json& storage, const Paint&) {

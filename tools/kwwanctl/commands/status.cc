@@ -102,7 +102,12 @@ Object DnsCommands() {
           "The DNS service: the forwarder on 127.0.0.1 and its servers.",
           {{"show", "The service and its servers.", {}, {}, "dns.show", DnsText},
            {"start", "Starts it.", {}, {}, "dns.start", DnsText},
-           {"stop", "Stops it. Calls that come up meanwhile wait for it in vain.", {}, {}, "dns.stop", DnsText}}};
+           {"stop",
+            "Stops it. A call that is brought up meanwhile times out waiting for it.",
+            {},
+            {},
+            "dns.stop",
+            DnsText}}};
 }
 
 Object DeviceCommands() {

@@ -72,7 +72,7 @@ struct Facts {
   Processes processes;
   TextFile pid_file;
   TextFile resolv_conf;
-  std::string resolv_conf_leads_to;  // Where the path ends; empty when it is no link.
+  std::string resolv_conf_leads_to;  // Where the path ends; empty when it is not a link.
   TextFile server_list;
   TextFile permanent_file;
   std::string name;            // The name that was asked for.

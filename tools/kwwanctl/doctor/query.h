@@ -10,7 +10,7 @@
 
 namespace kor::ctl::doctor {
 
-// The bytes of a question for the IPv4 addresses of `name`; empty when that is no host name.
+// The bytes of a question for the IPv4 addresses of `name`; empty when that is not a host name.
 std::string QueryFor(const std::string& name, uint16_t id);
 
 // Asks every server for `name` at once, each by one UDP datagram, and waits for all answers until `limit` has passed.

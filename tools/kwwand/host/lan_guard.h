@@ -30,17 +30,16 @@ class LanJournal {
   // False, and the log says why, when the file cannot be removed.
   bool Forget();
 
-  // Nothing when there is no file; also, and the log says so, when it is somebody else's, or holds no LAN that can be
-  // set.
+  // Nothing when there is no file, or, with a line in the log, when it is another user's or its LAN is invalid.
   std::optional<LanConfig> Kept() const;
 
  private:
   std::string path_;
 };
 
-// Changes the LAN, each change in one write, and takes back one that nobody confirms: whoever changes the address that
-// he came by may never come back. Where there is a journal, that goes for a host that is killed meanwhile too: the next
-// one takes the change back.
+// Changes the LAN, each change in one write, and rolls back one that is not confirmed in time: who changes the address
+// that he is connected to may lock himself out. The journal makes that hold for a host that is killed meanwhile too:
+// the next one rolls the change back.
 //
 // Thread safety: all operations may be called from any thread, and run one after another.
 class LanGuard {

@@ -99,7 +99,7 @@ bool Drain(int fd, size_t max_output, std::string& output) {
   }
 }
 
-// Whether the child is gone; `end` then says how. One that somebody else has reaped has status 0.
+// Whether the child is gone; `end` then says how. One that was reaped elsewhere counts as exited with 0.
 bool HasEnded(pid_t pid, int options, CommandEnd& end) {
   int status = 0;
   pid_t waited = 0;

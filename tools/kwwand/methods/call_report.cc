@@ -15,7 +15,7 @@ namespace {
 using std::chrono::milliseconds;
 using TimePoint = std::chrono::steady_clock::time_point;
 
-// The library waits 10 seconds for an outcome; a result that comes earlier is no time-out.
+// The library waits 10 seconds for an outcome; a result that comes earlier is not a time-out.
 constexpr milliseconds kBudget{9900};
 
 int64_t MsFromStart(const CallStory& story, TimePoint at) {

@@ -63,7 +63,7 @@ void Params::Refuse(const std::string& name, const std::string& takes,
 int Params::Number(const char* name, int min, int max) const {
   const std::string takes = "a number from " + std::to_string(min) + " to " + std::to_string(max);
   const Json& value = Get(name, takes);
-  // A number above every int64_t is none here, as get() would fold it.
+  // Above every int64_t get() would wrap the number around.
   const bool folds = value.is_number_unsigned() && value.get<uint64_t>() > INT32_MAX;
   if (!value.is_number_integer() || folds) Refuse(name, takes);
   const auto number = value.get<int64_t>();

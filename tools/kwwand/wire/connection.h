@@ -19,9 +19,9 @@ using kor::tools::Fd;
 //
 // Bounded in every direction. A client that asks faster than it reads or than answers come is not read from until it
 // has caught up; nothing is lost, and what it can pile up is kMaxPending requests and their answers (see
-// Server::kMaxUnread for what all of them can). One that lets
-// events pile up is cut off. One that has gone is not over before its requests are: else whoever comes and goes could
-// pile up any number of them.
+// Server::kMaxUnread for all clients together). One that lets events pile up is disconnected. One that has gone is kept
+// until its requests are done: otherwise a client that connects and leaves again and again could pile up any number of
+// them.
 //
 // Thread safety: belongs to the loop's thread. Nothing here waits.
 class Connection {
@@ -36,7 +36,7 @@ class Connection {
   // Reads what is there, up to a measure.
   void Receive();
 
-  // The next request's line; none when there is no whole one, or while the client has to catch up.
+  // The next request's line, if a whole one is there and the client has not to catch up first.
   std::optional<LineBuffer::Line> NextLine();
 
   // A request of so many bytes that is to be answered later, under the number that this gives it.

@@ -7,8 +7,8 @@
 
 namespace kor::host {
 
-// Of a client's buffer that has been emptied: else each client that stays would hold, for good, the capacity for the
-// most that has ever been in it.
+// For a client's buffer that has been emptied: otherwise every client would keep the capacity of the most that was ever
+// in it.
 void ReleaseCapacity(std::string& emptied);
 
 // Makes lines of the bytes of a stream. Holds at most one line of `max_line` bytes and what one Append() brought.
