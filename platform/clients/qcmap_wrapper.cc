@@ -147,7 +147,11 @@ kor::Result QcmapWrapper::GetNetworkConfig(uint32_t index, IPFamily ip_family, N
   config = {};
   config.ip_family = IPFamily{0};
   WwanPolicy policy;
-  if (!Table().Get(index, policy)) return kor::Result::kFailure;
+  ConnectStatus ipv4{};
+  ConnectStatus ipv6{};
+  if (!Table().Get(index, policy) || !Table().GetStatus(index, ipv4, ipv6)) return kor::Result::kFailure;
+  // The modem is not asked about a call that is down: a refresh of the DNS service asks for those of all policies.
+  if ((ip_family == IPFamily::kIpv4 ? ipv4 : ipv6) == ConnectStatus::kDisconnected) return kor::Result::kFailure;
   kor::modem::CallConfig given;
   const kor::Result result = PortOf(this).GetCallConfig(policy.handle, ip_family, given);
   if (result != kor::Result::kSuccess) return result;

@@ -13,8 +13,9 @@ namespace kor::vendor::qcom::qmi {
 
 // The client of the modem's AT service (QMI ATS): commands typed at the modem's terminals, forwarded to this processor.
 //
-// Thread safety: all operations may be called from any thread. Events are published on the client's own thread, never
-// from inside a request.
+// Thread safety: all operations may be called from any thread. Each waits for the modem's answer, for 10 seconds at the
+// longest (kTimeout): in an event callback it would hold up the events behind it. Events are published on
+// the client's own thread, never from inside a request.
 class KOR_EXPORT AtsQmiClient {
  public:
   // The process's one client, alive until the process ends. Throws std::runtime_error when the modem is not reachable.
@@ -23,7 +24,8 @@ class KOR_EXPORT AtsQmiClient {
   // Gives it back: once for each GetInstance().
   void ReleaseInstance();
 
-  // Asks the modem to forward the commands of these names from now on: all of them or, when the result is not 0, none.
+  // Asks the modem to forward the commands of these names from now on: all of them or, when the result is not 0, none;
+  // asked again for a name that it has, it takes it. A modem that was gone and is back is told the names again.
   int RegisterCommands(std::list<std::string> names);
 
   // Answers `cmd`, known by its client_ref and client_data, with success or failure. `text` goes to the terminal before

@@ -49,7 +49,8 @@ class KOR_EXPORT QcmapWrapper {
   // The same with kEvtWwanDisconnected or kEvtWwanDisconnectFailed.
   kor::Result DisconnectBackhaul(uint32_t index, kor::util::IPFamily ip_family);
 
-  // kNotReady while the call is up and its configuration is incomplete; kFailure when it is not up.
+  // kNotReady while the call is up and its configuration is incomplete; kFailure when it is not up. Waits for the
+  // modem's answer, for 10 seconds at the longest (kTimeout).
   kor::Result GetNetworkConfig(uint32_t index, kor::util::IPFamily ip_family, NetworkConfig& config);
 
   // The switches of a policy's families: a call of a family that is switched off is refused, one that is up goes down.

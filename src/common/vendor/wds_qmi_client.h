@@ -13,7 +13,8 @@ namespace kor::vendor::qcom::qmi {
 
 // The client of the modem's wireless data service (QMI WDS): the stored data profiles.
 //
-// Thread safety: all operations may be called from any thread.
+// Thread safety: all operations may be called from any thread. Each waits for the modem's answer, for 10 seconds at the
+// longest (kTimeout): in an event callback it would hold up the events behind it.
 class KOR_EXPORT WdsQmiClient {
  public:
   // The process's one client, alive until the process ends. Throws std::runtime_error when the modem is not reachable.

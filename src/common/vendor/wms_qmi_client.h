@@ -13,8 +13,10 @@ namespace kor::vendor::qcom::qmi {
 
 // The client of the modem's short message service (QMI WMS): the routes of messages that arrive.
 //
-// Thread safety: all operations may be called from any thread. Events are published on the client's own thread, never
-// from inside a request.
+// Thread safety: all operations may be called from any thread. Each waits for the modem's answer, for 10 seconds at the
+// longest (kTimeout): in an event callback it would hold up the events behind it. Events are published on
+// the client's own thread, never from inside a request. A message that the modem wants acknowledged (kTransferOnly) is,
+// when the subscribers have heard it, whoever they are.
 class KOR_EXPORT WmsQmiClient {
  public:
   // The process's one client, alive until the process ends. Throws std::runtime_error when the modem is not reachable.
