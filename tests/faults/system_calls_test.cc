@@ -9,6 +9,7 @@
 #include <string>
 
 #include "simulator/sim_modem.h"
+#include "support/dns_files.h"
 #include "support/files.h"
 #include "support/footprint.h"
 #include "support/story.h"
@@ -24,13 +25,7 @@ using kor::util::IPFamily;
 using kor::wwan::DataManager;
 using kor::wwan::DnsCtrlManager;
 
-constexpr char kResolvConf[] = "/etc/resolv.conf";
-constexpr char kRepaired[] = "#AUTOMATICALLY EDITED BY NETCTLD\nnameserver 127.0.0.1\n";
-constexpr char kServers[] = "/var/run/netctld-dnsmasq/dnsmasq_resolv.conf";
 constexpr char kList[] = "nameserver 10.255.0.53\n";  // In the file of servers while the call is up.
-constexpr char kPidFile[] = "/var/run/netctld-dnsmasq/dnsmasq.pid";
-
-void Shell(const std::string& command) { ASSERT_EQ(0, system(command.c_str())) << command; }
 
 // A forwarder that gives up holds its folder until it has ended, and nobody waits for that end.
 void Unmount(const std::string& place) {
@@ -38,7 +33,7 @@ void Unmount(const std::string& place) {
 }
 
 bool ForwarderRuns() {
-  const std::string pid = ReadFile(kPidFile);
+  const std::string pid = ReadFile(kDnsmasqPidFile);
   return !pid.empty() && ReadFile("/proc/" + pid.substr(0, pid.find('\n')) + "/comm") == "dnsmasq\n";
 }
 
@@ -67,7 +62,7 @@ class SystemCallsTest : public testing::Test {
     EXPECT_TRUE(dns.StartService());
     EXPECT_EQ(connected, static_cast<int>(data.Connect(0, IPFamily::kIpv4, true)));
     EXPECT_TRUE(kor::modem::SimModem::Get().WaitIdle(kLongEnough));
-    list_ = ReadFile(kServers);
+    list_ = ReadFile(kServerList);
     EXPECT_EQ(kor::Result::kSuccess, data.Disconnect(0, IPFamily::kIpv4, true));
     (void)dns.StopService();
   }
@@ -81,7 +76,7 @@ class SystemCallsTest : public testing::Test {
       EXPECT_TRUE(dns.StartService());
       EXPECT_EQ(kor::Result::kSuccess, data.Connect(0, IPFamily::kIpv4, true));
       EXPECT_EQ(kRepaired, ReadFile(kResolvConf));
-      EXPECT_EQ(kList, ReadFile(kServers));
+      EXPECT_EQ(kList, ReadFile(kServerList));
       EXPECT_TRUE(ForwarderRuns());
       EXPECT_EQ(kor::Result::kSuccess, data.Disconnect(0, IPFamily::kIpv4, true));
     }

@@ -13,6 +13,7 @@
 
 #include "common/vendor/qcmap_wrapper.h"
 #include "simulator/sim_modem.h"
+#include "support/dns_files.h"
 #include "support/files.h"
 #include "support/footprint.h"
 #include "support/story.h"
@@ -35,7 +36,7 @@ constexpr auto kPlenty = 10s;
 constexpr auto kTooShort = 200ms;  // For waits that are to end without an answer.
 constexpr auto kTooLate = 1s;      // For the modem's word when the wait has ended.
 
-std::string Servers() { return ReadFile("/var/run/netctld-dnsmasq/dnsmasq_resolv.conf"); }
+std::string Servers() { return ReadFile(kServerList); }
 
 // A call's name, and what is known of it.
 struct Call {
