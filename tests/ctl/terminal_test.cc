@@ -24,11 +24,15 @@ TEST(Terminal, ACallIsFollowedOnItsWay) {
   EXPECT_TRUE(Holds(outcome.out, "\r\x1b[KPolicy 0, ipv4: \x1b[32mconnected\x1b[0m, interface ")) << outcome.out;
 
   // Nobody wants colours, or JSON is read by a program.
-  EXPECT_FALSE(Holds(Command("call list --no-color", kTerminal).Wait().out, "\x1b"));
+  const auto plain = [](const char* line) {
+    const std::string out = Command(line, kTerminal).Wait().out;
+    return Holds(out, "connected") && !Holds(out, "\x1b");
+  };
+  EXPECT_TRUE(plain("call list --no-color"));
   setenv("NO_COLOR", "1", 1);
-  EXPECT_FALSE(Holds(Command("call list", kTerminal).Wait().out, "\x1b"));
+  EXPECT_TRUE(plain("call list"));
   unsetenv("NO_COLOR");
-  EXPECT_FALSE(Holds(Command("call down --json", kTerminal).Wait().out, "\x1b"));
+  EXPECT_TRUE(plain("call down --json"));
 }
 
 TEST(Terminal, AChangeOfTheLanWaitsForEnter) {

@@ -45,6 +45,12 @@ kor::Result Request(const char* operation, uint32_t index, IPFamily family) {
   return answers.request;
 }
 
+// A switch that is on.
+bool Switch(const char* operation, uint32_t index, bool& on) {
+  on = true;
+  return Record(operation, index).ok;
+}
+
 template <typename Client>
 Client* Instance() {
   static Client& client = *new Client;
@@ -95,6 +101,7 @@ namespace kor::vendor::qcom::qcmap {
 using kor::Result;
 using kor::test::Instance;
 using kor::test::Record;
+using kor::test::Switch;
 using kor::test::Vendor;
 using kor::util::IPFamily;
 using kor::wwan::Tech;
@@ -159,9 +166,9 @@ bool QcmapWrapper::GetAutoConnect(uint32_t index, bool& on) {
   return answers.ok;
 }
 
-bool QcmapWrapper::GetRoaming(uint32_t index, bool& on) { return on = true, Record("GetRoaming", index).ok; }
-bool QcmapWrapper::GetIpv4State(uint32_t index, bool& on) { return on = true, Record("GetIpv4State", index).ok; }
-bool QcmapWrapper::GetIpv6State(uint32_t index, bool& on) { return on = true, Record("GetIpv6State", index).ok; }
+bool QcmapWrapper::GetRoaming(uint32_t index, bool& on) { return Switch("GetRoaming", index, on); }
+bool QcmapWrapper::GetIpv4State(uint32_t index, bool& on) { return Switch("GetIpv4State", index, on); }
+bool QcmapWrapper::GetIpv6State(uint32_t index, bool& on) { return Switch("GetIpv6State", index, on); }
 bool QcmapWrapper::DeleteWwanPolicy(uint8_t index) { return Record("DeleteWwanPolicy", index).ok; }
 bool QcmapWrapper::SetAutoConnect(uint32_t index, bool on) { return Record("SetAutoConnect", index, on).ok; }
 bool QcmapWrapper::SetRoaming(uint32_t index, bool on) { return Record("SetRoaming", index, on).ok; }
@@ -218,8 +225,9 @@ bool QcmapWrapper::SetIpPassthrough(bool on, IpPassthroughConfig& config) {
 }
 
 bool QcmapWrapper::GetIpPassthrough(bool& on, IpPassthroughConfig& config) {
+  on = true;
   config.target = "laptop";
-  return on = true, Record("GetIpPassthrough").ok;
+  return Record("GetIpPassthrough").ok;
 }
 
 }  // namespace kor::vendor::qcom::qcmap
@@ -263,7 +271,10 @@ Result DmsQmiClient::SetPinLock(int id, bool on, std::string pin) { return Recor
 Result DmsQmiClient::ChangePinLockPwd(int id, std::string old_pin, std::string new_pin) {
   return Record("ChangePinLockPwd", id, old_pin, new_pin).request;
 }
-Result DmsQmiClient::GetModelId(std::string& id) { return id = "bench modem", Record("GetModelId").request; }
+Result DmsQmiClient::GetModelId(std::string& id) {
+  id = "bench modem";
+  return Record("GetModelId").request;
+}
 Result DmsQmiClient::GetPinStatus() { return Record("GetPinStatus").request; }
 Result UimQmiClient::TurnOnPower(int slot) { return Record("TurnOnPower", slot).request; }
 Result UimQmiClient::TurnOffPower(int slot) { return Record("TurnOffPower", slot).request; }
