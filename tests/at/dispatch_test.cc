@@ -142,8 +142,7 @@ TEST_F(AtTest, WhatClientCodeThrowsIsLoggedAndTheServiceLivesOn) {
     errors.push_back(line.substr(0, 2) + line.substr(line.find("#: ")));
   EXPECT_EQ(
       (Lines{"3 #: Registration callback of +REG threw: early\n", "3 #: Handler of +THROW threw: no such \"file\" %s\n",
-             "3 #: Handler of +ODD threw: an unknown exception\n",
-             "3 #: After-send callback of +AFTER threw: late\n"}),
+             "3 #: Handler of +ODD threw: an unknown exception\n", "3 #: After-send callback of +AFTER threw: late\n"}),
       errors);
 }
 
