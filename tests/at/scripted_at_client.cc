@@ -7,6 +7,7 @@
 
 #include "common/vendor/ats_qmi_client.h"
 #include "common/vendor/m2m_qmi_client.h"
+#include "support/subscribers.h"
 
 namespace kor::test {
 
@@ -48,6 +49,8 @@ void AtClient::Publish(uint32_t event, void* data) {
 }
 
 int AtClient::holders() { return g_holders; }
+
+long AtClient::subscribers() { return kor::util::EventCbMapPeer::Count(TheClient().event_cbs); }
 
 }  // namespace kor::test
 

@@ -32,6 +32,7 @@ class AtClient {
   static Record requests;  // "NAME NAME ...".
   static Record others;    // "SendNotification text", "SetSoftwareReady".
   static int holders();    // Calls of GetInstance() that were not given back.
+  static long subscribers();
 
   static std::function<int(const std::list<std::string>&)> on_request;       // Result of RegisterCommands; default 0.
   static std::function<void(const Command&, const std::string&)> on_answer;  // Takes answers instead of the record.

@@ -11,19 +11,9 @@
 #include "common/vendor/wds_qmi_client.h"
 #include "common/vendor/wms_qmi_client.h"
 #include "dns/dns_ctrl_service.h"
+#include "support/subscribers.h"
 #include "support/wait.h"
 #include "wwan/dns_ctrl_manager.h"
-
-namespace kor::util {
-
-struct EventCbMapPeer {
-  static long Count(EventCbMap& table) {
-    MutexLock lock(table.mutex_);
-    return static_cast<long>(table.callbacks_.size());
-  }
-};
-
-}  // namespace kor::util
 
 namespace kor::test {
 
