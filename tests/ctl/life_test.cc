@@ -152,8 +152,9 @@ TEST(Life, AFullDiskIsAnErrorAndAClosedOutputNoPlaceForTheConnection) {
 TEST(Text, IsMeasuredAndEscapedByCharacters) {
   EXPECT_EQ(8u, ctl::DisplayWidth("中国移动"));
   EXPECT_EQ(4u, ctl::DisplayWidth("cafe\u0301"));
-  EXPECT_EQ("\\xff\\xc0\\x80a\u00e9\\xed\\xa0\\x80\\xe4\\xb8", ctl::Escape("\xff\xc0\x80"
-                                                                           "a\u00e9\xed\xa0\x80\xe4\xb8"));
+  EXPECT_EQ("\\xff\\xc0\\x80a\u00e9\\xed\\xa0\\x80\\xe0\\x80\\xaf\\xe4\\xb8",
+            ctl::Escape("\xff\xc0\x80"
+                        "a\u00e9\xed\xa0\x80\xe0\x80\xaf\xe4\xb8"));
   EXPECT_EQ("a\\r\n\\tb", ctl::EscapeLines("a\r\n\tb"));
 }
 
