@@ -74,7 +74,10 @@ void AutoConnect::LookLocked() {
 void AutoConnect::Run() {
   pthread_setname_np(pthread_self(), kThreadName);
   for (;;) {
-    if (Wait()) policies_.TakeOverCalls();
+    if (Wait()) {
+      plan_.Forget();  // It may have been gone for so short that no pass saw it.
+      policies_.TakeOverCalls();
+    }
     Pass();
   }
 }

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <filesystem>
 #include <list>
 #include <string>
 
@@ -28,7 +29,10 @@ using Status = PolicyTable::ConnectStatus;
 // Takes every request and tells of none.
 class Port final : public DeafPort {
  public:
-  ModemState State() override { return state; }
+  ModemState State() override {
+    ++looked;
+    return state;
+  }
   void AddStateReport(StateReport report) override { tell_state = std::move(report); }
   kor::Result StartCall(const kor::modem::CallRequest& request) override {
     return Note("start", request.handle, request.family, request.serial);
@@ -49,6 +53,7 @@ class Port final : public DeafPort {
   }
 
   std::atomic<ModemState> state{ModemState::kReady};
+  std::atomic<int> looked{0};       // At the state.
   std::atomic<uint64_t> serial{0};  // Of the latest request.
   StateReport tell_state;
   std::list<kor::modem::RunningCall> running;
@@ -81,6 +86,7 @@ class AutoConnectTest : public testing::Test {
   Status State() { return policies.StateOf({100, IPFamily::kIpv4}); }
 
   const int backoff = setenv("KWWAN_BACKOFF_MS", "1 5", 1);
+  const bool fresh = std::filesystem::remove(Router::kStateFile);
   Port& port = *new Port;  // Both leaked on purpose: the router's thread does not end.
   Router& router = *new Router(port, Router::kStateFile);
   PolicyTable& policies = router.policies;
@@ -116,15 +122,19 @@ TEST_F(AutoConnectTest, ACallIsKeptUpUntilAPersonTakesItDownAndWhenTheModemIsBac
   Report(CallEvent::kDisconnected);
   EXPECT_EQ("start 100 4 start 100 4 ", port.Next() + port.Next());
 
-  // The modem goes: nothing is asked of it. It is back: at once.
+  // The modem goes: nothing is asked of it. It is back: at once, without a wait.
+  attempt = 0;
   port.state = ModemState::kGone;
+  const int looked = port.looked;
   Report(CallEvent::kDisconnected);
   port.tell_state(ModemState::kGone);
+  EXPECT_TRUE(Eventually([&] { return port.looked > looked; }));
   EXPECT_EQ("gone", modem);
   EXPECT_EQ(Status::kNone, State());
   port.state = ModemState::kReady;
   port.tell_state(ModemState::kReady);
   EXPECT_EQ("start 100 4 ", port.Next());
+  EXPECT_EQ(0, attempt);
 
   // The next process goes on with it.
   Port& next = *new Port;

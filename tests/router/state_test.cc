@@ -26,6 +26,8 @@ using Lan = kor::wwan::MobileapManager;
 
 class StateTest : public testing::Test {
  protected:
+  StateTest() { std::filesystem::remove_all(std::filesystem::path(path).parent_path()); }
+
   static std::unique_ptr<Router> Start() {
     return std::make_unique<Router>(kor::modem::ModemPort::Get(), Router::kStateFile);
   }
