@@ -19,7 +19,7 @@ namespace kor::host {
 
 namespace {
 
-constexpr std::chrono::seconds kRetry{5};  // Of a rollback at the start of the host.
+constexpr std::chrono::seconds kRollBackRetry{5};  // Of a rollback at the start of the host.
 constexpr auto kRefused = kor::Result::kPreconditionFailed;
 
 Json LanText(const LanConfig& lan) { return {{"gateway", lan.gw}, {"netmask", lan.nm}}; }
@@ -96,7 +96,7 @@ void LanGuard::Recover() {
   kor::util::MutexLock lock(mutex_);
   const auto before = journal_.Kept();
   if (!before) return;
-  const bool retried = OpenFor(kRetry, *before);
+  const bool retried = OpenFor(kRollBackRetry, *before);
   if (!RollBackLocked("the host was killed before it was confirmed") && !retried) open_.reset();
 }
 
