@@ -88,9 +88,8 @@ struct PinStatus {
 // Threads. Operations may be called from any thread, and are of two kinds:
 //   hand-over   the request is handed to the modem and the call returns; it waits for nothing and may be made from
 //               inside a report. What comes of it is reported, or answered, later.
-//   round trip  the call waits for the modem's answer, for kRoundTripLimit at the longest: kTimeout then. Not from
-//   inside
-//               a report, which it would hold up, and with no lock held that a report takes.
+//   round trip  the call waits for the modem's answer, for kRoundTripLimit at the longest: kTimeout then. Not to be
+//               made from inside a report, which it would hold up, nor with a lock held that a report takes.
 // Neither calls back from inside. While the state is not kReady all of them end with kNotReady at once, those that wait
 // for an answer too.
 //
