@@ -146,14 +146,12 @@ kor::Result QcmapWrapper::GetNetworkConfig(uint32_t index, IPFamily ip_family, N
   // Until there is an answer the record names no family, so that nobody takes what was in it for one.
   config = {};
   config.ip_family = IPFamily{0};
-  WwanPolicy policy;
-  ConnectStatus ipv4{};
-  ConnectStatus ipv6{};
-  if (!Table().Get(index, policy) || !Table().GetStatus(index, ipv4, ipv6)) return kor::Result::kFailure;
-  // The modem is not asked about a call that is down: a refresh of the DNS service asks for those of all policies.
-  if ((ip_family == IPFamily::kIpv4 ? ipv4 : ipv6) == ConnectStatus::kDisconnected) return kor::Result::kFailure;
+  // The modem is not asked about a call that is down: a refresh of the DNS service asks for those of all policies, and
+  // would try again and again while the modem is gone.
+  const int32_t handle = Table().HandleToAsk(index, ip_family);
+  if (handle == 0) return kor::Result::kFailure;
   kor::modem::CallConfig given;
-  const kor::Result result = PortOf(this).GetCallConfig(policy.handle, ip_family, given);
+  const kor::Result result = PortOf(this).GetCallConfig(handle, ip_family, given);
   if (result != kor::Result::kSuccess) return result;
   config = {ip_family, Checked(ip_family, given.address), Checked(ip_family, given.dns_1),
             Checked(ip_family, given.dns_2)};

@@ -106,6 +106,14 @@ bool PolicyTable::GetStatus(uint32_t index, ConnectStatus& ipv4, ConnectStatus& 
   return true;
 }
 
+int32_t PolicyTable::HandleToAsk(uint32_t index, IPFamily family) {
+  kor::util::MutexLock lock(mutex_);
+  Entry* const entry = FindLocked(index);
+  if (entry == nullptr) return 0;
+  const int32_t handle = entry->kept.policy.handle;
+  return handle == asked_ || !entry->call(family).down() ? handle : 0;
+}
+
 template <typename Edit>
 bool PolicyTable::EditKept(uint32_t index, Edit edit) {
   {
@@ -311,32 +319,52 @@ PolicyTable::ConnectStatus PolicyTable::StateOf(const ReconnectPlan::Key& key) {
 }
 
 void PolicyTable::TakeOverCalls() {
+  uint64_t before = 0;
+  {
+    kor::util::MutexLock lock(mutex_);
+    before = last_serial_;
+  }
   std::list<kor::modem::RunningCall> calls;
   const kor::Result result = port_.GetCalls(calls);
   if (result != kor::Result::kSuccess) {
     KOR_LOG(LOG_WARNING, "the modem does not say which calls it has: %d\n", static_cast<int>(result));
   }
-  for (const kor::modem::RunningCall& running : calls) TakeOver(running);
+  for (const kor::modem::RunningCall& running : calls) TakeOver(running, before);
 }
 
-void PolicyTable::TakeOver(const kor::modem::RunningCall& running) {
+// `before`: the last number before the modem was asked for its calls.
+void PolicyTable::TakeOver(const kor::modem::RunningCall& running, uint64_t before) {
   const bool is_ipv4 = running.family == IPFamily::kIpv4;
   ReconnectPlan::Key key{running.handle, running.family};
-  if (running.handle == 0) {
-    kor::util::MutexLock lock(mutex_);
-    const auto fits = [&](Entry& entry) {
-      const WwanPolicy& policy = entry.kept.policy;
-      return (is_ipv4 ? policy.profile_1 : policy.profile_2) == running.profile && Serves(entry, running.family) &&
-             entry.call(running.family).down();
-    };
-    const auto found = std::find_if(entries_.begin(), entries_.end(), fits);
-    if (found != entries_.end()) key.first = found->kept.policy.handle;
+  kor::Result result = kor::Result::kFailure;
+  {
+    const Turn turn(*this);  // So that nothing is asked between the look and the start.
+    {
+      kor::util::MutexLock lock(mutex_);
+      const auto fits = [&](Entry& entry) {
+        const WwanPolicy& policy = entry.kept.policy;
+        return (is_ipv4 ? policy.profile_1 : policy.profile_2) == running.profile && Serves(entry, running.family) &&
+               entry.call(running.family).down();
+      };
+      Entry* entry = FindHandleLocked(running.handle);
+      if (running.handle == 0) {
+        const auto found = std::find_if(entries_.begin(), entries_.end(), fits);
+        if (found != entries_.end()) entry = &*found;
+      }
+      if (entry != nullptr) {
+        key.first = entry->kept.policy.handle;
+        const CallState& call = entry->call(running.family);
+        if (!call.down() || !call.untouched_since(before)) return;
+      }
+    }
+    if (key.first != 0) result = HandOverStart(turn, key, Why::kRuns);
+    if (key.first != 0 && result != kor::Result::kSuccess) (void)HandOverStop(turn, key);
   }
-  if (key.first != 0 && Start(key, Why::kRuns) == kor::Result::kSuccess) {
+  changed_(Change::kState);
+  if (result == kor::Result::kSuccess) {
     KOR_LOG(LOG_INFO, "call %d, IPv%d, was up before and is taken over\n", key.first, is_ipv4 ? 4 : 6);
   } else if (key.first != 0) {
     KOR_LOG(LOG_NOTICE, "call %d, IPv%d, was up before and no policy has it: stopped\n", key.first, is_ipv4 ? 4 : 6);
-    (void)End(key, false);
   } else {
     KOR_LOG(LOG_WARNING, "a call of profile %d, IPv%d, was up before and no policy has it\n", running.profile,
             is_ipv4 ? 4 : 6);
@@ -350,6 +378,7 @@ void PolicyTable::Apply(int32_t handle, IPFamily family, CallEvent event, uint64
     Entry* const entry = FindHandleLocked(handle);
     if (entry == nullptr) return;
     CallState& call = entry->call(family);
+    call.told = ++last_serial_;
     const auto answer = [serial](uint64_t& answered) { answered = std::max(answered, serial); };
     if (event != CallEvent::kDisconnectFailed) {
       call.up = event == CallEvent::kConnected;

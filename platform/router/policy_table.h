@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <utility>
@@ -54,6 +55,9 @@ class PolicyTable {
   // The handle stays; calls that are up stay as they are.
   bool Set(uint32_t index, const WwanPolicy& policy) KOR_EXCLUDES(mutex_);
   bool GetStatus(uint32_t index, ConnectStatus& ipv4, ConnectStatus& ipv6) KOR_EXCLUDES(mutex_);
+  // The policy's handle while the modem may have its call of that family, a request on its way included; else 0, also
+  // when there is no such policy.
+  int32_t HandleToAsk(uint32_t index, kor::util::IPFamily family) KOR_EXCLUDES(mutex_);
   bool SetAutoConnect(uint32_t index, bool enable) KOR_EXCLUDES(mutex_);
   bool GetAutoConnect(uint32_t index, bool& enabled) KOR_EXCLUDES(mutex_);
   bool SetRoaming(uint32_t index, bool enable) KOR_EXCLUDES(mutex_);
@@ -87,7 +91,7 @@ class PolicyTable {
 
   // Asks the modem for the calls that it has up, and makes them the policies': those of their handles or, where the
   // modem has lost these, of their families and profiles. One that no policy can have is stopped, as nobody else could.
-  // A round trip.
+  // A call that was asked for or reported meanwhile is as that says: the answer is older. A round trip.
   void TakeOverCalls() KOR_EXCLUDES(mutex_);
 
   // Takes a report of the modem in; an unknown handle changes nothing.
@@ -104,10 +108,12 @@ class PolicyTable {
     uint64_t start_answered = 0;
     uint64_t stop = 0;
     uint64_t stop_answered = 0;
+    uint64_t told = 0;  // The number of the latest report.
 
     bool starts() const { return start > start_answered; }
     bool stops() const { return stop > stop_answered; }
     bool down() const { return !up && !starts() && !stops(); }
+    bool untouched_since(uint64_t serial) const { return std::max({start, stop, told}) <= serial; }
   };
 
   struct Entry {
@@ -135,7 +141,7 @@ class PolicyTable {
   kor::Result Start(const ReconnectPlan::Key& key, Why why) KOR_EXCLUDES(mutex_);
   kor::Result End(const ReconnectPlan::Key& key, bool suspends) KOR_EXCLUDES(mutex_);
   void Suspend(const ReconnectPlan::Key& key, bool refused) KOR_EXCLUDES(mutex_);
-  void TakeOver(const kor::modem::RunningCall& running) KOR_EXCLUDES(mutex_);
+  void TakeOver(const kor::modem::RunningCall& running, uint64_t before) KOR_EXCLUDES(mutex_);
 
   // With the turn taken, and before others are told.
   bool Switch(uint32_t index, kor::util::IPFamily family, bool enable) KOR_EXCLUDES(mutex_);
@@ -149,10 +155,10 @@ class PolicyTable {
   kor::util::Mutex mutex_{rank::kPolicies};
   std::vector<Entry> entries_ KOR_GUARDED_BY(mutex_);
   int32_t next_handle_ KOR_GUARDED_BY(mutex_);
-  uint64_t last_serial_ KOR_GUARDED_BY(mutex_) = 0;
-  bool taken_ KOR_GUARDED_BY(mutex_) = false;  // The turn.
-  int32_t asked_ KOR_GUARDED_BY(mutex_) = 0;   // The handle whose request is on its way; 0: none.
-  kor::util::Condition turn_cond_;             // Signalled when the turn is given back.
+  uint64_t last_serial_ KOR_GUARDED_BY(mutex_) = 0;  // Of requests, and the number of the latest report.
+  bool taken_ KOR_GUARDED_BY(mutex_) = false;        // The turn.
+  int32_t asked_ KOR_GUARDED_BY(mutex_) = 0;         // The handle whose request is on its way; 0: none.
+  kor::util::Condition turn_cond_;                   // Signalled when the turn is given back.
 };
 
 }  // namespace kor::vendor::qcom::qcmap

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <list>
 #include <string>
 
 #include "support/deaf_port.h"
@@ -19,6 +20,11 @@ class ScriptedPort final : public DeafPort {
  public:
   kor::Result StartCall(const kor::modem::CallRequest& request) override { return Take(request.serial); }
   kor::Result StopCall(int32_t, IPFamily, uint64_t serial) override { return Take(serial); }
+  kor::Result GetCalls(std::list<kor::modem::RunningCall>& calls) override {
+    calls = {{100, IPFamily::kIpv4, 1, {}}};
+    if (before_return) before_return();
+    return kor::Result::kSuccess;
+  }
 
   bool takes = true;
   std::function<void()> before_return;  // Reports that overtake their request.
@@ -127,7 +133,8 @@ TEST_F(PolicyTableTest, AReportMayOvertakeTheReturnOfItsRequest) {
   Connect();
   EXPECT_EQ("disconnected", State());
   port.before_return = [this] {
-    EXPECT_FALSE(table.Delete(0));  // Its call is on its way.
+    EXPECT_FALSE(table.Delete(0));  // Its call is on its way, and the modem may have it already.
+    EXPECT_EQ(100, table.HandleToAsk(0, IPFamily::kIpv4));
     table.Apply(100, IPFamily::kIpv4, CallEvent::kConnected, port.asked);
   };
   Connect();
@@ -140,6 +147,21 @@ TEST_F(PolicyTableTest, AReportMayOvertakeTheReturnOfItsRequest) {
   EXPECT_EQ("disconnected off", State());
 }
 
+// What the modem says is up may not be any more: a person, or the network, was faster than its answer.
+TEST_F(PolicyTableTest, ACallIsNotTakenOverAgainstWhatCameAfterTheQuestion) {
+  EXPECT_EQ("connected", After(CallEvent::kConnected, Connect()));
+  const uint64_t stop = Disconnect();
+  port.before_return = [&] { table.Apply(100, IPFamily::kIpv4, CallEvent::kDisconnected, stop); };
+  table.TakeOverCalls();
+  EXPECT_EQ(stop, port.asked);
+  EXPECT_EQ("disconnected", State());
+
+  port.before_return = nullptr;
+  table.TakeOverCalls();
+  EXPECT_LT(stop, port.asked);
+  EXPECT_EQ("connected", After(CallEvent::kConnected, port.asked));
+}
+
 TEST_F(PolicyTableTest, ThereIsAnEndToMakingThem) {
   int made = 0;
   while (made < 300 && table.Create({1, 1, kor::wwan::Tech::kAny, IPFamily::kBoth, 0})) ++made;
@@ -150,6 +172,7 @@ TEST_F(PolicyTableTest, ThereIsAnEndToMakingThem) {
 TEST_F(PolicyTableTest, ADisconnectSuspendsUnlessTheCallLivesOn) {
   ASSERT_TRUE(table.SetAutoConnect(0, true));
   EXPECT_EQ("none", State());
+  EXPECT_EQ(0, table.HandleToAsk(0, IPFamily::kIpv4));
   port.takes = false;
   EXPECT_EQ(kor::Result::kFailure, table.Disconnect(0, IPFamily::kIpv4));
   EXPECT_EQ("disconnected", State());
