@@ -41,11 +41,11 @@ kor::Result Told::Names(std::list<std::string> names) {
 }
 
 kor::Result Told::Ready() {
-  const kor::Result result = port_.SetSoftwareReady();
-  if (result != kor::Result::kSuccess) return result;
-  MutexLock lock(mutex_);
-  ready_ = true;
-  return result;
+  {
+    MutexLock lock(mutex_);
+    ready_ = true;  // First: a modem that is not there yet is told when it comes.
+  }
+  return port_.SetSoftwareReady();
 }
 
 void Told::Again() {
