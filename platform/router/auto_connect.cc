@@ -3,8 +3,8 @@
 
 #include <pthread.h>
 
-#include <cstdio>
 #include <cstdlib>
+#include <sstream>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -31,9 +31,8 @@ Backoff Backoff::FromEnvironment() {
   if (text == nullptr || *text == '\0') return {};
   int min = 0;
   int max = 0;
-  int end = 0;
-  if (sscanf(text, "%d %d%n", &min, &max, &end) == 2 && text[end] == '\0' && 1 <= min && min <= max &&
-      max <= kLongest) {
+  std::istringstream words(text);  // Unlike sscanf() it refuses what int does not hold.
+  if (words >> min >> max && words.eof() && 1 <= min && min <= max && max <= kLongest) {
     return {std::chrono::milliseconds(min), std::chrono::milliseconds(max)};
   }
   KOR_LOG(LOG_WARNING, "%s: \"%s\" is not MIN MAX in milliseconds, from 1 to %d\n", kVariable, text, kLongest);

@@ -118,6 +118,7 @@ TEST(LifeTest, AWrongCommandLineIsToldByOptionAndWhatItTakes) {
       {{"--log-level", "loud"}, "--log-level: takes debug, info, warning or err, not \"loud\""},
       {{"--scenario", "/none"}, "--scenario: takes a file that can be read, not \"/none\""},
       {{"--backoff-ms", "0", "5"}, "--backoff-ms"},
+      {{"--backoff-ms", "5", "4"}, "--backoff-ms"},
       {{"--daemon", "--stderr"}, "--stderr"},
       {{"word"}, "word: unknown option"},
   };

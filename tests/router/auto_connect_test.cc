@@ -151,6 +151,13 @@ TEST_F(AutoConnectTest, ACallIsKeptUpUntilAPersonTakesItDownAndWhenTheModemIsBac
   EXPECT_EQ("start 100 4 ", next.Next());
 }
 
+TEST(BackoffTest, AWrongTextIsNotTaken) {
+  for (const char* text : {"5", "0 5", "5 4", "1 2 3", "1 3600001", "4294967297 60000", "a b"}) {
+    setenv("KWWAN_BACKOFF_MS", text, 1);
+    EXPECT_EQ(1000, kor::vendor::qcom::qcmap::Backoff::FromEnvironment().min.count()) << text;
+  }
+}
+
 TEST_F(AutoConnectTest, CallsThatRunAreFoundAfterARestart) {
   SyslogReader log;
   ASSERT_TRUE(policies.Create({2, 3, kor::wwan::Tech::kAny, IPFamily::kBoth, 0}));

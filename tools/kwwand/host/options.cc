@@ -103,6 +103,7 @@ class CommandLine {
     if (!run_group_.empty()) options_.groups.run = GroupNamed(run_group_);
     options_.log_level = kLogLevels.at(log_level_);
     for (std::string* path : {&options_.socket, &options_.pid_file, &options_.scenario}) *path = Absolute(*path);
+    if (!backoff_.empty() && backoff_[0] > backoff_[1]) throw CLI::ValidationError(kBackoff, "takes MIN before MAX");
     if (!backoff_.empty()) options_.backoff_ms = std::to_string(backoff_[0]) + " " + std::to_string(backoff_[1]);
     return options_;
   }
