@@ -100,6 +100,7 @@ void Router::Save() {
   } catch (const std::exception& e) {
     if (!failing_) KOR_LOG(LOG_ERR, "changes are lost at the next restart: %s\n", e.what());
     failing_ = true;
+    written_.clear();  // The old or the new text may be there.
   }
 }
 

@@ -19,13 +19,15 @@ namespace {
 
 constexpr size_t kMaxSize = 4 << 20;  // All policies and VLANs that there can be take half of it.
 constexpr mode_t kMode = 0644;
+constexpr mode_t kLockMode = 0600;  // Whoever opens it can hold up all that write.
 
 [[noreturn]] void Throw(const std::string& what) { throw std::system_error(errno, std::generic_category(), what); }
 
 // An open file. Closed here without a look: what must be on the disk was flushed before.
 class Opened {
  public:
-  Opened(const std::string& path, int flags) : path_(path), fd_(open(path.c_str(), flags | O_CLOEXEC, kMode)) {
+  Opened(const std::string& path, int flags, mode_t mode = kMode)
+      : path_(path), fd_(open(path.c_str(), flags | O_CLOEXEC, mode)) {
     if (fd_ < 0) Throw("opening " + path);
   }
   ~Opened() { close(fd_); }
@@ -83,7 +85,8 @@ void StateFile::Write(const std::string& text) const {
   const auto folder_path = FolderOf(path_);
   if (std::filesystem::create_directories(folder_path)) Opened(folder_path.parent_path(), O_DIRECTORY).Flush();
   const Opened folder(folder_path, O_DIRECTORY);
-  folder.Lock();  // Another process writes the same new file.
+  const Opened lock(path_ + ".lock", O_WRONLY | O_CREAT, kLockMode);
+  lock.Lock();  // Another process writes the same new file.
   const std::string fresh = path_ + ".new";
   try {
     const Opened file(fresh, O_WRONLY | O_CREAT | O_TRUNC);
