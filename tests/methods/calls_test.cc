@@ -178,9 +178,14 @@ TEST_F(HostTest, ACallWithAutoConnectComesBack) {
   EXPECT_EQ("disconnected", StateOf(0, "ipv4"));
   EXPECT_EQ(Json::array(), Call("host.status")["reconnect"]);
 
-  // Up by a person: looked after again, also when the modem goes and comes back.
+  // Up by a person: looked after again, also when the modem goes, for which no attempt waits, and comes back.
   ASSERT_EQ(0, ErrorOf("call.up", kIpv4));
+  modem.FailNext("StartCall", 1000000);
+  ASSERT_TRUE(modem.Drop(100, IPFamily::kIpv6));
+  ASSERT_TRUE(Eventually([&] { return Call("host.status")["reconnect"].size() == 1; }));
   ASSERT_TRUE(modem.Leave());
+  ASSERT_TRUE(Eventually([&] { return Call("host.status")["reconnect"].empty(); }));
+  modem.FailNext("StartCall", 0);
   ASSERT_TRUE(Eventually([&] { return StateOf(0, "ipv4") == "waiting"; }));
   modem.Return(0ms);
   EXPECT_TRUE(Eventually(both_up));

@@ -9,6 +9,8 @@
 #include <exception>
 #include <utility>
 
+#include "common/router_events.h"
+
 namespace kor::host {
 
 namespace {
@@ -46,7 +48,10 @@ void CallWatch::Wake() { log_.Ring(); }
 std::vector<CallWatch::Waiting> CallWatch::Waits() {
   kor::util::MutexLock lock(waits_mutex_);
   std::vector<Waiting> waits;
-  for (const auto& [key, waiting] : waits_) waits.push_back(waiting);
+  const auto now = std::chrono::steady_clock::now();
+  for (const auto& [key, waiting] : waits_) {
+    if (waiting.next > now) waits.push_back(waiting);  // Else it is being tried, of which there is no event.
+  }
   return waits;
 }
 
@@ -112,10 +117,11 @@ void CallWatch::PublishEvents(const std::vector<SeenEvent>& events) {
   for (const SeenEvent& seen : events) sink_.Send(EventJson(seen, policies_));
 }
 
-// A wait is over when the call is not down any more, or is not to come up.
+// A wait is over when the call is not down any more, or is not to come up; all are when the modem goes.
 void CallWatch::NoteWaits(const std::vector<SeenEvent>& events) {
   kor::util::MutexLock lock(waits_mutex_);
   for (const SeenEvent& seen : events) {
+    if (IsDataEvent(seen) && seen.event.event == kor::util::kEvtModemState) waits_.clear();
     const auto wait = WaitOf(seen.event);
     const auto handle = HandleOf(seen.event);
     const auto family = FamilyOf(seen.event);
