@@ -14,7 +14,8 @@ namespace kor::vendor::qcom::qmi {
 
 // What the modem is told once for all: the AT names, and that the software is ready. A modem that was gone has
 // forgotten it and, when it is back, is told again in that order, on a thread of its own, since a report must not wait
-// for the modem.
+// for the modem. One that comes late hears that the software is ready; names that it did not take are the library's to
+// send again.
 //
 // Thread safety: all operations may be called from any thread, but not from inside a report. No lock is held while the
 // modem is asked.
