@@ -152,8 +152,8 @@ class KOR_EXPORT DataManager {
   // Brings the call of policy `index` up for one family (kIpv4 or kIpv6; kBoth is refused).
   // `wait`: return when the call is confirmed and the DNS forwarder's list written, or after 10 seconds.
   //   kSuccess   up (with `wait`), requested (without), or up already: nothing was sent.
-  //   kFailure   the call is connecting or disconnecting, the modem does not answer, it refused or failed the call, or
-  //              no confirmation came in time (the call may still come up).
+  //   kFailure   `index` has no policy, the call is connecting or disconnecting, the modem does not answer, the call
+  //              failed, or no confirmation came in time (the call may still come up).
   //   any other  the modem's own code for a refused request.
   [[nodiscard]] kor::Result Connect(uint32_t index, kor::util::IPFamily ip_family, bool wait);
 

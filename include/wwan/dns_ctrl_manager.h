@@ -35,10 +35,12 @@ class KOR_EXPORT DnsCtrlManager {
   DnsCtrlManager& operator=(const DnsCtrlManager&) = delete;
 
   // Starts the shared service for all managers: watches, dnsmasq, first refresh. Blocks for at most half a second more
-  // when a call's configuration is still incomplete. True when it runs, also when it ran already; false when
-  // /etc/resolv.conf or the folder /data cannot be watched, and then the log says which. Throws what the vendor's side
-  // throws when the modem cannot be reached; the service runs all the same, and its next event refreshes. Throws
-  // std::bad_alloc when memory runs out: it may then run half subscribed, so stop it and start it again.
+  // when a call's configuration is still incomplete. True when it runs, also when it ran already. False when
+  // /etc/resolv.conf or the folder /data cannot be watched: the log says which, and the service counts as started,
+  // though it does nothing, until StopService(); false too, and not started, when the kernel has no inotify instance
+  // left. Throws what the vendor's side throws when the modem cannot be reached; the service runs all the same, and its
+  // next event refreshes. Throws std::bad_alloc when memory runs out: it may then run half subscribed, so stop it and
+  // start it again.
   bool StartService();
 
   // Stops it for all managers and kills dnsmasq. Blocks until no refresh runs any more, which takes up to three seconds

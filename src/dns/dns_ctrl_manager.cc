@@ -11,8 +11,8 @@ namespace kor::wwan {
 
 namespace {
 
-// Held while managers are counted: before the service lock and every table's. Outlives exit(), when managers may still
-// be in use.
+// Held while managers are counted: before the service lock, and before the tables that a service's end takes. Outlives
+// exit(), when managers may still be in use.
 kor::util::Mutex& CountLock() {
   static kor::util::Mutex& lock = *new kor::util::Mutex(rank::kManagerCount);
   return lock;

@@ -157,7 +157,7 @@ bool DnsCtrlService::SetDnsmasqResolvConf(bool retry) {
 
 std::string DnsCtrlService::GatherServerLines(bool retry) {
   // Two of them. The service's own is kept from the first refresh on. The one of this refresh fetches the vendor
-  // clients anew: those of a maker throw when the modem is gone, before a file is touched; the other one would not
+  // clients anew: those of a maker throw when the modem is gone, before the list is written; the other one would not
   // notice.
   DataManager data_manager;
   if (data_manager_ == nullptr) data_manager_ = std::make_unique<DataManager>();

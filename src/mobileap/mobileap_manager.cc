@@ -107,8 +107,7 @@ bool MobileapManager::SetDhcpServerConfig(bool enable, std::string start, std::s
   return SetLanConfig(config, true);
 }
 
-// -- VLANs, their PDNs, and IP passthrough
-// -----------------------------------------------------------------------------
+// -- VLANs, their PDNs, and IP passthrough ----------------------------------------------------------------------------
 
 bool MobileapManager::SetVlanConfig(bool enable, VlanConfig& config) {
   if (!enable) return qcmap_->DeleteVlanConfig(config);
