@@ -77,6 +77,7 @@ class ThreadWithoutMemoryTest : public AtTest {
     at_->StartService();
     EXPECT_EQ(2u, results_.Take(2).size());
     EXPECT_EQ(Lines{"+IN +OUT"}, AtClient::requests.Take(1));
+    EXPECT_EQ("+IN ", Ask("+IN"));  // The pass that the second claim asked for is over: it finds no later name.
   }
   ~ThreadWithoutMemoryTest() override { at_.reset(); }
 
