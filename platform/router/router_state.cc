@@ -64,13 +64,13 @@ PolicyState ReadPolicy(const Json& json, int32_t next_handle) {
 }
 
 Manager::LanConfig ReadLanConfig(const Json& json) {
-  const Manager::LanConfig config{true,
-                                  json.at("gateway").get<std::string>(),
-                                  json.at("netmask").get<std::string>(),
-                                  json.at("dhcp").get<bool>(),
-                                  json.at("start").get<std::string>(),
-                                  json.at("end").get<std::string>(),
-                                  Number<int32_t>(json, "lease")};
+  Manager::LanConfig config{true,
+                            json.at("gateway").get<std::string>(),
+                            json.at("netmask").get<std::string>(),
+                            json.at("dhcp").get<bool>(),
+                            json.at("start").get<std::string>(),
+                            json.at("end").get<std::string>(),
+                            Number<int32_t>(json, "lease")};
   if (!IsLanConfig(config)) Refuse("no LAN is " + json.dump());
   return config;
 }

@@ -101,7 +101,7 @@ void StateFile::Write(const std::string& text) const {
 }
 
 std::string StateFile::KeepAside() const {
-  const std::string aside = path_ + ".bad";
+  std::string aside = path_ + ".bad";
   if (rename(path_.c_str(), aside.c_str()) != 0) Throw("renaming " + path_);
   return aside;
 }
