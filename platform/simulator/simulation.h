@@ -52,7 +52,7 @@ class Simulation final : public ModemPort {
     return Ready([&] { list = calls.List(); });
   }
   kor::Result GetCallConfig(int32_t handle, kor::util::IPFamily family, CallConfig& config) override {
-    return presence.IsReady() ? calls.GetConfig(handle, family, config) : kor::Result::kFailure;
+    return Ready([&] { return calls.GetConfig(handle, family, config); });
   }
   bool IsRoaming() override { return radio.IsRoaming(); }
   kor::Result GetProfile(kor::wwan::DataManager::ProfileType type, int index,
