@@ -14,8 +14,7 @@ bool IsPid(const std::string& text) {
 
 // An operator's list, which is quicker to read than the calls.
 bool FixServers() {
-  const std::string text = "nameserver 9.9.9.9\n";
-  kor::fuzz::Write(kor::wwan::kPermanentDnsPath, reinterpret_cast<const uint8_t*>(text.data()), text.size());
+  kor::test::WriteFile(kor::wwan::kPermanentDnsPath, "nameserver 9.9.9.9\n");
   return true;
 }
 
@@ -25,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   using kor::fuzz::Require;
   static auto& service = *new kor::fuzz::DnsCtrlService;
   [[maybe_unused]] static const bool fixed = FixServers();
-  kor::fuzz::Write(kor::wwan::kDnsmasqPidPath, bytes, size);
+  kor::test::WriteFile(kor::wwan::kDnsmasqPidPath, kor::fuzz::TextOf(bytes, size));
   kor::fuzz::g_commands.clear();
 
   service.ChangeDnsSetting(kor::fuzz::DnsCtrlService::kAll);

@@ -38,13 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
   Check(
       *words, [](auto& a) { return a.Count("N"); }, up_to(1'000'000));
   Check(
-      *words, [](auto& a) { return a.OptionalCount("N"); }, up_to(1'000'000));
-  Check(
-      *words, [](auto& a) { return a.Number("N", "", 0, 100); }, up_to(100));
-  Check(
       *words, [](auto& a) { return a.template Choice<int>("N", "on off"); }, up_to(1));
-  Check(
-      *words, [](auto& a) { return a.Delay("N").count(); }, up_to(3'600'000));
   Check(
       *words, [](auto& a) { return a.Handle("N"); }, up_to(INT32_MAX));
   Check(
