@@ -44,9 +44,6 @@ struct Answers {
 
 class Vendor {
  public:
-  // Forgets what was scripted and asked.
-  static void Reset();
-
   // Changes the answers; safe while other threads ask.
   static void Set(const std::function<void(Answers&)>& change);
 
