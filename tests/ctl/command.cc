@@ -13,14 +13,11 @@
 
 #include <utility>
 
-#include "support/files.h"
-
 namespace kor::test {
 namespace {
 
 constexpr char kFolder[] = "/run/kwwand";
 constexpr char kSocket[] = "/run/kwwand/kwwand.sock";
-constexpr char kPidFile[] = "/run/kwwand.pid";
 
 [[noreturn]] void Become(const char* program, const Words& words) {
   std::vector<char*> argv{const_cast<char*>(program)};
@@ -132,16 +129,6 @@ Outcome Ctl(const std::string& line, const std::string& input) {
   command.Type(input);
   command.EndInput();
   return command.Wait();
-}
-
-Host::Host() {
-  (void)Command(std::string("--daemon --pid-file ") + kPidFile, Command::Over::kPipes, KWWAND).Wait();
-  const std::string pid = ReadFile(kPidFile);
-  pid_ = pid.empty() ? 0 : std::stoi(pid);
-}
-
-void Host::Kill() {
-  if (pid_ > 0) kill(std::exchange(pid_, 0), SIGKILL);
 }
 
 FakeHost::FakeHost(const std::string& lines) : fd_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {

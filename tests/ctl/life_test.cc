@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "ctl/command.h"
+#include "host/host_process.h"
 #include "kwwanctl/table.h"
 #include "support/files.h"
 
@@ -12,7 +13,7 @@ namespace kor::test {
 namespace {
 
 TEST(Life, TheMonitorEndsWithItsReaderAndOnSignals) {
-  const Host host;
+  const HostProcess host;
   Command to_reader("monitor");
   Command to_signal("monitor --json");
   Command by_ctrl_c("status --watch");
@@ -37,14 +38,14 @@ TEST(Life, TheMonitorEndsWithItsReaderAndOnSignals) {
 }
 
 TEST(Life, AHostThatIsKilledInACallAndUnderAMonitor) {
-  Host host;
-  ASSERT_TRUE(host.Modem("connect-delay 9000"));
+  HostProcess host;
+  ASSERT_TRUE(ModemTakes("connect-delay 9000"));
   Command monitor("monitor");
   Command call("call up");
   ASSERT_TRUE(Eventually([] { return Ctl("call show").out.find("IPv4 call     connecting") != std::string::npos; }));
   ASSERT_TRUE(
-      Eventually([&] { return host.Modem("signal 40 0") && host.Modem("signal 90 0") && monitor.HasSaid("Z  "); }));
-  host.Kill();
+      Eventually([&] { return ModemTakes("signal 40 0") && ModemTakes("signal 90 0") && monitor.HasSaid("Z  "); }));
+  host.Signal(SIGKILL);
   for (Command* command : {&call, &monitor}) {
     const Outcome outcome = command->Wait();
     EXPECT_EQ(4, outcome.status);
@@ -121,7 +122,7 @@ TEST(Life, TheCompletionRunsNothingOfAnAnswer) {
 }
 
 TEST(Life, SecretsAreNeverArguments) {
-  const Host host;
+  const HostProcess host;
   // It waits for the PIN; others look at it meanwhile, and afterwards.
   Command lock("pin lock");
   const std::string cmdline = "/proc/" + std::to_string(lock.pid()) + "/cmdline";
@@ -138,7 +139,7 @@ TEST(Life, SecretsAreNeverArguments) {
 }
 
 TEST(Life, AFullDiskIsAnErrorAndAClosedOutputNoPlaceForTheConnection) {
-  const Host host;
+  const HostProcess host;
   const auto version = [](const std::string& redirected) {
     return Command("-c '" + std::string(KWWANCTL) + " version " + redirected + "'", Command::Over::kPipes, "/bin/sh")
         .Wait();

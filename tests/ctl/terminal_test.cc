@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "ctl/command.h"
+#include "host/host_process.h"
 #include "support/secrets.h"
 
 namespace kor::test {
@@ -13,8 +14,8 @@ constexpr auto kTerminal = Command::Over::kTerminal;
 bool Holds(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
 TEST(Terminal, ACallIsFollowedOnItsWay) {
-  Host host;
-  ASSERT_TRUE(host.Modem("connect-delay 800"));
+  const HostProcess host;
+  ASSERT_TRUE(ModemTakes("connect-delay 800"));
   Command call("call up", kTerminal);
   EXPECT_TRUE(Holds(call.ReadTo(" of 10 s  "), "\r\x1b[K[....................]  0."));
   const Outcome outcome = call.Wait();
@@ -36,7 +37,7 @@ TEST(Terminal, ACallIsFollowedOnItsWay) {
 }
 
 TEST(Terminal, AChangeOfTheLanWaitsForEnter) {
-  const Host host;
+  const HostProcess host;
   Command kept("lan gateway 192.168.9.1 --move-pool --confirm 60", kTerminal);
   kept.ReadTo("Press Enter within 60 seconds");
   kept.Type("\n");
@@ -52,7 +53,7 @@ TEST(Terminal, AChangeOfTheLanWaitsForEnter) {
 }
 
 TEST(Terminal, PinsAreTypedUnseen) {
-  const Host host;
+  const HostProcess host;
   Command lock("pin lock", kTerminal);
   lock.ReadTo("PIN: ");
   lock.Type("1234\n");

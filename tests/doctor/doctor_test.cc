@@ -155,30 +155,6 @@ TEST_F(DoctorTest, ServersThatAreNotTheCalls) {
   WriteFile(kPermanentFile, kList);
   ASSERT_TRUE(Eventually([] { return Examine().empty(); })) << report_;
   EXPECT_TRUE(Says("is used instead of the calls' servers")) << report_;
-}
-
-TEST_F(DoctorTest, ChangesThatTheHostDidNotNotice) {
-  // More changes in the watched folder than the kernel keeps: those of our files, the last ones, are lost.
-  const pid_t host = atoi(ReadFile("/run/kwwand.pid").c_str());
-  ASSERT_EQ(0, kill(host, SIGSTOP));
-  const int kept = std::stoi(ReadFile("/proc/sys/fs/inotify/max_queued_events"));
-  for (int i = 0; i < kept; ++i) {
-    WriteFile("/data/other", "");
-    unlink("/data/other");
-  }
-  WriteFile(kResolvConf, "nameserver 10.255.0.53\n");
-  WriteFile(kPermanentFile, std::string("# mine\n") + kList);
-  ASSERT_EQ(0, kill(host, SIGCONT));
-  EXPECT_EQ((Names{"resolv-conf", "server-list"}), Examine()) << report_;
-
-  // The next change of a file is noticed, the lost one never: a restart mends it.
-  EXPECT_TRUE(Eventually([] {
-    WriteFile(kPermanentFile, std::string("# mine\n") + kList);
-    return Examine() == Names{"resolv-conf"};
-  })) << report_;
-  Ctl("dns stop");
-  Ctl("dns start");
-  ASSERT_TRUE(Eventually([] { return Examine().empty(); })) << report_;
 
   // A link to a file of another name, whose own changes are not looked at.
   WriteFile("/data/other", kList);

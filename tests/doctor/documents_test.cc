@@ -165,7 +165,6 @@ TEST(DocumentsTest, TheCompletionAsksTheHost) {
   StartHost();
   EXPECT_EQ(Lines("0\n"), Offered("call up \"\""));
   EXPECT_EQ(Lines("1\n2\n3\n"), Offered("call up --cid \"\""));
-  EXPECT_EQ(Lines("on\noff\n"), Offered("policy autoconnect 0 \"\""));
   Ctl("vlan add 100");
   EXPECT_EQ(Lines("100\n"), Offered("vlan remove \"\""));
 }

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <list>
-#include <set>
 #include <thread>
 
 #include "host/client.h"
@@ -44,21 +43,14 @@ TEST_F(BurdenTest, ABurstOfTenThousandRequestsIsAnsweredWhileOthersAreServed) {
   constexpr int kRequests = 10'000;
   Client client;
   std::thread sender([&] {
-    for (int id = 0; id < kRequests; ++id) {
-      if (!client.SendRequest(id, id % 2 == 0 ? "host.version" : "call.list")) return;
+    for (int id = 0; id < kRequests && client.SendRequest(id, "host.version"); ++id) {
     }
   });
-  std::set<int> answered;
-  for (int i = 0; i < kRequests; ++i) {
-    const Json answer = client.Read();
-    if (!answer.contains("result")) break;
-    answered.insert(answer["id"].get<int>());
-    if (i % 1000 == 0) {
-      EXPECT_EQ(host.pid(), Client().Ask("host.version")["pid"]);
-    }
-  }
+  EXPECT_EQ(host.pid(), Client().Ask("host.version")["pid"]);
+  int answered = 0;
+  while (answered < kRequests && client.ReadAnswer(nullptr)["id"] == answered) ++answered;
   sender.join();
-  EXPECT_EQ(static_cast<size_t>(kRequests), answered.size());
+  EXPECT_EQ(kRequests, answered);
 }
 
 TEST_F(BurdenTest, ASlowReaderOfEventsIsCutOffAndCostsTheOthersNothing) {

@@ -87,13 +87,6 @@ TEST_F(AtClaimsTest, AClaimIsTakenBackAndTheNameStaysWithTheModem) {
   EXPECT_EQ("two\nOK", modem.Type("AT!KWX"));
   EXPECT_EQ(1, EntryOf("!KWX")["served"]);
   for (const std::string& line : modem.TakeRecord()) EXPECT_NE(0u, line.find("RegisterAtNames")) << line;
-
-  // What the modem answers itself, and what is secret, is nobody's to claim.
-  for (const char* name :
-       {"+CGMI", "+CGMM", "+CGMR", "+CGSN", "+CMEE",   "+COPS", "+CREG", "+CSQ",  "+GMI",  "+GMM",
-        "+GMR",  "+GSN",  "+CACM", "+CAMM", "+CGAUTH", "+CLCK", "+CPIN", "+CPUC", "+CPWD", "+CSIM"}) {
-    EXPECT_EQ(kor::host::kInvalidParams, ErrorOf("at.claim", Json{{"name", name}, {"answer", "x"}}.dump())) << name;
-  }
 }
 
 TEST_F(AtClaimsTest, ACommandThatHangsIsKilledWithAllItsChildren) {
