@@ -4,40 +4,15 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <list>
 #include <string>
 
-#include "support/deaf_port.h"
+#include "router/scripted_port.h"
 
 namespace kor::test {
 
 using kor::modem::CallEvent;
 using kor::util::IPFamily;
 using kor::vendor::qcom::qcmap::PolicyTable;
-
-class ScriptedPort final : public DeafPort {
- public:
-  kor::Result StartCall(const kor::modem::CallRequest& request) override { return Take(request.serial); }
-  kor::Result StopCall(int32_t, IPFamily, uint64_t serial) override { return Take(serial); }
-  kor::Result GetCalls(std::list<kor::modem::RunningCall>& calls) override {
-    calls = {{100, IPFamily::kIpv4, 1, {}}};
-    if (before_return) before_return();
-    return kor::Result::kSuccess;
-  }
-
-  bool takes = true;
-  std::function<void()> before_return;  // Reports that overtake their request.
-  uint64_t asked = 0;                   // The serial of the latest request.
-
- private:
-  kor::Result Take(uint64_t serial) {
-    EXPECT_GT(serial, asked);
-    asked = serial;
-    if (before_return) before_return();
-    return takes ? kor::Result::kSuccess : kor::Result::kFailure;
-  }
-};
 
 class PolicyTableTest : public testing::Test {
  protected:
@@ -126,6 +101,7 @@ TEST_F(PolicyTableTest, AFamilyIsNotOffWhileItsCallIsUp) {
   EXPECT_TRUE(table.SetEnabled(0, IPFamily::kIpv4, false));
   EXPECT_EQ("disconnecting off", After(CallEvent::kDisconnectFailed, stop));
   EXPECT_EQ("disconnected off", After(CallEvent::kDisconnected, port.asked));
+  EXPECT_EQ(kor::Result::kFailure, table.Connect(0, IPFamily::kIpv4));
 }
 
 TEST_F(PolicyTableTest, AReportMayOvertakeTheReturnOfItsRequest) {
@@ -149,6 +125,7 @@ TEST_F(PolicyTableTest, AReportMayOvertakeTheReturnOfItsRequest) {
 
 // What the modem says is up may not be any more: a person, or the network, was faster than its answer.
 TEST_F(PolicyTableTest, ACallIsNotTakenOverAgainstWhatCameAfterTheQuestion) {
+  port.running = {{100, IPFamily::kIpv4, 1, {}}};
   EXPECT_EQ("connected", After(CallEvent::kConnected, Connect()));
   const uint64_t stop = Disconnect();
   port.before_return = [&] { table.Apply(100, IPFamily::kIpv4, CallEvent::kDisconnected, stop); };
