@@ -26,8 +26,10 @@ TEST_F(CallsTest, ACallComesUpAndGoesDown) {
 
   // Events come from the modem's thread, which shows them the state that belongs to them.
   const auto caller = std::this_thread::get_id();
-  listener.Observe(
-      [this, caller] { return (std::this_thread::get_id() == caller ? "inside, " : "outside, ") + States(0); });
+  listener.Observe([this, caller] {
+    EXPECT_FALSE(modem.WaitIdle(kLongEnough));  // It would wait for itself.
+    return (std::this_thread::get_id() == caller ? "inside, " : "outside, ") + States(0);
+  });
   EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv4));
   EXPECT_EQ("connecting disconnected", States(0));
   EXPECT_EQ("connected 100 4, outside, connected disconnected", listener.Next());
@@ -53,9 +55,7 @@ TEST_F(CallsTest, WhatIsAskedTwiceIsReportedTwice) {
   EXPECT_EQ("connected 100 4", listener.Next());
   for (int i = 0; i < 2; ++i) EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv6));
   for (int i = 0; i < 2; ++i) EXPECT_EQ("connected 100 6", listener.Next());
-  for (int i = 0; i < 2; ++i) {
-    EXPECT_EQ("disconnected 100 6", Disconnect(0, kIpv6));
-  }
+  for (int i = 0; i < 2; ++i) EXPECT_EQ("disconnected 100 6", Disconnect(0, kIpv6));
 
   // Going down it takes no connect and, asked twice, goes down once, also when the network drops it meanwhile.
   modem.SetDisconnectDelay(Milliseconds(100));
@@ -136,25 +136,6 @@ TEST_F(CallsTest, TheModemsThreadTakesNoSignalAndAHostMayIgnoreItsChildren) {
   signal(SIGCHLD, SIG_DFL);
 }
 
-TEST_F(CallsTest, AnEventMayAskTheModem) {
-  // A host that reconnects from the event itself, until the third time; there it is the modem's thread that would wait.
-  std::atomic<int> drops{0};
-  char key = 0;
-  qcmap->event_cbs.Add(&key, [&](kor::util::EventDic& ev) {
-    if (ev.event == kor::util::kEvtWwanConnected) {
-      EXPECT_TRUE(modem.Drop(100, kIpv4));
-    }
-    if (ev.event != kor::util::kEvtWwanDisconnected || ++drops == 3) return;
-    EXPECT_FALSE(modem.WaitIdle(kLongEnough));
-    EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv4));
-  });
-  EXPECT_EQ(kSuccess, qcmap->ConnectBackhaul(0, kIpv4));
-  EXPECT_TRUE(modem.WaitIdle(kLongEnough));
-  qcmap->event_cbs.Remove(&key);
-  EXPECT_EQ(3, drops);
-  EXPECT_EQ("disconnected disconnected", States(0));
-}
-
 // The modem's calls alone, with a service that comes and goes as the test has it.
 class CallsAloneTest : public testing::Test {
  protected:
@@ -232,18 +213,6 @@ TEST_F(CallsAloneTest, NoCallIsUpWithoutService) {
   calls.DropAll({0, "no service"});
   gate.set_value();
   EXPECT_EQ("+3 -3 ", Heard());
-
-  // A call whose connect is never answered fails; one whose disconnect is not, ends.
-  faults.Set(kor::modem::Faults::kIgnoredRequest, 1);
-  Start(4);
-  calls.DropAll({0, "no service"});
-  EXPECT_EQ("f4 ", Heard());
-  Start(5);
-  EXPECT_EQ("+5 ", Heard());
-  faults.Set(kor::modem::Faults::kIgnoredRequest, 1);
-  Stop(6);
-  calls.DropAll({0, "no service"});
-  EXPECT_EQ("-6 ", Heard());
 }
 
 }  // namespace kor::test

@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// The policy table, the host's wishes, and the stored profiles.
-#include <list>
+// The policy table and the host's wishes.
 #include <string>
 #include <vector>
 
 #include "common/vendor/wds_qmi_client.h"
 #include "simulator/bench.h"
-#include "support/secrets.h"
 
 namespace kor::test {
 
@@ -80,6 +78,11 @@ TEST_F(PoliciesTest, AnUnknownIndexChangesNothing) {
   EXPECT_TRUE(enabled);
   EXPECT_FALSE(qcmap->SetWwanPolicy(1, Tech::kAny, kBoth, 1, 1) || qcmap->DeleteWwanPolicy(1));
   EXPECT_FALSE(qcmap->SetAutoConnect(1, true) || qcmap->SetRoaming(1, true));
+  EXPECT_FALSE(qcmap->DisableIpv6(1) || qcmap->GetIpv6State(1, enabled));
+  DataManager::ProfileSetting setting;
+  setting.apn = "kept";
+  EXPECT_EQ(kFailure, WdsQmiClient::GetInstance()->GetProfileSetting(DataManager::ProfileType::k3gpp, 4, setting));
+  EXPECT_EQ("kept", setting.apn);
   EXPECT_EQ("unknown failure", States(1) + " " + Config(1, kIpv4));
   EXPECT_EQ(kFailure, qcmap->ConnectBackhaul(1, kIpv4));
   EXPECT_EQ(kFailure, qcmap->DisconnectBackhaul(1, kIpv4));
@@ -117,27 +120,6 @@ TEST_F(PoliciesTest, WishesAreKeptAndTheRoamingGateHolds) {
   EXPECT_TRUE(qcmap->SetRoaming(0, true));
   BringUp(0, kIpv6);
   EXPECT_TRUE(qcmap->SetAutoConnect(0, true) && qcmap->GetAutoConnect(0, auto_connect) && auto_connect);
-}
-
-TEST_F(PoliciesTest, ProfilesAreStored) {
-  WdsQmiClient* const wds = WdsQmiClient::GetInstance();
-  std::list<DataManager::ProfileInfo> profiles;
-  EXPECT_EQ(kSuccess, wds->GetProfileList(profiles));
-  std::string list;
-  for (const auto& profile : profiles) list += std::to_string(profile.index) + " " + profile.name + "\n";
-  EXPECT_EQ("1 internet\n2 ims\n3 private\n", list);
-
-  DataManager::ProfileSetting setting;
-  EXPECT_EQ(kSuccess, wds->GetProfileSetting(DataManager::ProfileType::k3gpp, 3, setting));
-  EXPECT_EQ("m2m.example router " + std::string(kPassword),
-            setting.apn + " " + setting.user_name + " " + setting.password);
-
-  // What is not there leaves the record alone.
-  EXPECT_EQ(kFailure, wds->GetProfileSetting(DataManager::ProfileType::k3gpp, 4, setting));
-  EXPECT_EQ(kFailure, wds->GetProfileSetting(DataManager::ProfileType::k3gpp2, 1, setting));
-  modem.FailNext("GetProfile", 1, kor::Result{44});
-  EXPECT_EQ(kor::Result{44}, wds->GetProfileSetting(DataManager::ProfileType::k3gpp, 1, setting));
-  EXPECT_EQ(3, setting.index);
 }
 
 }  // namespace kor::test

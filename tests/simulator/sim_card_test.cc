@@ -32,8 +32,6 @@ TEST_F(SimCardTest, ThreeWrongPinsWantThePukAndTenWrongPuksLoseTheCard) {
   EXPECT_EQ(kor::Result::kPreconditionFailed, dms->ChangePinLockPwd(1, kOtherPin, kPin));
   EXPECT_EQ(kSuccess, dms->SetPinLock(1, true, kOtherPin));
   EXPECT_EQ(kSuccess, dms->ChangePinLockPwd(1, kOtherPin, kPin));
-  modem.FailNext("GetPinStatus", 1, kor::Result{7});
-  EXPECT_EQ(kor::Result{7}, dms->GetPinStatus());
   EXPECT_EQ(Device::kPinVerified, dms->GetPinStatus());
 
   // A right PIN gives all tries back; what is no PIN costs none.
