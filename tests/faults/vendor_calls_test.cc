@@ -2,7 +2,6 @@
 // Every operation of the modem port that a public operation makes fails, one at a time.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <functional>
 #include <map>
 #include <string>
@@ -10,7 +9,6 @@
 
 #include "dns/dns_ctrl_service.h"
 #include "simulator/sim_modem.h"
-#include "support/files.h"
 #include "support/footprint.h"
 #include "support/secrets.h"
 #include "support/wait.h"
@@ -193,26 +191,6 @@ TEST_F(VendorCallsTest, OfTheRest) {
       {"SetPinLock off", 0, 77, [&] { return Number(device.SetPinLock(1, false, pin)); }},
   };
   for (const Plan& plan : plans) Walk(plan);
-}
-
-TEST_F(VendorCallsTest, OfTheForwardersStart) {
-  // What cannot be asked counts as nothing: the service runs, and its list is written all the same, without it.
-  const auto start = [this] {
-    int updates = 0;
-    dns_.SetEventCb([&](EventDic&) { ++updates; });
-    const bool started = dns_.StartService();
-    dns_.UnsetEventCb();
-    const std::string list = ReadFile("/var/run/netctld-dnsmasq/dnsmasq_resolv.conf");
-    EXPECT_TRUE(dns_.StopService());
-    EXPECT_EQ(1, updates);
-    const auto servers = std::count(list.begin(), list.end(), '\n');
-    return started ? static_cast<int>(servers == 2) : -1;
-  };
-  const auto both_up = [this] {
-    Up();
-    EXPECT_EQ(kor::Result::kSuccess, data_.Connect(0, kIpv6, true));
-  };
-  Walk({"StartService", 1, 0, start, both_up});
 }
 
 }  // namespace
