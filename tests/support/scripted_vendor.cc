@@ -61,6 +61,12 @@ Client* Instance() {
 
 }  // namespace
 
+void Vendor::Reset() {
+  kor::util::MutexLock lock(g_mutex);
+  g_answers = Answers();
+  g_calls.clear();
+}
+
 void Vendor::Set(const std::function<void(Answers&)>& change) {
   kor::util::MutexLock lock(g_mutex);
   change(g_answers);

@@ -44,6 +44,9 @@ struct Answers {
 
 class Vendor {
  public:
+  // Forgets what was scripted and asked.
+  static void Reset();
+
   // Changes the answers; safe while other threads ask.
   static void Set(const std::function<void(Answers&)>& change);
 
