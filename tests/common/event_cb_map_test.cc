@@ -3,14 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <chrono>
-#include <future>
 #include <stdexcept>
 #include <string>
-#include <thread>
-
-#include "kutil/probes.h"
 
 namespace kor::util {
 namespace {
@@ -71,26 +65,6 @@ TEST_F(EventCbMapTest, ACallbackThatThrowsKeepsTheEventFromNobody) {
   // Nor is the table locked after it.
   table_.Remove(Key(1));
   EXPECT_EQ("bd", Notify());
-}
-
-TEST_F(EventCbMapTest, RemoveWaitsForACallbackThatIsRunning) {
-  test::Happening inside, leave;
-  std::atomic<bool> left{false};
-  table_.Add(Key(1), [&](EventDic&) {
-    inside.Happen();
-    EXPECT_TRUE(leave.Awaited());
-    left = true;
-  });
-  std::thread publisher([this] { Notify(); });
-  EXPECT_TRUE(inside.Awaited());
-  auto removed = std::async(std::launch::async, [&] {
-    table_.Remove(Key(1));
-    EXPECT_TRUE(left);
-  });
-  EXPECT_EQ(std::future_status::timeout, removed.wait_for(std::chrono::milliseconds(30)));
-  leave.Happen();
-  publisher.join();
-  removed.get();
 }
 
 }  // namespace
