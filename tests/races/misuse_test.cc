@@ -49,16 +49,13 @@ TEST_F(FacadeMisuseDeathTest, InADataCallback) {
   }
   const auto connect = [&] { (void)data->Connect(0, IPFamily::kIpv4, false); };
   EXPECT_DEATH(InDataCallback(connect), "kManagerCount is taken while kDataTables is held");
-  EXPECT_DEATH(InDataCallback([&] { data->UnsetEventCb(); }), "removes a callback of its own table");
   EXPECT_DEATH(InDataCallback([&] { data.reset(); }), "removes a callback of its own table");
-  EXPECT_DEATH(InDataCallback([&] { dns.StartService(); }), "kService is taken while kDataTables is held");
   EXPECT_DEATH(InDataCallback([&] { dns.StopService(); }), "kService is taken while kDataTables is held");
 }
 
 TEST_F(FacadeMisuseDeathTest, InADnsCallback) {
   EXPECT_DEATH(InDnsCallback([&] { dns.StopService(); }), "a DNS callback starts or stops the service");
   EXPECT_DEATH(InDnsCallback([&] { dns.StartService(); }), "a DNS callback starts or stops the service");
-  EXPECT_DEATH(InDnsCallback([&] { dns.UnsetEventCb(); }), "removes a callback of its own table");
   EXPECT_DEATH(InDnsCallback([&] { kor::wwan::DnsCtrlManager other; }),
                "kManagerCount is taken while kService is held");
 }
