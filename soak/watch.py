@@ -10,7 +10,7 @@ import time
 
 from actors import SECRETS
 
-FIELDS = ("s", "rss_kb", "anon_kb", "pss_kb", "descriptors", "threads", "processes", "zombies", "forwarders")
+FIELDS = ("s", "rss_kb", "anon_kb", "descriptors", "threads", "processes", "zombies", "forwarders")
 LOG = "/dev/log"
 
 
@@ -75,7 +75,7 @@ class Watch:
             thread.join()
 
     def sample(self):
-        status, memory = read(f"/proc/{self.pid}/status"), read(f"/proc/{self.pid}/smaps_rollup")
+        status = read(f"/proc/{self.pid}/status")
         processes = [pid for pid in os.listdir("/proc") if pid.isdigit()]
         lines = [read(f"/proc/{pid}/cmdline") for pid in processes]
         for line in lines:
@@ -85,7 +85,7 @@ class Watch:
         forwarders = sum("netctld-dnsmasq" in line and line.startswith("dnsmasq") for line in lines)
         return dict(zip(FIELDS, (
             round(time.monotonic() - self._began, 2), figure(status, "VmRSS"), figure(status, "RssAnon"),
-            figure(memory, "Pss"), len(os.listdir(f"/proc/{self.pid}/fd")), figure(status, "Threads"),
+            len(os.listdir(f"/proc/{self.pid}/fd")), figure(status, "Threads"),
             len(processes), zombies, forwarders)))
 
 

@@ -16,7 +16,7 @@ constexpr char kSocket[] = "/run/kwwand/kwwand.sock";
 // A client of the host. Every wait is bounded; what does not come is a null answer.
 class Client {
  public:
-  // Connected to kSocket, or IsOver().
+  // Connected to kSocket; otherwise nothing can be sent.
   Client();
 
   bool Send(std::string_view text);
@@ -34,7 +34,6 @@ class Client {
   // A line of the simulated modem's language. True when it was taken.
   bool Modem(const std::string& line) { return CodeOf("modem.run", {{"line", line}}) == 0; }
 
-  void HangUp() { fd_.Close(); }
   void EndInput();  // It sends no more, and still reads.
   // Whether the host has closed: reads to the end.
   bool ReadToEnd();

@@ -49,11 +49,6 @@ TEST_F(HostTest, ACallUpAndDownIsExplained) {
 
   // All that was seen by the monitor too.
   EXPECT_TRUE(Eventually([&] { return Heard("call disconnected").size() == 1 && Heard("state").size() >= 3; }));
-  const Json event = Heard("call connected").at(1);
-  EXPECT_EQ("0x200", event["event"]);
-  EXPECT_EQ(100, event["handle"]);
-  EXPECT_EQ(0, event["index"]);
-  EXPECT_EQ("ipv4", event["family"]);
   EXPECT_FALSE(Heard("dns updated").empty());
 }
 
@@ -84,9 +79,7 @@ TEST_F(HostTest, ARefusedOrFailedCallSaysWhichHalfItWas) {
 
   // By a profile that no policy carries: the idle policy is given it.
   modem.SetConnectDelay(10ms);
-  const Json by_cid = Call("call.up", R"({"cid":3,"family":"ipv4"})");
-  EXPECT_EQ(0, by_cid["index"]) << by_cid;
-  EXPECT_EQ(3, Call("call.show", R"({"cid":3})")["profiles"]["ipv4"]);
+  EXPECT_EQ(0, Call("call.up", R"({"cid":3,"family":"ipv4"})")["index"]);
 
   // There is no modem: the call is down, and a new one has to wait for it.
   EXPECT_EQ(0, ErrorOf("modem.run", R"({"line":"gone"})"));
