@@ -260,6 +260,20 @@ TEST_F(ConnectTest, TheBudgetRunsOverAllPasses) {
   EXPECT_EQ(kFailed, data_.Connect(0, kIpv4, true));
 }
 
+// Regression: the callback woke the waiting thread when it had let go of the queue, and perhaps after the object's end.
+// (A sanitizer sees it.)
+TEST_F(ConnectTest, TheObjectMayEndAsSoonAsItsWaitHas) {
+  for (int i = 0; i < 300; ++i) {
+    auto data = std::make_unique<DataManager>();
+    const auto published = std::async(std::launch::async, [&data = *data] {
+      EventDic ev = Event(0x202);
+      data.EventCb(ev);
+    });
+    EXPECT_EQ(kOk, data->WaitEvent(0, kIpv4, false));
+    data.reset();
+  }
+}
+
 // Regression: two live objects can have the same instance number, the wished key of their waits' subscriptions.
 TEST_F(ConnectTest, ObjectsWithTheSameInstanceNumberWaitSideBySide) {
   auto first = std::make_unique<DataManager>();
