@@ -67,7 +67,9 @@ TEST_F(AtTest, EveryCommandLeavesItsTraceAndOnlyRealOnesAreDispatched) {
   log_.Take();
   for (const char* name : {"+NO", "+X", "+low", "+EMPTY"}) AtClient::Forward(Cmd(name, 2, {}, 1));
   EXPECT_EQ((Lines{"+NO ERROR ", "+X ERROR ", "+LOW ERROR ", "+EMPTY ERROR "}), AtClient::answers.Take(4));
-  EXPECT_EQ(4u, log_.TakeWith("No callback for ").size());
+  const std::string handle =
+      "4 kor::wwan::AtManager::CmdResponse kor::wwan::AtService::HandleAtCommand(kor::wwan::AtManager::Command&) #: ";
+  EXPECT_EQ(4u, log_.TakeWith(handle + "No callback for +").size());
 
   // An event without a record is a command without a name; other events are none.
   AtClient::Publish(0x301, nullptr);
@@ -150,6 +152,28 @@ TEST_F(AtTest, HandlersUseTheLibraryThemselves) {
   EXPECT_EQ((Lines{"+NOTIFY 1", "+OPEN 1", "+INNER 1"}), results_.Take(3));
   EXPECT_EQ((Lines{"SendNotification +HELLO", "SetSoftwareReady"}), AtClient::others.Take(0));
   EXPECT_EQ(1, AtServicePeer::Holders());
+}
+
+TEST_F(AtTest, RubbishIsCarriedAsItIs) {
+  const std::string binary("\x01\xff\r\n\x00z", 6);
+  const std::string huge(64 * 1024, 'p');
+  const auto echo = [](Command& cmd) {
+    return Ok(std::to_string(cmd.params.size()) + " " + std::to_string(cmd.params.back().size()) + cmd.params.front());
+  };
+  Claim("", echo);
+  Claim("+X", echo);
+  Claim("\x01\xff\r\n" + std::string(1, '\0') + "Z", echo);
+  for (const auto& name : {std::string(), binary, std::string("+x")}) {
+    AtClient::Forward(Cmd(name, 3, {"%s%n", binary, huge}));
+  }
+  at_->StartService();
+  const std::string text = " OK 3 65536%s%n\n";
+  EXPECT_EQ((Lines{text, binary.substr(0, 5) + "Z" + text, "+X" + text}), AtClient::answers.Take(3));
+
+  // The empty name is the beginning of every other: it goes to the modem alone, the others after it.
+  Lines expected = {"", binary.substr(0, 5) + "Z +X"};
+  EXPECT_EQ(expected, AtClient::requests.Take(2));
+  EXPECT_EQ(2u, log_.TakeWith("is dulicated").size());
 }
 
 // The three: for the queued message, its parameters, and the one that does not fit into a string object.

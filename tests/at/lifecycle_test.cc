@@ -66,7 +66,7 @@ TEST_F(AtTest, AStopKeepsWhatIsQueuedAndEndsNoLaterRun) {
   at_->StartService();
   EXPECT_EQ((Lines{"+N OK ", "+N1 ERROR ", "+N2 ERROR ", "+N3 ERROR ", "+M OK "}), AtClient::answers.Take(5));
   EXPECT_EQ((Lines{"+GATE 1", "+N 1", "+M 1"}), results_.Take(3));
-  EXPECT_EQ(1u, log_.TakeWith("ThreadLoop() #: TID [").size());
+  EXPECT_EQ(1u, log_.TakeWith("7 void kor::wwan::AtService::ThreadLoop() #: TID [").size());
   EXPECT_NE(std::string::npos, ReadFile("/dev/kmsg").find("void kor::wwan::AtService::ThreadLoop() "));
   at_->StopService();
   EXPECT_EQ(std::vector<int32_t>{}, AtServicePeer::QueuedTypes());
@@ -148,6 +148,23 @@ TEST_F(AtTest, AHandlersManagersWhileTheLastOtherOneGoesAreOfTheNextService) {
   EXPECT_EQ((Lines{"+GATE OK ", "+NEXT OK "}), AtClient::answers.Take(2));
   next.reset();
   EXPECT_EQ(0, AtClient::holders());
+}
+
+// Regression: the thread that had ended was not joined before the next one was put in its place.
+TEST_F(AtTest, ARunThatAnyStopMessageEndsIsFollowedByAnother) {
+  Claim("+N");
+  const auto serve_and_end = [&] {
+    at_->StartService();
+    AtClient::Forward(Cmd("+N"));
+    EXPECT_EQ(Lines{"+N OK "}, AtClient::answers.Take(1));
+    for (int i = 0; i < 2; ++i) AtService::s_ins_->PushMsg({kor::wwan::kMsgStop, {}});
+    EXPECT_TRUE(Eventually([] { return !AtServicePeer::IsRunning(); }));
+  };
+  serve_and_end();
+  EXPECT_EQ(0, at_->StopService());
+  serve_and_end();
+  serve_and_end();
+  at_.reset();
 }
 
 TEST_F(AtTest, TheRetryTimerMayFireAtAnyMomentOfTheEnd) {

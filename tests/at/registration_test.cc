@@ -17,7 +17,9 @@ TEST_F(AtTest, AnExtensionNeverGoesWithTheNameThatItExtends) {
   for (const char* name : {"+ABCD", "+AB", "+AC", "+ABC", "+ABX", "+B", "+AB\xff"}) Claim(name);
   at_->StartService();
   EXPECT_EQ((Lines{"+AB +AC +B", "+ABC +ABX +AB\xff", "+ABCD"}), AtClient::requests.Take(3));
-  EXPECT_EQ(5u, log_.TakeWith("is dulicated if compared with size").size());
+  EXPECT_EQ(
+      "4 void kor::wwan::AtService::RegisterPending() #: [+AB] and [+ABC] is dulicated if compared with size [3]\n",
+      log_.TakeWith("is dulicated").at(0));
 
   // The edge of a batch: the twentieth name ends the walk before its extensions are looked at.
   at_.reset();

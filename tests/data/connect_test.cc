@@ -5,6 +5,7 @@
 #include <future>
 #include <memory>
 #include <sstream>
+#include <thread>
 
 #include "dns/dns_ctrl_service.h"
 #include "support/scripted_vendor.h"
@@ -135,12 +136,17 @@ TEST_F(ConnectTest, EventsOfOtherCallsAreToldApart) {
   });
   EXPECT_EQ(kOk, data_.Connect(0, kIpv4, true));
 
-  const Calls lines = log.Take();
+  const std::string connect = "7 kor::Result kor::wwan::DataManager::Connect(uint32_t, kor::util::IPFamily, bool) #: ";
+  const std::string wait = "7 kor::Result kor::wwan::DataManager::WaitEvent(uint32_t, kor::util::IPFamily, bool) #: ";
+  Calls lines = log.Take();
   ASSERT_EQ(18u, lines.size());
-  EXPECT_EQ(
-      "7 kor::Result kor::wwan::DataManager::WaitEvent(uint32_t, kor::util::IPFamily, bool) #: target handle is [100], "
-      "but event handle is [101]\n",
-      lines[3]);
+  EXPECT_EQ(connect + "Before wait event\n", lines[0]);
+  EXPECT_EQ(wait + "GOT event [0x303]\n", lines[1]);
+  EXPECT_EQ(wait + "GOT event [0x200]\n", lines[2]);
+  EXPECT_EQ(wait + "target handle is [100], but event handle is [101]\n", lines[3]);
+  EXPECT_EQ(wait + "GOT event [0x9999]\n", lines[15]);
+  EXPECT_EQ(connect + "After wait event [", lines[17].substr(0, connect.size() + 18));
+  EXPECT_EQ("]\n", lines[17].substr(lines[17].size() - 2));
 
   // What is no number is not 0, a handle like any other.
   Vendor::Set([](Answers& a) { a.policies[0].handle = 0; });
@@ -222,10 +228,14 @@ TEST_F(ConnectTest, ARefusedRequestIsNotWaitedFor) {
   Vendor::Set([](Answers& a) { a.lists_ok = false; });
   SetState(0, Status::kDisconnected, Status::kDisconnected);
   EXPECT_EQ(kFailed, data_.Connect(0, kIpv4, true));
-  EXPECT_EQ(1u, log.TakeWith("Cannot get GetWwanPolicies").size());
+  EXPECT_EQ((Calls{"3 kor::Result kor::wwan::DataManager::WaitEvent(uint32_t, kor::util::IPFamily, bool) #: "
+                   "Cannot get GetWwanPolicies\n"}),
+            log.TakeWith("GetWwanPolicies"));
   SetState(0, Status::kConnected, Status::kConnected);
   EXPECT_EQ(kFailed, data_.Disconnect(0, kIpv4, true));
-  EXPECT_EQ(1u, log.TakeWith("Cannot get wwan statuses").size());
+  EXPECT_EQ((Calls{"3 kor::Result kor::wwan::DataManager::Disconnect(uint32_t, kor::util::IPFamily, bool) #: "
+                   "Cannot get wwan statuses"}),
+            log.TakeWith("Cannot get"));
 }
 
 TEST_F(ConnectTest, DisconnectHearsOnlyItsOwnOutcome) {
@@ -265,12 +275,13 @@ TEST_F(ConnectTest, TheBudgetRunsOverAllPasses) {
 TEST_F(ConnectTest, TheObjectMayEndAsSoonAsItsWaitHas) {
   for (int i = 0; i < 300; ++i) {
     auto data = std::make_unique<DataManager>();
-    const auto published = std::async(std::launch::async, [&data = *data] {
+    std::thread publisher([&data = *data] {
       EventDic ev = Event(0x202);
       data.EventCb(ev);
     });
     EXPECT_EQ(kOk, data->WaitEvent(0, kIpv4, false));
     data.reset();
+    publisher.join();
   }
 }
 
@@ -321,8 +332,12 @@ TEST_F(ConnectWithCidTest, TheFirstPolicyThatFitsIsTaken) {
   Vendor::Set([](Answers& a) { a.policies[1] = Policy(2, 3, 101); });
   EXPECT_EQ(Calls{}, Requests(3, kIpv6, kOk));
   // An idle policy that comes first is given the profile, though a later one carries it.
+  SyslogReader log;
   SetState(0, Status::kDisconnected, Status::kDisconnected);
   EXPECT_EQ((Calls{"SetWwanPolicy 0 7 1 2 -1", "ConnectBackhaul 0 1"}), Requests(2, kIpv4, kOk));
+  EXPECT_EQ((Calls{"7 kor::Result kor::wwan::DataManager::ConnectWithCid(int, kor::util::IPFamily, bool) #: "
+                   "before call SetPolicy ip_family 1 cid 2 set_policy 1\n"}),
+            log.TakeWith("before call"));
 }
 
 TEST_F(ConnectWithCidTest, WithoutOneAPdnIsMadeWithTheSmallestFreeProfile) {

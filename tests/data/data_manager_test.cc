@@ -38,9 +38,14 @@ TEST(DataManagerTest, ClientCallbacksHearBothPublishersUntilUnset) {
 
 TEST(DataManagerTest, OneRequestEachWithArgumentsAndResultsUnchanged) {
   SyslogReader log;
-  Vendor::Set([](Answers& answers) { answers.policies = {Policy(1, 2, 100)}; });
+  Vendor::Set([](Answers& answers) {
+    answers.policies = {Policy(1, 2, 100)};
+    answers.request = static_cast<kor::Result>(77);
+  });
   DataManager data;
   std::vector<DataManager::WwanPolicy> policies;
+  DataManager::ProfileSetting setting;
+  std::list<DataManager::ProfileInfo> profiles;
   bool enabled = false;
 
   EXPECT_TRUE(data.GetWwanPolicies(policies));
@@ -53,15 +58,20 @@ TEST(DataManagerTest, OneRequestEachWithArgumentsAndResultsUnchanged) {
   EXPECT_TRUE(data.GetRoaming(2, enabled));
   EXPECT_TRUE(data.CreatePdn(Tech::kAny, IPFamily::kBoth, 255, 4));
   EXPECT_TRUE(data.DeletePdn(200));
+  EXPECT_EQ(77, static_cast<int>(data.GetProfileSetting(DataManager::ProfileType::k3gpp2, 9, setting)));
+  EXPECT_EQ(9, setting.index);
+  EXPECT_EQ(77, static_cast<int>(data.GetProfileList(profiles)));
   EXPECT_EQ((Calls{"GetWwanPolicies", "SetWwanPolicy 3 2 2 5 -1", "SetAutoConnect 1 1", "GetAutoConnect 1",
-                   "SetRoaming 2 0", "GetRoaming 2", "CreateWwanPolicy 7 3 255 4", "DeleteWwanPolicy 200"}),
+                   "SetRoaming 2 0", "GetRoaming 2", "CreateWwanPolicy 7 3 255 4", "DeleteWwanPolicy 200",
+                   "GetProfileSetting 1 9", "GetProfileList"}),
             Vendor::Take());
   EXPECT_EQ((Calls{"7 bool kor::wwan::DataManager::SetPolicy(uint32_t, kor::wwan::Tech, kor::util::IPFamily, int, int) "
                    "#: index 3 profile_1 5 profile_2 -1\n"}),
             log.Take());
 
   Vendor::Set([](Answers& answers) { answers.ok = false; });
-  EXPECT_FALSE(data.SetPolicy(0, Tech::kAny, IPFamily::kBoth, 1, 1) || data.DeletePdn(0));
+  EXPECT_FALSE(data.SetPolicy(0, Tech::kAny, IPFamily::kBoth, 1, 1));
+  EXPECT_FALSE(data.DeletePdn(0));
 }
 
 TEST(DataManagerTest, StatusesSayWhatIsKnownAndNoMore) {
@@ -104,6 +114,34 @@ TEST(DataManagerTest, StatusesSayWhatIsKnownAndNoMore) {
   Vendor::Set([](Answers& answers) { answers.policies.clear(); });
   EXPECT_TRUE(data.GetWwanStatuses(statuses));
   EXPECT_TRUE(statuses.empty());
+}
+
+TEST(DataManagerTest, RequestsToChangeAProfileAreExaminedAndNeverSent) {
+  SyslogReader log;
+  DataManager data;
+  DataManager::ProfileSetting setting;
+  setting.type = DataManager::ProfileType::kEpc;
+  setting.index = 7;
+  setting.apn = "private.example";
+
+  // The modem knows every profile: there is nothing to create, and modifying is not supported.
+  EXPECT_EQ(kor::Result::kPreconditionFailed, data.CreateProfile(DataManager::ProfileType::k3gpp2, 5));
+  EXPECT_EQ(kor::Result::kNotSupported, data.ModifyProfileSetting(setting));
+  EXPECT_EQ((Calls{"3 kor::Result kor::wwan::DataManager::CreateProfile(kor::wwan::DataManager::ProfileType, int) "
+                   "#: profile index 5 already exits\n"}),
+            log.Take());
+
+  // It knows none, whatever its code for that is.
+  Vendor::Set([](Answers& answers) { answers.request = static_cast<kor::Result>(77); });
+  EXPECT_EQ(kor::Result::kNotSupported, data.CreateProfile(DataManager::ProfileType::k3gpp, 6));
+  EXPECT_EQ(kor::Result::kPreconditionFailed, data.ModifyProfileSetting(setting));
+  EXPECT_EQ((Calls{"3 kor::Result kor::wwan::DataManager::ModifyProfileSetting("
+                   "kor::wwan::DataManager::ProfileSetting&) #: Can't get profile setting before modifying\n"}),
+            log.Take());
+
+  EXPECT_EQ("private.example", setting.apn);
+  EXPECT_EQ((Calls{"GetProfileSetting 1 5", "GetProfileSetting 2 7", "GetProfileSetting 0 6", "GetProfileSetting 2 7"}),
+            Vendor::Take());
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include "kutil/probes.h"
 #include "support/scripted_vendor.h"
+#include "support/syslog_reader.h"
 
 namespace kor::test {
 namespace {
@@ -109,10 +110,14 @@ TEST_F(InterfacesTest, TheInterfaceOfAProfileHasItsAddress) {
   Ip("address add 10.64.0.20/30 dev rmnet_data0");
   Ip("address add 10.64.0.2/30 dev my_rmnet_data1");
   Ip("address add fd64::a:2/64 dev rmnet_data0 nodad");
+  SyslogReader log;
+  const std::string signature = "bool kor::wwan::DataManager::GetIfaceNameWithCid(int, std::string&) #: ";
+
   // IPv4 decides when there is an address, text for text; IPv6 is not asked for.
   SetAddress(0, kIpv4, "10.64.0.2");
   SetAddress(2, kIpv6, "fd64::a:2");
   EXPECT_EQ("my_rmnet_data1", InterfaceOf(1));
+  EXPECT_EQ((Calls{"7 " + signature + "cid 1\n", "7 " + signature + "cid [1] v4 [10.64.0.2] v6 []\n"}), log.Take());
   EXPECT_EQ((Calls{"GetWwanPolicies", "GetNetworkConfig 0 1"}), Vendor::Take());
   // Whatever came with the address.
   Vendor::Set([](Answers& a) { a.request = kor::Result::kNotReady; });
@@ -123,12 +128,17 @@ TEST_F(InterfacesTest, TheInterfaceOfAProfileHasItsAddress) {
   // IPv6 alone: the same address in another text.
   Vendor::Set([](Answers& a) { a.configs.clear(); });
   SetAddress(2, kIpv6, "FD64:0000:0:0:0:0:000A:2");
+  (void)log.Take();
   EXPECT_EQ("rmnet_data0", InterfaceOf(1));
+  EXPECT_EQ((Calls{"7 " + signature + "cid [1] v4 [] v6 [FD64:0000:0:0:0:0:000A:2]\n"}), log.TakeWith("v4"));
   for (const char* other : {"fd64::a:3", "not an address"}) {
     SetAddress(2, kIpv6, other);
     EXPECT_EQ("-", InterfaceOf(1));
   }
+  EXPECT_TRUE(log.TakeWith("Cannot").empty());
+
   EXPECT_EQ("-", InterfaceOf(77));
+  EXPECT_EQ((Calls{"3 " + signature + "Cannot find ip address for cid 77\n"}), log.TakeWith("Cannot"));
 }
 
 TEST_F(InterfacesTest, RmnetData0IsAskedAndSetOnlyWhileItIsUpButForItsMask) {

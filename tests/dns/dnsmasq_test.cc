@@ -55,24 +55,39 @@ TEST_F(DnsmasqTest, IsStartedWhenNoneIsAliveAndKilledByItsPidFile) {
 
   // Another service finds and kills it, as after a restart of the host; then there is none to kill.
   const std::string second = std::to_string(std::stoi(ReadFile(kDnsmasqPidFile)));
+  const std::string stop = " bool kor::wwan::DnsCtrlService::Stop() #: ";
   DnsCtrlService other;
   EXPECT_TRUE(other.Stop());
-  EXPECT_EQ(1u, log_.TakeWith("after kill dnsmasq with cmd [kill -9 " + second + "]").size());
+  EXPECT_EQ((Calls{"7" + stop + "Try to kill dnsmasq with cmd [kill -9 " + second +
+                       "] and remove file /var/run/netctld-dnsmasq/dnsmasq.pid\n",
+                   "7" + stop + "after kill dnsmasq with cmd [kill -9 " + second +
+                       "] and remove file /var/run/netctld-dnsmasq/dnsmasq.pid\n"}),
+            log_.TakeWith("Stop()"));
   EXPECT_FALSE(Answers());
   EXPECT_TRUE(other.Stop());
-  EXPECT_EQ(1u, log_.TakeWith("There is no dnsmasq pid file").size());
+  EXPECT_EQ((Calls{"3" + stop + "There is no dnsmasq pid file on /var/run/netctld-dnsmasq/dnsmasq.pid\n"}),
+            log_.TakeWith("Stop()"));
   EXPECT_TRUE(std::mem_fn(&DnsCtrlService::StartDnsmasq)(other));
 }
 
 TEST_F(DnsmasqTest, APidFileOfAnyContent) {
   setenv("PATH", "/nonexistent", 1);  // dnsmasq is not installed: a start fails and the rest of the change is done.
-  for (const char* text : {"", "0\n", "-5", "abc 12\nmore"}) {
-    WritePidFile(text);
+  struct {
+    const char* text;
+    const char* error;
+  } const cases[] = {
+      {"", "Cannot read data from /var/run/netctld-dnsmasq/dnsmasq.pid\n"},
+      {"0\n", "dnsmasq pid has wrong value 0\n\n"},
+      {"-5", "dnsmasq pid has wrong value -5\n"},
+      {"abc 12\nmore", "dnsmasq pid has wrong value abc 12\n\n"},
+  };
+  for (const auto& c : cases) {
+    WritePidFile(c.text);
     service_.ChangeDnsSetting(DnsCtrlService::kAll);
-    EXPECT_EQ(1u, TakeStarts().size()) << text;  // Not alive.
-    EXPECT_FALSE(service_.Stop()) << text;
-    EXPECT_EQ(1u, log_.TakeWith("Stop()").size());
-    EXPECT_EQ(text, ReadFile(kDnsmasqPidFile));
+    EXPECT_EQ(1u, TakeStarts().size()) << c.text;  // Not alive.
+    EXPECT_FALSE(service_.Stop()) << c.text;
+    EXPECT_EQ((Calls{std::string("3 bool kor::wwan::DnsCtrlService::Stop() #: ") + c.error}), log_.TakeWith("Stop()"));
+    EXPECT_EQ(c.text, ReadFile(kDnsmasqPidFile));
   }
   EXPECT_EQ(4, TakeUpdates());
   EXPECT_EQ(kRepaired, ReadFile(kResolvConf));

@@ -44,6 +44,10 @@ TEST_F(DnsTest, ResolvConfIsRepairedInPlaceAndOnlyWhenItsTextIsAnother) {
     EXPECT_EQ(written, StatOf(kResolvConf).st_mtime);
   }
   EXPECT_EQ(0, TakeUpdates());  // None of this concerns the forwarder.
+  EXPECT_EQ(
+      "7 bool kor::wwan::DnsCtrlService::ChangeDnsSetting(kor::wwan::DnsCtrlService::DnsSettingType) #: "
+      "setting_type 1\n",
+      log_.Take().at(0));
 }
 
 TEST_F(DnsTest, ResolvConfThroughALinkAndMissing) {
@@ -57,7 +61,9 @@ TEST_F(DnsTest, ResolvConfThroughALinkAndMissing) {
   unlink(kResolvConf);
   (void)log_.Take();
   service_.ChangeDnsSetting(DnsCtrlService::kResolvConf);
-  EXPECT_EQ(1u, log_.TakeWith("Cannot find [/etc/resolv.conf]").size());
+  EXPECT_EQ((Calls{"3 bool kor::wwan::DnsCtrlService::SetResolvConf() #: Cannot find [/etc/resolv.conf] file on the "
+                   "system\n"}),
+            log_.TakeWith("Cannot"));
   EXPECT_NE(0, access(kResolvConf, F_OK));
   EXPECT_EQ("", After(DnsCtrlService::kDnsmasqResolvConf));
   EXPECT_EQ(1, TakeUpdates());
@@ -71,6 +77,9 @@ TEST_F(DnsTest, ServersComeOutSortedOnceEachAndTheAbsentOnesDropped) {
   EXPECT_EQ("nameserver 10.0.0.1\nnameserver 2001:db8::1\nnameserver 8.8.8.8\nnameserver ::\n",
             After(DnsCtrlService::kDnsmasqResolvConf));
   EXPECT_EQ(1, TakeUpdates());
+  const std::string signature = "7 bool kor::wwan::DnsCtrlService::SetDnsmasqResolvConf(bool) #: ";
+  EXPECT_EQ((Calls{signature + "\n", signature + "policy_v size 2\n", signature + "dns_l size 4\n"}),
+            log_.TakeWith("SetDnsmasqResolvConf"));
   EXPECT_EQ((Calls{"GetWwanPolicies", "GetNetworkConfig 0 1", "GetNetworkConfig 0 2", "GetNetworkConfig 1 1",
                    "GetNetworkConfig 1 2"}),
             Vendor::Take());
@@ -101,6 +110,8 @@ TEST_F(DnsTest, ThePermanentFileReplacesTheCallsServers) {
   WriteFile(kPermanentFile, "nameserver 9.9.9.9\n");
   EXPECT_EQ("nameserver 9.9.9.9\n", After(DnsCtrlService::kDnsmasqResolvConf));
   EXPECT_EQ(Calls{}, Vendor::Take());  // No call was asked.
+  EXPECT_EQ("7 bool kor::wwan::DnsCtrlService::SetDnsmasqResolvConf(bool) #: nameserver 9.9.9.9\n\n",
+            log_.Take().at(1));
 
   // Byte for byte, whatever it holds, up to a NUL; four characters or fewer are no text.
   WriteFile(kPermanentFile, std::string("rubbish\0nameserver 1.1.1.1\n", 27));
@@ -125,7 +136,10 @@ TEST_F(DnsTest, ACallThatIsNotReadyIsWaitedFor) {
   auto start = std::chrono::steady_clock::now();
   EXPECT_EQ("nameserver 2001:db8::1\nnameserver 8.8.8.8\n", After(DnsCtrlService::kAll));
   EXPECT_GE(std::chrono::steady_clock::now() - start, 500ms);
-  EXPECT_EQ(1u, log_.TakeWith("Not ready").size());
+  EXPECT_EQ(
+      (Calls{"6 bool kor::wwan::DnsCtrlService::SetDnsmasqResolvConf(bool) #: Not ready yet remove current set and "
+             "starts from begining\n"}),
+      log_.TakeWith("Not ready"));
 
   // One pass without retry, five with; then the list is written empty: half of one is none.
   Vendor::Set([](Answers& a) { a.refused = {"GetNetworkConfig 0 2"}; });
@@ -161,10 +175,23 @@ TEST_F(DnsTest, AResolverFileThatCannotBeWritten) {
   Shell(
       "mkdir -p /var/run/netctld-dnsmasq && mkfifo /var/run/netctld-dnsmasq/dnsmasq_resolv.conf "
       "/var/run/netctld-dnsmasq/dnsmasq.pid /data/permanent-dns.conf");
+  const std::string path = getenv("PATH");
   setenv("PATH", "/nonexistent", 1);  // No dnsmasq, which would wait for the pipe's writer.
   service_.ChangeDnsSetting(DnsCtrlService::kAll);
   EXPECT_EQ(1u, log_.TakeWith("Cannot open").size());
   EXPECT_FALSE(service_.Stop());
+  setenv("PATH", path.c_str(), 1);
+  Shell("rm -r /var/run/netctld-dnsmasq /data/permanent-dns.conf");
+  (void)log_.Take();
+  (void)TakeUpdates();
+
+  // Not openable: an error, and nobody is told.
+  WriteFile(kRunDir, "a file where the folder should be");
+  service_.ChangeDnsSetting(DnsCtrlService::kDnsmasqResolvConf);
+  EXPECT_EQ((Calls{"3 bool kor::wwan::DnsCtrlService::SetDnsmasqResolvConf(bool) #: Cannot open "
+                   "/var/run/netctld-dnsmasq/dnsmasq_resolv.conf for writing\n"}),
+            log_.TakeWith("Cannot"));
+  EXPECT_EQ(0, TakeUpdates());
 }
 
 }  // namespace

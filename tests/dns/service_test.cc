@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <regex>
 #include <set>
 #include <stdexcept>
 #include <vector>
@@ -11,6 +12,7 @@
 #include "dns/dns_fixture.h"
 #include "dns/inotify_events.h"
 #include "kutil/probes.h"
+#include "support/no_memory.h"
 #include "wwan/dns_ctrl_manager.h"
 
 namespace kor::test {
@@ -72,6 +74,11 @@ TEST_F(ServiceTest, FollowsFilesAndDataInterfaces) {
   Shell("ip link add rmnet_data0 type veth peer name far0");
   EXPECT_TRUE(Eventually([] { return ReadFile(kServerList) == "nameserver 8.8.4.4\n"; }));
   EXPECT_TRUE(ChangesEndWith('3'));
+
+  // resolv.conf is moved away: nothing to repair, which is said.
+  (void)log_.Take();
+  Shell("mv /etc/resolv.conf /etc/aside");
+  EXPECT_TRUE(Eventually([&] { return !log_.TakeWith("Cannot find [/etc/resolv.conf]").empty(); }));
 }
 
 // A stop waits for the refresh that runs, then kills dnsmasq, which the refresh would have started again.
@@ -117,7 +124,13 @@ TEST_F(ServiceTest, InterfaceEventsAreToldByCodeAndName) {
   EXPECT_EQ("", changes(0x103, "xrmnet_data0"));
   EXPECT_EQ("", changes(0x103, ""));
   EXPECT_EQ("", changes(0x102, "rmnet_data0"));
+  (void)log_.Take();
   EXPECT_EQ("", changes(0x1ff, "rmnet_data0"));
+  kor::util::EventDic ev;
+  ev.event = 0x200;
+  service_.EventCb(ev);
+  EXPECT_EQ((Calls{"7 void kor::wwan::DnsCtrlService::EventCb(kor::util::EventDic&) #: event_dic [0x200]\n"}),
+            log_.Take());
 }
 
 // One record as the kernel writes it.
@@ -152,11 +165,21 @@ TEST_F(ServiceTest, OneReadOfManyEventsIsAtMostTwoChanges) {
 }
 
 TEST_F(ServiceTest, LinksAreFollowedToTheWatchedFile) {
+  const std::string watcher = "7 int kor::wwan::DnsCtrlService::AddFileWatcher(int, const char*, bool) #: ";
   // An absolute link, then one relative to its own folder.
   Shell(
       "mkdir /tmp/a && mv /etc/resolv.conf /tmp/a/real && ln -s real /tmp/a/link && ln -s /tmp/a/link "
       "/etc/resolv.conf");
   ASSERT_TRUE(service_.Start());
+  std::string lines;
+  for (const auto& line : log_.TakeWith("AddFileWatcher"))
+    lines += line.substr(line.rfind(watcher, 0) == 0 ? watcher.size() : 0);
+  EXPECT_EQ(
+      "/etc/resolv.conf file is symbolic linked to /tmp/a/link\n/tmp/a/link file is symbolic linked to real\n"
+      "final path /tmp/a/real\nAddFileWatcher # new path /data/permanent-dns.conf\n"
+      "/data/permanent-dns.conf is removable file, so let's watch folder instead of file\ndir_name /data\n"
+      "new path set as directory named /data /data\nfinal path /data\n",
+      std::regex_replace(lines, std::regex("AddFileWatcher [0-9]+"), "AddFileWatcher #"));
   // The target changes under the link; then the link itself is replaced: the target is still the one watched.
   WriteFile("/tmp/a/real", "nameserver 1.2.3.4\n");
   EXPECT_TRUE(Eventually([] { return ReadFile("/tmp/a/real") == kRepaired; }));
@@ -198,6 +221,18 @@ TEST_F(ServiceTest, AnIncompleteStartCountsAsStartedUntilStopped) {
   EXPECT_TRUE(service_.Stop());
   unlink(kPermanentFile);
 
+  // Stop and start over and over: everything works, and nothing is left at the end.
+  for (int i = 0; i < 5; ++i) {
+    ASSERT_TRUE(service_.Start());
+    WriteFile(kResolvConf, "nameserver 1.2.3.4\n");
+    EXPECT_TRUE(Eventually([] { return ReadFile(kResolvConf) == kRepaired; }));
+    EXPECT_TRUE(Eventually([] { return !ReadFile(kDnsmasqPidFile).empty(); }));
+    {
+      const NoMemory none;  // A stop needs none.
+      EXPECT_TRUE(service_.Stop());
+    }
+    EXPECT_NE(0, access(kDnsmasqPidFile, F_OK));
+  }
   EXPECT_TRUE(rest.Returns());
 }
 

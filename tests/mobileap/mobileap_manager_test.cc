@@ -36,7 +36,13 @@ TEST_F(MobileapManagerTest, TheLanIsWrittenAsAWholeAndEveryWayIsLogged) {
   EXPECT_EQ((Calls{write, write, "ActivateLan", "ActivateLan", write, "ActivateLan", "ActivateLan", write}),
             Vendor::Take());
 
-  EXPECT_EQ(4u, log.TakeWith("after activate LAN\n").size());
+  const std::string signature =
+      "7 bool kor::wwan::MobileapManager::SetLanConfig(std::string, std::string, bool, std::string, std::string, "
+      "uint32_t, bool) #: ";
+  const Calls lines = log.Take();
+  ASSERT_EQ(8u, lines.size());
+  EXPECT_EQ(signature + "gw gw nm  enable_dhcp 1 dhcp_start_ip start dhcp_end_ip end dhcp_lease_time -1\n", lines[0]);
+  for (size_t i = 1; i < lines.size(); i += 2) EXPECT_EQ(signature + "after activate LAN\n", lines[i]);
 }
 
 TEST_F(MobileapManagerTest, ASetterReadsChangesItsFieldsWritesAndActivates) {
@@ -89,7 +95,9 @@ TEST_F(MobileapManagerTest, AVlanIsNotMappedToTheDefaultPdn) {
     return lan_.SetVlanConfig(true, vlan);
   };
   EXPECT_FALSE(set(0));
-  EXPECT_EQ(1u, log.TakeWith("Vlan cannot be mapped with default PDN").size());
+  EXPECT_EQ((Calls{"3 bool kor::wwan::MobileapManager::SetVlanConfig(bool, "
+                   "kor::wwan::MobileapManager::VlanConfig&) #: Vlan cannot be mapped with default PDN\n"}),
+            log.Take());
   Vlan vlan{kUsb, 30, 0};  // The rule is one of making, and of that operation alone.
   const auto others = [&] {
     return lan_.SetVlanConfig(false, vlan) + lan_.SetPdnToVlanMapping(true, vlan) +
