@@ -77,6 +77,9 @@ def prepare(client):
     while wanted:  # In any order.
         wanted.discard(client.line().get("id"))
     client.ask("call.down", index=0, family="ipv4")
+    # The router's thread stays from the first policy on that is to connect by itself.
+    for on in (True, False):
+        client.ask("policy.autoconnect", index=0, on=on)
 
 
 def play(cast, seconds, host):
