@@ -61,7 +61,7 @@ bool PolicyTable::Wanted(Entry& entry, IPFamily family) {
   return entry.kept.auto_connect && Serves(entry, family) && !entry.call(family).suspended;
 }
 
-// After a disconnect that failed: its family is not off, nor is it suspended.
+// Up or coming up, and not told to go down. After a disconnect that failed its family is not off, nor is it suspended.
 bool PolicyTable::LivesOn(const CallState& call) { return !call.stops() && (call.up || call.starts()); }
 
 PolicyTable::ConnectStatus PolicyTable::StatusOf(Entry& entry, IPFamily family) {
@@ -174,8 +174,7 @@ bool PolicyTable::Switch(uint32_t index, IPFamily family, bool enable) {
     Entry* const entry = FindLocked(index);
     if (entry == nullptr) return false;
     handle = entry->kept.policy.handle;
-    const CallState& call = entry->call(family);
-    stops = !enable && !call.stops() && (call.up || call.starts());
+    stops = !enable && LivesOn(entry->call(family));
   }
   if (stops && HandOverStop(turn, {handle, family}) != kor::Result::kSuccess) return false;
   kor::util::MutexLock lock(mutex_);
@@ -332,6 +331,19 @@ void PolicyTable::TakeOverCalls() {
   for (const kor::modem::RunningCall& running : calls) TakeOver(running, before);
 }
 
+// The policy of a call that was up before: that of its handle or, where the modem has lost it, one that could have
+// started it.
+PolicyTable::Entry* PolicyTable::FindRunningLocked(const kor::modem::RunningCall& running) {
+  if (running.handle != 0) return FindHandleLocked(running.handle);
+  const auto fits = [&running](Entry& entry) {
+    const WwanPolicy& policy = entry.kept.policy;
+    const int profile = running.family == IPFamily::kIpv4 ? policy.profile_1 : policy.profile_2;
+    return profile == running.profile && Serves(entry, running.family) && entry.call(running.family).down();
+  };
+  const auto found = std::find_if(entries_.begin(), entries_.end(), fits);
+  return found == entries_.end() ? nullptr : &*found;
+}
+
 // `before`: the last number before the modem was asked for its calls.
 void PolicyTable::TakeOver(const kor::modem::RunningCall& running, uint64_t before) {
   const bool is_ipv4 = running.family == IPFamily::kIpv4;
@@ -341,16 +353,7 @@ void PolicyTable::TakeOver(const kor::modem::RunningCall& running, uint64_t befo
     const Turn turn(*this);  // So that nothing is asked between the look and the start.
     {
       kor::util::MutexLock lock(mutex_);
-      const auto fits = [&](Entry& entry) {
-        const WwanPolicy& policy = entry.kept.policy;
-        return (is_ipv4 ? policy.profile_1 : policy.profile_2) == running.profile && Serves(entry, running.family) &&
-               entry.call(running.family).down();
-      };
-      Entry* entry = FindHandleLocked(running.handle);
-      if (running.handle == 0) {
-        const auto found = std::find_if(entries_.begin(), entries_.end(), fits);
-        if (found != entries_.end()) entry = &*found;
-      }
+      Entry* const entry = FindRunningLocked(running);
       if (entry != nullptr) {
         key.first = entry->kept.policy.handle;
         const CallState& call = entry->call(running.family);

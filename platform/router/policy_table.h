@@ -136,6 +136,7 @@ class PolicyTable {
   static ConnectStatus StatusOf(Entry& entry, kor::util::IPFamily family);
   Entry* FindLocked(uint32_t index) KOR_REQUIRES(mutex_);
   Entry* FindHandleLocked(int32_t handle) KOR_REQUIRES(mutex_);
+  Entry* FindRunningLocked(const kor::modem::RunningCall& running) KOR_REQUIRES(mutex_);
   template <typename Edit>
   bool EditKept(uint32_t index, Edit edit) KOR_EXCLUDES(mutex_);
   kor::Result Start(const ReconnectPlan::Key& key, Why why) KOR_EXCLUDES(mutex_);
